@@ -2,10 +2,10 @@
 
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
+#include "foundation/Failures.h"
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 
 namespace NSCorbelan
 {
@@ -40,10 +40,7 @@ void TellIntervalChanged()
 {
     if (gIntervalChangedHook == nullptr)
         return;
-    const u32 status = gIntervalChangedHook();
-    // TODO(services): pass through the GUI edge's translator once it lands.
-    if (status != 12000)
-        throw std::logic_error("");
+    ThrowVistalResult(gIntervalChangedHook());
 }
 } // namespace
 

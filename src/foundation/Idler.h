@@ -144,7 +144,17 @@ public:
         : fLevel(level), fTarget(target), fMethod(method), fReentrant(reentrant),
           fRunCount(std::make_shared<u32>(0)), fIdler(idler)
     {
-        fIdler.AddClient(this, fLevel);
+        try
+        {
+            fIdler.AddClient(this, fLevel);
+        }
+        catch (...)
+        {
+            // The client is in the list before the application hears of it;
+            // one that never finished construction must not stay there.
+            fIdler.RemoveClient(this);
+            throw;
+        }
     }
 
     ~CIdleClient() override { fIdler.RemoveClient(this); }

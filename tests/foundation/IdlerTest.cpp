@@ -1,6 +1,7 @@
 #include "foundation/Idler.h"
 
 #include "foundation/Assert.h"
+#include "foundation/Exceptions.h"
 
 #include "AssertionRecorder.h"
 
@@ -255,8 +256,15 @@ TEST(Idler, IntervalChangeIsReportedOnEachRegistration)
         auto a = MakeClient(idler, kIdleLevel10ms, probe);
         auto b = MakeClient(idler, kIdleLevel1s, probe);
     }
-    SetIdleIntervalChangedHook(nullptr);
     EXPECT_EQ(calls, 2);
+
+    SetIdleIntervalChangedHook([]() -> u32 { return 12003; });
+    EXPECT_THROW(MakeClient(idler, kIdleLevel10ms, probe), XIllegalCallSequence)
+        << "the GUI's status word is thrown as its failure";
+    SetIdleIntervalChangedHook(nullptr);
+    EXPECT_EQ(idler.GetIdleIntervalMs(), 60000u) << "the failed client is not left behind";
+    idler.Drive(100);
+    EXPECT_TRUE(probe.fRuns.empty());
 }
 
 TEST(IdleFrameCounter, CountsWholeIntervalsSinceItsFirstUse)
