@@ -22,8 +22,7 @@ constexpr i64 kNanosecondsPerTick = kNanosecondsPerSecond / kTicksPerSecond;
 i32 gIdlerCount = 0;
 TIdleIntervalChangedHook gIntervalChangedHook = nullptr;
 
-template <class T>
-bool Contains(const std::vector<T>& list, const T& item)
+template <class T> bool Contains(const std::vector<T>& list, const T& item)
 {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
@@ -61,7 +60,10 @@ CIdleInfo::CIdleInfo(TTicks now, TTicks previous) : fNow(now), fPrevious(previou
     BF_ASSERT(Invariant());
 }
 
-bool CIdleInfo::Invariant() const { return fNow != 0 && fPrevious <= fNow; }
+bool CIdleInfo::Invariant() const
+{
+    return fNow != 0 && fPrevious <= fNow;
+}
 
 TTicks CIdleInfo::GetNow() const
 {
@@ -94,9 +96,15 @@ CIdler::CIdler()
         fLevels.push_back(CIdleLevel{interval, 0, {}});
 }
 
-CIdler::~CIdler() { BF_ASSERT(fDisableCount == 0); }
+CIdler::~CIdler()
+{
+    BF_ASSERT(fDisableCount == 0);
+}
 
-CIdler::CIdleLevel& CIdler::LevelFor(u32 level) { return fLevels[LevelIndex(level)]; }
+CIdler::CIdleLevel& CIdler::LevelFor(u32 level)
+{
+    return fLevels[LevelIndex(level)];
+}
 
 const CIdler::CIdleLevel& CIdler::LevelFor(u32 level) const
 {
@@ -201,7 +209,10 @@ void CIdler::ResetTimes()
         level.fLastRun = 0;
 }
 
-void CIdler::Disable() { ++fDisableCount; }
+void CIdler::Disable()
+{
+    ++fDisableCount;
+}
 
 void CIdler::Enable()
 {
@@ -219,9 +230,15 @@ CIdler& GetIdler()
     return idler;
 }
 
-void SetIdleIntervalChangedHook(TIdleIntervalChangedHook hook) { gIntervalChangedHook = hook; }
+void SetIdleIntervalChangedHook(TIdleIntervalChangedHook hook)
+{
+    gIntervalChangedHook = hook;
+}
 
-i32 GetIdleClientCount() { return gIdlerCount; }
+i32 GetIdleClientCount()
+{
+    return gIdlerCount;
+}
 
 // ---- CIdleFrameCounter ------------------------------------------------------
 
@@ -255,7 +272,10 @@ void CIdleFrameCounter::SetInterval(TTicks interval)
 
 // ---- CIdleDisabler ----------------------------------------------------------
 
-CIdleDisabler::CIdleDisabler() { GetIdler().Disable(); }
+CIdleDisabler::CIdleDisabler()
+{
+    GetIdler().Disable();
+}
 
 CIdleDisabler::~CIdleDisabler()
 {

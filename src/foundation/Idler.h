@@ -133,8 +133,7 @@ i32 GetIdleClientCount();
 // constructor registers it and the destructor removes it. A client may destroy
 // itself in its own callback. A client that is not reentrant is skipped while
 // an earlier run of it is still active (its callback called Drive).
-template <class T>
-class CIdleClient : public IIdleable
+template <class T> class CIdleClient : public IIdleable
 {
 public:
     using TMethod = void (T::*)(const CIdleInfo&);

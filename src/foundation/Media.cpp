@@ -19,9 +19,15 @@ constexpr u8 kLow7Bits = 0x7F;
 constexpr u8 kTopBit = 0x80;
 
 // position + count without wrapping: a sum past 4 GiB can never be in range.
-u64 EndOf(u32 position, u32 count) { return u64{position} + u64{count}; }
+u64 EndOf(u32 position, u32 count)
+{
+    return u64{position} + u64{count};
+}
 
-void FailAssertion(const char* file, i32 line) { ::SAssert(file, line); }
+void FailAssertion(const char* file, i32 line)
+{
+    ::SAssert(file, line);
+}
 } // namespace
 
 // ---- CMedia -----------------------------------------------------------------
@@ -121,11 +127,20 @@ u8 CMedia::ReadByte()
     return value;
 }
 
-void CMedia::WriteByte(u8 value) { Write(1, &value); }
+void CMedia::WriteByte(u8 value)
+{
+    Write(1, &value);
+}
 
-bool CMedia::ReadBool() { return ReadByte() != 0; }
+bool CMedia::ReadBool()
+{
+    return ReadByte() != 0;
+}
 
-void CMedia::WriteBool(bool value) { WriteByte(value ? 1 : 0); }
+void CMedia::WriteBool(bool value)
+{
+    WriteByte(value ? 1 : 0);
+}
 
 u16 CMedia::ReadU16()
 {
@@ -183,9 +198,15 @@ bool CMemoryMedia::Invariant() const
     return fSize <= fCapacity && fPosition <= fSize && (fBlock != nullptr || fCapacity == 0);
 }
 
-u32 CMemoryMedia::GetSize() const { return fSize; }
+u32 CMemoryMedia::GetSize() const
+{
+    return fSize;
+}
 
-u32 CMemoryMedia::GetPosition() const { return fPosition; }
+u32 CMemoryMedia::GetPosition() const
+{
+    return fPosition;
+}
 
 void CMemoryMedia::SetPosition(u32 position)
 {
@@ -222,9 +243,15 @@ bool COwnedMemoryMedia::Invariant() const
     return fBlock.size() <= std::numeric_limits<u32>::max() && fPosition <= fBlock.size();
 }
 
-u32 COwnedMemoryMedia::GetSize() const { return static_cast<u32>(fBlock.size()); }
+u32 COwnedMemoryMedia::GetSize() const
+{
+    return static_cast<u32>(fBlock.size());
+}
 
-u32 COwnedMemoryMedia::GetPosition() const { return fPosition; }
+u32 COwnedMemoryMedia::GetPosition() const
+{
+    return fPosition;
+}
 
 void COwnedMemoryMedia::SetPosition(u32 position)
 {
@@ -287,9 +314,15 @@ bool CPartialMedia::Invariant() const
     return fPosition <= fLength && EndOf(fStart, fLength) <= fParent.GetSize();
 }
 
-u32 CPartialMedia::GetSize() const { return fLength; }
+u32 CPartialMedia::GetSize() const
+{
+    return fLength;
+}
 
-u32 CPartialMedia::GetPosition() const { return fPosition; }
+u32 CPartialMedia::GetPosition() const
+{
+    return fPosition;
+}
 
 void CPartialMedia::SetPosition(u32 position)
 {

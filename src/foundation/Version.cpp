@@ -182,9 +182,9 @@ void CVersion::Write(CMedia& media) const
         WriteLong(media);
         return;
     }
-    const std::array<u8, kShortFormSize> bytes = {
-        static_cast<u8>(fMajor), static_cast<u8>(fMinor), static_cast<u8>(fBugFix),
-        static_cast<u8>(fStage), static_cast<u8>(fStageRevision)};
+    const std::array<u8, kShortFormSize> bytes = {static_cast<u8>(fMajor), static_cast<u8>(fMinor),
+                                                  static_cast<u8>(fBugFix), static_cast<u8>(fStage),
+                                                  static_cast<u8>(fStageRevision)};
     media.Write(kShortFormSize, bytes.data());
 }
 

@@ -39,8 +39,8 @@ public:
 
     // 0.0.0, release stage.
     CVersion() = default;
-    CVersion(u32 major, u32 minor, u32 bugFix = 0, u32 stage = kStageRelease,
-             u32 stageRevision = 0, u32 build = 0);
+    CVersion(u32 major, u32 minor, u32 bugFix = 0, u32 stage = kStageRelease, u32 stageRevision = 0,
+             u32 build = 0);
 
     u32 GetMajor() const { return fMajor; }
     u32 GetMinor() const { return fMinor; }

@@ -44,7 +44,10 @@ std::unique_ptr<CProbeClient> MakeClient(CIdler& idler, u32 level, TProbe& probe
 }
 
 std::vector<std::string> gTraces;
-void RecordTrace(const char*, i32, const char* text) { gTraces.emplace_back(text); }
+void RecordTrace(const char*, i32, const char* text)
+{
+    gTraces.emplace_back(text);
+}
 
 TEST(Idler, IntervalIsThatOfTheFastestLevelWithClients)
 {
@@ -143,7 +146,8 @@ TEST(Idler, ClientAddedDuringAPassRunsInTheSamePassOnce)
     TProbe child;
     std::unique_ptr<CProbeClient> childClient;
     auto parentClient = MakeClient(idler, kIdleLevel10ms, parent);
-    parent.fThen = [&] {
+    parent.fThen = [&]
+    {
         if (!childClient)
             childClient = MakeClient(idler, kIdleLevel10ms, child);
     };
@@ -164,7 +168,8 @@ TEST(Idler, NonReentrantClientIsSkippedInANestedDriveAndRunsAgainLater)
     auto plainClient = MakeClient(idler, kIdleLevel0ms, plain);
     auto reentrantClient = MakeClient(idler, kIdleLevel0ms, reentrant, true);
     bool nested = false;
-    plain.fThen = [&] {
+    plain.fThen = [&]
+    {
         if (nested)
             return;
         nested = true;
@@ -180,8 +185,7 @@ TEST(Idler, NonReentrantClientIsSkippedInANestedDriveAndRunsAgainLater)
     EXPECT_EQ(plain.fRuns, (std::vector<TTicks>{100, 200})) << "its run count came back to 0";
 
     SetTraceHook(savedHook);
-    EXPECT_EQ(std::count(gTraces.begin(), gTraces.end(), "CIdler::Drive() called recursively!"),
-              1);
+    EXPECT_EQ(std::count(gTraces.begin(), gTraces.end(), "CIdler::Drive() called recursively!"), 1);
 }
 
 TEST(Idler, ThrowingClientLeavesDriveAndItsLevelStaysDue)
@@ -189,7 +193,8 @@ TEST(Idler, ThrowingClientLeavesDriveAndItsLevelStaysDue)
     CIdler idler;
     TProbe probe;
     auto client = MakeClient(idler, kIdleLevel100ms, probe);
-    probe.fThen = [&] {
+    probe.fThen = [&]
+    {
         if (probe.fRuns.size() == 1)
             throw std::runtime_error("first run fails");
     };
@@ -246,10 +251,12 @@ TEST(Idler, IntervalChangeIsReportedOnEachRegistration)
 {
     static int calls = 0;
     calls = 0;
-    SetIdleIntervalChangedHook([]() -> u32 {
-        ++calls;
-        return 12000;
-    });
+    SetIdleIntervalChangedHook(
+        []() -> u32
+        {
+            ++calls;
+            return 12000;
+        });
     CIdler idler;
     TProbe probe;
     {

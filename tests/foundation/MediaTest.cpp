@@ -47,8 +47,7 @@ struct TPartialMaker
     }
 };
 
-template <class TMaker>
-class MediaTest : public testing::Test
+template <class TMaker> class MediaTest : public testing::Test
 {
 protected:
     // Widens a window to 64 bytes of room, so every class has space to write.

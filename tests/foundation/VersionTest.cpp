@@ -63,11 +63,10 @@ TEST(Version, BinaryFormsHaveTheDocumentedLayoutAndReadBack)
         {CVersion(), {0, 0, 0, 4, 0}},
         {CVersion(255, 255, 255, CVersion::kStageFinal, 255), {255, 255, 255, 3, 255}},
         {CVersion(1, 2, 0, CVersion::kStageRelease, 0, 300),
-         {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0,
-          0,    0,    0,    0,    4,    0, 0, 0, 0, 0, 0, 1, 0x2C}},
-        {CVersion(256, 0),
-         {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,
-          0,    0,    0,    0,    0,    4, 0, 0, 0, 0, 0, 0, 0, 0}},
+         {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 1, 0, 0, 0, 2, 0,   0,
+          0,    0,    0,    0,    0,    4, 0, 0, 0, 0, 0, 0, 1, 0x2C}},
+        {CVersion(256, 0), {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,
+                            0,    0,    0,    0,    0,    4, 0, 0, 0, 0, 0, 0, 0, 0}},
     };
     for (const auto& [version, bytes] : cases)
     {
@@ -97,9 +96,9 @@ TEST(Version, ShortOrBrokenRecordsAreBadFormat)
     longForm.resize(CVersion::kLongFormSize - 1, 0);
     const std::vector<std::vector<u8>> cases = {
         {},
-        {1, 3, 6, 2},          // four bytes left
-        {1, 3, 6, 5, 0},       // stage past the release
-        longForm,              // long form one byte short
+        {1, 3, 6, 2},    // four bytes left
+        {1, 3, 6, 5, 0}, // stage past the release
+        longForm,        // long form one byte short
     };
     for (const auto& bytes : cases)
     {
