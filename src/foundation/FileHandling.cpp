@@ -1,0 +1,610 @@
+#include "foundation/FileHandling.h"
+
+#include "foundation/Assert.h"
+#include "foundation/Exceptions.h"
+#include "foundation/Failures.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <limits>
+#include <pwd.h>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+std::string gCodecFolderOverride;
+std::string gMapFolderOverride;
+
+constexpr const char* kDefaultDataDirs = "/usr/local/share:/usr/share";
+constexpr const char* kProcSelfExe = "/proc/self/exe";
+
+// The trace names the path; the exception itself can't carry it.
+[[noreturn]] void ThrowPathError(int error, const fs::path& path, const char* doing)
+{
+    BF_TRACE("%s \"%s\" failed", doing, path.c_str());
+    ThrowErrnoError(error, __FILE__, __LINE__);
+}
+
+bool HasExtension(const fs::path& name, std::u16string_view extension)
+{
+    const std::u16string leaf = name.filename().u16string();
+    return leaf.size() > extension.size() && leaf.ends_with(extension);
+}
+
+fs::path HomeFolder()
+{
+    if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0')
+        return home;
+    std::array<char, 4096> buffer;
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+        found != nullptr && found->pw_dir != nullptr)
+        return found->pw_dir;
+    return {};
+}
+
+// An XDG variable counts only when it holds an absolute path.
+fs::path XdgDataHome()
+{
+    if (const char* value = std::getenv("XDG_DATA_HOME"); value != nullptr && value[0] == '/')
+        return value;
+    const fs::path home = HomeFolder();
+    return home.empty() ? fs::path() : home / ".local" / "share";
+}
+
+TFolderList XdgDataDirs()
+{
+    const char* value = std::getenv("XDG_DATA_DIRS");
+    const std::string_view list = (value != nullptr && value[0] != '\0') ? value : kDefaultDataDirs;
+    TFolderList folders;
+    std::size_t start = 0;
+    while (start <= list.size())
+    {
+        const std::size_t end = std::min(list.find(':', start), list.size());
+        const std::string_view entry = list.substr(start, end - start);
+        if (entry.starts_with('/'))
+            folders.emplace_back(entry);
+        start = end + 1;
+    }
+    return folders;
+}
+
+fs::path MakerProductFolder(const fs::path& base)
+{
+    return base / fs::path(kMakerFolderName) / fs::path(kProductFolderName);
+}
+
+bool AlreadyListed(const TFolderList& folders, const fs::path& folder)
+{
+    return std::any_of(folders.begin(), folders.end(),
+                       [&](const fs::path& listed)
+                       {
+                           std::error_code error;
+                           return fs::equivalent(listed, folder, error);
+                       });
+}
+
+// Follows the chain of child names down from each data folder, the user's
+// first, and lists the folders that exist at its end. The same folder reached
+// twice (an XDG_DATA_HOME that is also in XDG_DATA_DIRS) is listed once, so
+// that a scan doesn't read its files twice.
+TFolderList SearchDataFolders(std::initializer_list<std::u16string_view> chain,
+                              const std::string& override)
+{
+    if (!override.empty())
+        return {fs::path(override)};
+    TFolderList bases;
+    if (fs::path user = NSHarbryUtils::GetUserDataFolder(); !user.empty())
+        bases.push_back(std::move(user));
+    for (fs::path& machine : NSHarbryUtils::GetMachineDataFolders())
+        bases.push_back(std::move(machine));
+
+    TFolderList found;
+    for (fs::path folder : bases)
+    {
+        bool complete = true;
+        for (const std::u16string_view name : chain)
+        {
+            complete = NSHarbryUtils::FolderExists(folder, name);
+            if (!complete)
+                break;
+            folder /= fs::path(name);
+        }
+        if (complete && !AlreadyListed(found, folder))
+            found.push_back(std::move(folder));
+    }
+    return found;
+}
+} // namespace
+
+// ---- Extensions -----------------------------------------------------------
+
+bool HasMapExtension(const fs::path& name)
+{
+    return HasExtension(name, kMapExtension);
+}
+
+bool HasDefinitionExtension(const fs::path& name)
+{
+    return HasExtension(name, kDefinitionExtension);
+}
+
+bool HasPictureExtension(const fs::path& name)
+{
+    return HasExtension(name, kPictureExtension);
+}
+
+bool HasLuaExtension(const fs::path& name)
+{
+    return HasExtension(name, kLuaExtension);
+}
+
+bool HasCodecExtension(const fs::path& name)
+{
+    return HasExtension(name, kCodecExtension);
+}
+
+// ---- Folder searches -------------------------------------------------------
+
+TFolderList GetMIDICodecFolders()
+{
+    return SearchDataFolders({kCodecFolderName, kMIDICodecFolderName}, gCodecFolderOverride);
+}
+
+TFolderList GetLuaCodecFolders()
+{
+    return SearchDataFolders({kCodecFolderName, kLuaCodecFolderName}, gCodecFolderOverride);
+}
+
+TFolderList GetMapFolders()
+{
+    return SearchDataFolders({kMapFolderName}, gMapFolderOverride);
+}
+
+void SetCodecFolderOverride(std::string folder)
+{
+    gCodecFolderOverride = std::move(folder);
+}
+
+const std::string& GetCodecFolderOverride()
+{
+    return gCodecFolderOverride;
+}
+
+void SetMapFolderOverride(std::string folder)
+{
+    gMapFolderOverride = std::move(folder);
+}
+
+const std::string& GetMapFolderOverride()
+{
+    return gMapFolderOverride;
+}
+
+fs::path GetTestCodecFolder()
+{
+    return GetTestCodecFolderIn(NSHarbryUtils::GetProgramFolder());
+}
+
+// This is the layout of a build tree, where the scripted codec host is built
+// next to the programs; an installed tree has no such folder.
+fs::path GetTestCodecFolderIn(const fs::path& programFolder)
+{
+    BF_ASSERT(NSHarbryUtils::FolderExists(programFolder, kCodecFolderName));
+    const fs::path codecs = programFolder / fs::path(kCodecFolderName);
+    BF_ASSERT(NSHarbryUtils::FolderExists(codecs, kTestingFolderName));
+    return codecs / fs::path(kTestingFolderName);
+}
+
+namespace NSHarbryUtils
+{
+fs::path GetUserDataFolder()
+{
+    const fs::path base = XdgDataHome();
+    return base.empty() ? base : MakerProductFolder(base);
+}
+
+TFolderList GetMachineDataFolders()
+{
+    TFolderList folders = XdgDataDirs();
+    for (fs::path& folder : folders)
+        folder = MakerProductFolder(folder);
+    return folders;
+}
+
+fs::path GetProgramFolder()
+{
+    std::error_code error;
+    const fs::path program = fs::read_symlink(kProcSelfExe, error);
+    if (error)
+        ThrowPathError(error.value(), kProcSelfExe, "Finding the program");
+    return program.parent_path();
+}
+
+bool FileExists(const fs::path& folder, std::u16string_view name)
+{
+    std::error_code error;
+    return fs::is_regular_file(folder / fs::path(name), error);
+}
+
+bool FolderExists(const fs::path& folder, std::u16string_view name)
+{
+    std::error_code error;
+    return fs::is_directory(folder / fs::path(name), error);
+}
+
+fs::path GetChildFolder(const fs::path& folder, std::u16string_view name)
+{
+    return folder / fs::path(name);
+}
+
+std::vector<u8> ReadWholeFile(const fs::path& file)
+{
+    COpenReadFileBridge stream(file);
+    std::vector<u8> bytes(stream.GetSize());
+    stream.Read(stream.GetSize(), bytes.data());
+    return bytes;
+}
+
+// ---- COpenFile ----------------------------------------------------------------
+
+namespace
+{
+int OpenFlags(COpenFile::EMode mode)
+{
+    switch (mode)
+    {
+    case COpenFile::EMode::kRead:
+        return O_RDONLY;
+    case COpenFile::EMode::kReadWrite:
+        return O_RDWR;
+    case COpenFile::EMode::kCreate:
+        return O_RDWR | O_CREAT | O_TRUNC;
+    }
+    return O_RDONLY;
+}
+
+int OpenDescriptor(const fs::path& file, COpenFile::EMode mode)
+{
+    const int descriptor = ::open(file.c_str(), OpenFlags(mode) | O_CLOEXEC, 0666);
+    if (descriptor < 0)
+        ThrowPathError(errno, file, "Opening");
+    return descriptor;
+}
+} // namespace
+
+COpenFile::COpenFile(const fs::path& file, EMode mode)
+    : COpenFile(file, OpenDescriptor(file, mode), mode != EMode::kRead)
+{
+}
+
+COpenFile::COpenFile(const fs::path& file, int descriptor, bool writable)
+    : fPath(file), fDescriptor(descriptor), fWritable(writable)
+{
+    struct stat status
+    {
+    };
+    if (::fstat(fDescriptor, &status) != 0)
+    {
+        const int error = errno;
+        ::close(fDescriptor);
+        ThrowPathError(error, fPath, "Looking at");
+    }
+    if (S_ISDIR(status.st_mode))
+    {
+        ::close(fDescriptor);
+        BF_TRACE("\"%s\" is a folder, not a file", fPath.c_str());
+        BF_THROW_SITE();
+        throw NSException::XFileNotFound();
+    }
+    if (status.st_size > std::numeric_limits<u32>::max())
+    {
+        // A stream counts its bytes in 32 bits.
+        ::close(fDescriptor);
+        BF_TRACE("\"%s\" is larger than 4 GiB", fPath.c_str());
+        BF_THROW_SITE();
+        throw NSException::XUnsupportedFormat();
+    }
+    fSize = static_cast<u32>(status.st_size);
+}
+
+COpenFile::~COpenFile()
+{
+    ::close(fDescriptor);
+}
+
+bool COpenFile::Invariant() const
+{
+    return fDescriptor >= 0 && fPosition <= fSize;
+}
+
+u32 COpenFile::GetSize() const
+{
+    return fSize;
+}
+
+u32 COpenFile::GetPosition() const
+{
+    return fPosition;
+}
+
+void COpenFile::SetPosition(u32 position)
+{
+    CheckPosition(position, fSize);
+    fPosition = position;
+}
+
+void COpenFile::ReadAt(u32 position, u32 count, void* destination)
+{
+    if (u64{position} + count > fSize)
+    {
+        BF_TRACE("Reading past the end of \"%s\"", fPath.c_str());
+        BF_THROW_SITE();
+        throw NSException::XRead();
+    }
+    CheckReadRange(position, count, fSize, destination);
+    auto* bytes = static_cast<u8*>(destination);
+    u32 done = 0;
+    while (done < count)
+    {
+        const ssize_t got = ::pread(fDescriptor, bytes + done, count - done, position + done);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            ThrowPathError(errno, fPath, "Reading");
+        if (got == 0)
+        {
+            // The file shrank under us since it was opened.
+            BF_TRACE("\"%s\" ended early", fPath.c_str());
+            BF_THROW_SITE();
+            throw NSException::XRead();
+        }
+        done += static_cast<u32>(got);
+    }
+    fPosition = position + count;
+}
+
+void COpenFile::WriteAt(u32 position, u32 count, const void* source)
+{
+    CheckWriteRange(position, count, fWritable ? std::numeric_limits<u32>::max() : 0, source);
+    const auto* bytes = static_cast<const u8*>(source);
+    u32 done = 0;
+    while (done < count)
+    {
+        const ssize_t put = ::pwrite(fDescriptor, bytes + done, count - done, position + done);
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put < 0)
+            ThrowPathError(errno, fPath, "Writing");
+        done += static_cast<u32>(put);
+    }
+    fPosition = position + count;
+    fSize = std::max(fSize, fPosition);
+}
+
+COpenReadFileBridge::COpenReadFileBridge(const fs::path& file) : COpenFile(file, EMode::kRead) {}
+
+// ---- COpenTemporaryFile ---------------------------------------------------------
+
+struct COpenTemporaryFile::TCreated
+{
+    fs::path fPath;
+    int fDescriptor;
+};
+
+COpenTemporaryFile::COpenTemporaryFile() : COpenTemporaryFile(Create()) {}
+
+COpenTemporaryFile::COpenTemporaryFile(TCreated created)
+    : COpenFile(created.fPath, created.fDescriptor, true)
+{
+}
+
+COpenTemporaryFile::~COpenTemporaryFile()
+{
+    // Removing an open file is fine here: the descriptor closes right after.
+    ::unlink(GetPath().c_str());
+}
+
+COpenTemporaryFile::TCreated COpenTemporaryFile::Create()
+{
+    std::error_code error;
+    fs::path folder = fs::temp_directory_path(error);
+    if (error)
+        folder = "/tmp";
+    std::string name = (folder / "brassfold-XXXXXX").native();
+    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        ThrowPathError(errno, name, "Creating the temporary file");
+    return {fs::path(name), descriptor};
+}
+} // namespace NSHarbryUtils
+
+// ---- Folder walk ------------------------------------------------------------
+
+namespace
+{
+using NSHarbryExtras::IDirScannerHandler;
+using NSHarbryExtras::TDirItem;
+using TFolderIdentity = std::pair<dev_t, ino_t>;
+
+std::vector<fs::path> SortedItems(const fs::path& folder)
+{
+    std::error_code error;
+    fs::directory_iterator items(folder, error);
+    if (error)
+        ThrowPathError(error.value(), folder, "Listing the folder");
+    std::vector<fs::path> paths;
+    for (; items != fs::directory_iterator(); items.increment(error))
+    {
+        if (error)
+            ThrowPathError(error.value(), folder, "Listing the folder");
+        paths.push_back(items->path());
+    }
+    std::sort(paths.begin(), paths.end(),
+              [](const fs::path& a, const fs::path& b)
+              { return a.filename().native() < b.filename().native(); });
+    return paths;
+}
+
+u32 NameFlags(const fs::path& item)
+{
+    return item.filename().native().starts_with('.') ? NSHarbryExtras::kDirItemHidden : 0;
+}
+
+void WalkChain(const fs::path& folder, IDirScannerHandler& handler,
+               std::vector<TFolderIdentity>& chain)
+{
+    for (const fs::path& item : SortedItems(folder))
+    {
+        // stat follows links; what it can't look at (a dangling link) is passed over.
+        struct stat status
+        {
+        };
+        if (::stat(item.c_str(), &status) != 0)
+            continue;
+        if (S_ISREG(status.st_mode))
+        {
+            handler.IDirScannerHandler_FileFound(
+                {item, NSHarbryExtras::kDirItemFile, NameFlags(item)});
+            continue;
+        }
+        if (!S_ISDIR(status.st_mode))
+            continue;
+        const TFolderIdentity identity{status.st_dev, status.st_ino};
+        u32 flags = NameFlags(item);
+        const bool loop = std::find(chain.begin(), chain.end(), identity) != chain.end();
+        if (loop)
+            flags |= NSHarbryExtras::kDirItemLoop;
+        const bool skip =
+            handler.IDirScannerHandler_FolderFound({item, NSHarbryExtras::kDirItemFolder, flags});
+        if (skip || loop)
+            continue;
+        chain.push_back(identity);
+        WalkChain(item, handler, chain);
+        chain.pop_back();
+    }
+}
+} // namespace
+
+void WalkFolder(const fs::path& folder, NSHarbryExtras::IDirScannerHandler& handler)
+{
+    std::vector<TFolderIdentity> chain;
+    struct stat status
+    {
+    };
+    if (::stat(folder.c_str(), &status) != 0)
+        ThrowPathError(errno, folder, "Looking at the folder");
+    chain.emplace_back(status.st_dev, status.st_ino);
+    WalkChain(folder, handler, chain);
+}
+
+// ---- Pictures ---------------------------------------------------------------
+
+namespace
+{
+constexpr u32 kBMPHeaderSize = 54;
+constexpr u32 kBytesPerStoredPixel = 3;
+constexpr u32 kBytesPerPixel = 4;
+
+// The fields of the 54-byte header that the reader looks at.
+struct TBMPHeader
+{
+    i32 fWidth;
+    i32 fHeight;
+    u16 fPlanes;
+    u16 fBitCount;
+    u32 fCompression;
+    u32 fColoursUsed;
+    u32 fColoursImportant;
+};
+
+u32 LittleU32(const u8* bytes)
+{
+    return u32{bytes[0]} | (u32{bytes[1]} << 8) | (u32{bytes[2]} << 16) | (u32{bytes[3]} << 24);
+}
+
+u16 LittleU16(const u8* bytes)
+{
+    return static_cast<u16>(bytes[0] | (bytes[1] << 8));
+}
+
+TBMPHeader ReadBMPHeader(NSCorbelan::CMedia& media)
+{
+    std::array<u8, kBMPHeaderSize> bytes;
+    media.SetPosition(0);
+    media.Read(kBMPHeaderSize, bytes.data());
+    return TBMPHeader{static_cast<i32>(LittleU32(&bytes[18])),
+                      static_cast<i32>(LittleU32(&bytes[22])),
+                      LittleU16(&bytes[26]),
+                      LittleU16(&bytes[28]),
+                      LittleU32(&bytes[30]),
+                      LittleU32(&bytes[46]),
+                      LittleU32(&bytes[50])};
+}
+
+[[noreturn]] void ThrowBadPicture(const char* file, i32 line)
+{
+    ::SAssert(file, line);
+    BF_THROW_SITE();
+    throw NSException::XUnsupportedFormat();
+}
+} // namespace
+
+u32 GetBMP24RowStride(u32 width)
+{
+    return (width * kBytesPerStoredPixel + 3) & ~u32{3};
+}
+
+void ReadBMP24(NSCorbelan::CMedia& media, u32 width, u32 height, std::span<u8> destination)
+{
+    const u64 needed = u64{width} * height * kBytesPerPixel;
+    if (destination.size() < needed)
+    {
+        ::SAssert(__FILE__, __LINE__);
+        BF_THROW_SITE();
+        throw NSException::XBadInputProgrammingError();
+    }
+    if (media.GetSize() < kBMPHeaderSize)
+    {
+        BF_THROW_SITE();
+        throw NSException::XBadFormat();
+    }
+    const TBMPHeader header = ReadBMPHeader(media);
+    if (i64{header.fWidth} != i64{width} || i64{header.fHeight} != i64{height})
+        throw std::runtime_error("bad picture size");
+    if (header.fPlanes != 1 || header.fBitCount != 24 || header.fCompression != 0 ||
+        header.fColoursUsed != 0 || header.fColoursImportant != 0 || header.fHeight <= 0)
+        ThrowBadPicture(__FILE__, __LINE__);
+
+    const u32 stride = GetBMP24RowStride(width);
+    if (u64{kBMPHeaderSize} + u64{stride} * height > media.GetSize())
+    {
+        BF_THROW_SITE();
+        throw NSException::XBadFormat();
+    }
+    std::vector<u8> row(stride);
+    for (u32 y = 0; y < height; ++y)
+    {
+        // Rows are stored bottom-up.
+        media.SetPosition(kBMPHeaderSize + (height - 1 - y) * stride);
+        media.Read(stride, row.data());
+        u8* out = destination.data() + u64{y} * width * kBytesPerPixel;
+        for (u32 x = 0; x < width; ++x)
+        {
+            const u8* in = &row[x * kBytesPerStoredPixel];
+            out[x * kBytesPerPixel + 0] = in[2];
+            out[x * kBytesPerPixel + 1] = in[1];
+            out[x * kBytesPerPixel + 2] = in[0];
+            out[x * kBytesPerPixel + 3] = 255;
+        }
+    }
+}

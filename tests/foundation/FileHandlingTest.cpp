@@ -1,0 +1,422 @@
+#include "foundation/FileHandling.h"
+
+#include "foundation/Exceptions.h"
+
+#include "AssertionRecorder.h"
+#include "TempTree.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace NSHarbryUtils;
+using NSTesting::CEnvironment;
+using NSTesting::CExpectAssertions;
+using NSTesting::CTempTree;
+
+namespace
+{
+const fs::path kKinvar = fs::path("Thistlemarrow Software") / "Kinvar";
+
+// ---- Extensions ---------------------------------------------------------------
+
+struct TExtensionCase
+{
+    const char16* fName;
+    bool (*fTest)(const fs::path&);
+    bool fExpected;
+};
+
+TEST(FileHandling, ExtensionsMatchExactCaseOnLongerNames)
+{
+    const std::vector<TExtensionCase> cases = {
+        {u".kinvarmap", &HasMapExtension, false},
+        {u"a.kinvarmap", &HasMapExtension, true},
+        {u"a.KINVARMAP", &HasMapExtension, false},
+        {u"a.kinvarmap.bak", &HasMapExtension, false},
+        {u"/some/folder/b.kinvarmap", &HasMapExtension, true},
+        {u"/some/x.kinvarmap/", &HasMapExtension, false},
+        {u"Fader.midicodec", &HasDefinitionExtension, true},
+        {u".midicodec", &HasDefinitionExtension, false},
+        {u"Fader.png", &HasPictureExtension, true},
+        {u"\u00e9.png", &HasPictureExtension, true},
+        {u"Fader.PNG", &HasPictureExtension, false},
+        {u"s.luacodec", &HasLuaExtension, true},
+        {u"s.luacodecs", &HasLuaExtension, false},
+        {u"LuaHost.kinvarcodec", &HasCodecExtension, true},
+        {u"LuaHost.midicodec", &HasCodecExtension, false},
+    };
+    for (const TExtensionCase& c : cases)
+        EXPECT_EQ(c.fTest(fs::path(c.fName)), c.fExpected) << fs::path(c.fName);
+}
+
+// ---- Data folder searches -----------------------------------------------------
+
+// A fake XDG tree: the user's data home, and two machine-wide folders with a
+// relative entry between them that must be ignored.
+class DataFolders : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        fEnvironment.Set("XDG_DATA_HOME", (fTree / "home").string());
+        fEnvironment.Set("XDG_DATA_DIRS", (fTree / "sys1").string() +
+                                              ":relative/share:" + (fTree / "sys2").string());
+    }
+    void TearDown() override
+    {
+        SetCodecFolderOverride("");
+        SetMapFolderOverride("");
+    }
+
+    fs::path Make(const std::string& base, const fs::path& below)
+    {
+        return fTree.MakeFolder(fs::path(base) / kKinvar / below);
+    }
+
+    CTempTree fTree;
+    CEnvironment fEnvironment;
+};
+
+TEST_F(DataFolders, WithNoMakerFolderEverySearchIsEmpty)
+{
+    EXPECT_TRUE(GetMIDICodecFolders().empty());
+    EXPECT_TRUE(GetLuaCodecFolders().empty());
+    EXPECT_TRUE(GetMapFolders().empty());
+    EXPECT_TRUE(fTree.Snapshot().empty()) << "a search must create nothing";
+}
+
+TEST_F(DataFolders, UserFolderComesFirstAndOnlyExistingFoldersAreListed)
+{
+    const fs::path userMIDI = Make("home", "Codecs/MIDI Codecs");
+    const fs::path userMaps = Make("home", "Maps");
+    Make("sys1", "Codecs"); // no "MIDI Codecs" below it
+    const fs::path sys1Lua = Make("sys1", "Codecs/Lua Codecs");
+    const fs::path sys1Maps = Make("sys1", "Maps");
+    const fs::path sys2MIDI = Make("sys2", "Codecs/MIDI Codecs");
+    fTree.MakeFile(fs::path("sys2") / kKinvar / "Maps", "a file, not a folder");
+    const auto before = fTree.Snapshot();
+
+    EXPECT_EQ(GetMIDICodecFolders(), (TFolderList{userMIDI, sys2MIDI}));
+    EXPECT_EQ(GetLuaCodecFolders(), (TFolderList{sys1Lua}));
+    EXPECT_EQ(GetMapFolders(), (TFolderList{userMaps, sys1Maps}));
+    EXPECT_EQ(fTree.Snapshot(), before) << "a search must create nothing";
+}
+
+TEST_F(DataFolders, AFolderReachedTwiceIsListedOnce)
+{
+    fEnvironment.Set("XDG_DATA_DIRS", (fTree / "home").string() + ":" + (fTree / "sys1").string());
+    const fs::path userMaps = Make("home", "Maps");
+    const fs::path sysMaps = Make("sys1", "Maps");
+    EXPECT_EQ(GetMapFolders(), (TFolderList{userMaps, sysMaps}));
+}
+
+TEST_F(DataFolders, OverridesGiveExactlyTheirFolder)
+{
+    Make("home", "Codecs/MIDI Codecs");
+    const fs::path userMaps = Make("home", "Maps");
+    SetCodecFolderOverride("/nowhere/codecs");
+    EXPECT_EQ(GetMIDICodecFolders(), (TFolderList{"/nowhere/codecs"}));
+    EXPECT_EQ(GetLuaCodecFolders(), (TFolderList{"/nowhere/codecs"}));
+    EXPECT_EQ(GetMapFolders(), (TFolderList{userMaps})) << "maps have their own override";
+    EXPECT_EQ(GetCodecFolderOverride(), "/nowhere/codecs");
+
+    SetMapFolderOverride((fTree / "elsewhere").string());
+    EXPECT_EQ(GetMapFolders(), (TFolderList{fTree / "elsewhere"}));
+}
+
+TEST_F(DataFolders, DefaultsFollowTheXdgRules)
+{
+    fEnvironment.Set("HOME", (fTree / "user").string());
+    fEnvironment.Set("XDG_DATA_HOME", std::nullopt);
+    fEnvironment.Set("XDG_DATA_DIRS", std::nullopt);
+    EXPECT_EQ(GetUserDataFolder(), fTree / "user/.local/share" / kKinvar);
+    EXPECT_EQ(GetMachineDataFolders(), (TFolderList{fs::path("/usr/local/share") / kKinvar,
+                                                    fs::path("/usr/share") / kKinvar}));
+
+    fEnvironment.Set("XDG_DATA_HOME", "relative/data");
+    fEnvironment.Set("XDG_DATA_DIRS", "");
+    EXPECT_EQ(GetUserDataFolder(), fTree / "user/.local/share" / kKinvar)
+        << "a relative XDG_DATA_HOME doesn't count";
+    EXPECT_EQ(GetMachineDataFolders().size(), 2u) << "an empty XDG_DATA_DIRS means the default";
+}
+
+TEST(ProgramFolder, IsTheFolderOfTheRunningProgram)
+{
+    EXPECT_EQ(fs::canonical(GetProgramFolder()),
+              fs::canonical(fs::path(BRASSFOLD_BINARY_DIR) / "bin"));
+}
+
+TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
+{
+    CTempTree tree;
+    {
+        CExpectAssertions expect;
+        EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
+        EXPECT_EQ(expect.Count(), 2u);
+    }
+    tree.MakeFolder("Codecs");
+    {
+        CExpectAssertions expect;
+        GetTestCodecFolderIn(tree.Root());
+        EXPECT_EQ(expect.Count(), 1u);
+    }
+    tree.MakeFolder("Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
+}
+
+// ---- Folder walk ----------------------------------------------------------------
+
+// Records what the walk meets, relative to the root; passes over flagged
+// folders as the definition-file scan does, and over the folders named skip.
+class CRecordingHandler : public NSHarbryExtras::IDirScannerHandler
+{
+public:
+    explicit CRecordingHandler(fs::path root) : fRoot(std::move(root)) {}
+
+    void IDirScannerHandler_FileFound(const NSHarbryExtras::TDirItem& item) override
+    {
+        EXPECT_EQ(item.fKind, NSHarbryExtras::kDirItemFile);
+        fMet.push_back("F " + item.fPath.lexically_relative(fRoot).string());
+    }
+    bool IDirScannerHandler_FolderFound(const NSHarbryExtras::TDirItem& item) override
+    {
+        EXPECT_EQ(item.fKind, NSHarbryExtras::kDirItemFolder);
+        fMet.push_back("D " + item.fPath.lexically_relative(fRoot).string() + " " +
+                       std::to_string(item.fFlags));
+        return item.fFlags != 0 || item.fPath.filename() == "skip";
+    }
+
+    fs::path fRoot;
+    std::vector<std::string> fMet;
+};
+
+TEST(WalkFolder, WalksDepthFirstInNameOrderAndPassesOverWhatTheHandlerRefuses)
+{
+    CTempTree tree;
+    tree.MakeFile("b.midicodec");
+    tree.MakeFile("Z/x.png");
+    tree.MakeFile("a/2.txt");
+    tree.MakeFile("a/1.txt");
+    tree.MakeFile("a/deep/n.midicodec");
+    tree.MakeFile("skip/never.midicodec");
+    tree.MakeFile(".hidden/never.midicodec");
+    fs::create_directory_symlink(tree.Root(), tree / "a/up");
+    fs::create_symlink(tree / "missing", tree / "dangling");
+    fs::create_symlink(tree / "b.midicodec", tree / "c.link");
+    ASSERT_EQ(::mkfifo((tree / "fifo").c_str(), 0600), 0);
+
+    CRecordingHandler handler(tree.Root());
+    WalkFolder(tree.Root(), handler);
+    const std::vector<std::string> expected = {
+        "D .hidden 1", "D Z 0",         "F Z/x.png",  "D a 0",
+        "F a/1.txt",   "F a/2.txt",     "D a/deep 0", "F a/deep/n.midicodec",
+        "D a/up 2",    "F b.midicodec", "F c.link",   "D skip 0",
+    };
+    EXPECT_EQ(handler.fMet, expected);
+}
+
+TEST(WalkFolder, LoopFolderIsNeverEnteredEvenWhenTheHandlerAsks)
+{
+    struct CEnterAll : CRecordingHandler
+    {
+        using CRecordingHandler::CRecordingHandler;
+        bool IDirScannerHandler_FolderFound(const NSHarbryExtras::TDirItem& item) override
+        {
+            CRecordingHandler::IDirScannerHandler_FolderFound(item);
+            return false;
+        }
+    };
+    CTempTree tree;
+    tree.MakeFile("a/f");
+    fs::create_directory_symlink(tree / "a", tree / "a/self");
+    CEnterAll handler(tree.Root());
+    WalkFolder(tree.Root(), handler);
+    EXPECT_EQ(handler.fMet, (std::vector<std::string>{"D a 0", "F a/f", "D a/self 2"}));
+}
+
+TEST(WalkFolder, FolderThatCannotBeListedThrowsItsFailure)
+{
+    CTempTree tree;
+    CRecordingHandler handler(tree.Root());
+    EXPECT_THROW(WalkFolder(tree / "missing", handler), NSException::XFileNotFound);
+    tree.MakeFile("file");
+    EXPECT_THROW(WalkFolder(tree / "file", handler), NSException::XFileNotFound);
+
+}
+
+TEST(WalkFolder, UnreadableFolderIsLocked)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "permissions don't bind the superuser";
+    CTempTree tree;
+    CRecordingHandler handler(tree.Root());
+    tree.MakeFile("closed/inside");
+    fs::permissions(tree / "closed", fs::perms::none);
+    EXPECT_THROW(WalkFolder(tree / "closed", handler), NSException::XFileLocked);
+    fs::permissions(tree / "closed", fs::perms::owner_all);
+}
+
+// ---- Files as streams ---------------------------------------------------------
+
+TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
+{
+    CTempTree tree;
+    const fs::path path = tree / "data.bin";
+    {
+        COpenFile file(path, COpenFile::EMode::kCreate);
+        EXPECT_EQ(file.GetSize(), 0u);
+        file.WriteU32(0x01020304);
+        file.WriteU16(0x0506);
+        EXPECT_EQ(file.GetSize(), 6u);
+    }
+    {
+        COpenFile file(path, COpenFile::EMode::kReadWrite);
+        EXPECT_EQ(file.GetSize(), 6u) << "the size is known at open";
+        file.SetPosition(6);
+        file.WriteByte(7);
+    }
+    EXPECT_EQ(ReadWholeFile(path), (std::vector<u8>{1, 2, 3, 4, 5, 6, 7}));
+    COpenReadFileBridge reader(path);
+    EXPECT_EQ(reader.ReadU32(), 0x01020304u);
+    EXPECT_EQ(reader.GetPosition(), 4u);
+    {
+        COpenFile again(path, COpenFile::EMode::kCreate);
+        EXPECT_EQ(again.GetSize(), 0u) << "creating empties the file";
+    }
+}
+
+TEST(OpenFile, ReadingPastTheEndIsBadInputNotAnAssertion)
+{
+    CTempTree tree;
+    const fs::path path = tree.MakeFile("short.bin", "abc");
+    COpenReadFileBridge reader(path);
+    reader.SetPosition(2);
+    EXPECT_THROW(reader.ReadU16(), NSException::XRead);
+}
+
+TEST(OpenFile, WritingAReadOnlyFileAsserts)
+{
+    CTempTree tree;
+    const fs::path path = tree.MakeFile("ro.bin", "abc");
+    COpenReadFileBridge reader(path);
+    CExpectAssertions expect;
+    EXPECT_THROW(reader.WriteByte(1), NSException::XWrite);
+    EXPECT_EQ(expect.Count(), 1u);
+    EXPECT_EQ(ReadWholeFile(path), (std::vector<u8>{'a', 'b', 'c'}));
+}
+
+TEST(OpenFile, OpeningFailuresTranslateIntoTheFamily)
+{
+    CTempTree tree;
+    tree.MakeFolder("folder");
+    EXPECT_THROW(COpenReadFileBridge(tree / "missing"), NSException::XFileNotFound);
+    EXPECT_THROW(COpenFile(tree / "missing", COpenFile::EMode::kReadWrite),
+                 NSException::XFileNotFound);
+    EXPECT_THROW(COpenFile(tree / "no/such/folder/f", COpenFile::EMode::kCreate),
+                 NSException::XFileNotFound);
+    EXPECT_THROW(COpenReadFileBridge(tree / "folder"), NSException::XFileNotFound);
+    EXPECT_THROW(ReadWholeFile(tree / "missing"), NSException::XFileNotFound);
+
+}
+
+TEST(OpenFile, UnreadableFileIsLocked)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "permissions don't bind the superuser";
+    CTempTree tree;
+    const fs::path locked = tree.MakeFile("locked", "x");
+    fs::permissions(locked, fs::perms::none);
+    EXPECT_THROW(COpenReadFileBridge{locked}, NSException::XFileLocked);
+}
+
+TEST(OpenFile, TemporaryFileLivesInTheTemporaryFolderUntilDestroyed)
+{
+    CTempTree tree;
+    CEnvironment environment;
+    environment.Set("TMPDIR", tree.Root().string());
+    fs::path path;
+    {
+        COpenTemporaryFile file;
+        path = file.GetPath();
+        EXPECT_EQ(path.parent_path(), tree.Root());
+        file.WriteU32(42);
+        file.SetPosition(0);
+        EXPECT_EQ(file.ReadU32(), 42u);
+        EXPECT_TRUE(fs::exists(path));
+    }
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_TRUE(tree.Snapshot().empty());
+}
+
+// ---- Pictures -------------------------------------------------------------------
+
+const fs::path kPictureFixture = fs::path(BRASSFOLD_TEST_DATA_DIR) / "foundation/rgb3x2.bmp";
+
+// The fixture's pixels, top row first, as R, G, B, 255.
+const std::vector<u8> kPicturePixels = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255,
+                                        1,   2, 3, 255, 4, 5,   6, 255, 7, 8, 9,   255};
+
+TEST(ReadBMP24, ReadsRowsTopDownAsRGBA)
+{
+    EXPECT_EQ(GetBMP24RowStride(3), 12u);
+    EXPECT_EQ(GetBMP24RowStride(4), 12u);
+    EXPECT_EQ(GetBMP24RowStride(1), 4u);
+
+    COpenReadFileBridge file(kPictureFixture);
+    std::vector<u8> pixels(3 * 2 * 4);
+    ReadBMP24(file, 3, 2, pixels);
+    EXPECT_EQ(pixels, kPicturePixels);
+}
+
+// The fixture with one little-endian header field changed.
+std::vector<u8> PictureWith(u32 offset, u32 value, u32 width)
+{
+    std::vector<u8> bytes = ReadWholeFile(kPictureFixture);
+    for (u32 i = 0; i < width; ++i)
+        bytes[offset + i] = static_cast<u8>(value >> (8 * i));
+    return bytes;
+}
+
+TEST(ReadBMP24, RefusesPicturesThatAreNotOfTheExpectedKind)
+{
+    std::vector<u8> pixels(4 * 3 * 4);
+    {
+        NSCorbelan::COwnedMemoryMedia media(ReadWholeFile(kPictureFixture));
+        try
+        {
+            ReadBMP24(media, 4, 2, pixels);
+            FAIL() << "a picture of another width was read";
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_STREQ(e.what(), "bad picture size");
+        }
+        EXPECT_THROW(ReadBMP24(media, 3, 3, pixels), std::runtime_error);
+    }
+    const std::vector<std::pair<u32, u32>> wrongFields = {{26, 2}, // planes
+                                                          {28, 32} /* bit count */,
+                                                          {30, 1} /* compression */,
+                                                          {46, 4} /* colours used */,
+                                                          {50, 1} /* colours important */};
+    for (const auto& [offset, value] : wrongFields)
+    {
+        NSCorbelan::COwnedMemoryMedia media(PictureWith(offset, value, offset < 30 ? 2 : 4));
+        CExpectAssertions expect;
+        EXPECT_THROW(ReadBMP24(media, 3, 2, pixels), NSException::XUnsupportedFormat) << offset;
+        EXPECT_EQ(expect.Count(), 1u);
+    }
+    std::vector<u8> cut = ReadWholeFile(kPictureFixture);
+    cut.pop_back();
+    NSCorbelan::COwnedMemoryMedia shortMedia(cut);
+    EXPECT_THROW(ReadBMP24(shortMedia, 3, 2, pixels), NSException::XBadFormat);
+    NSCorbelan::COwnedMemoryMedia headerOnly(std::vector<u8>(cut.begin(), cut.begin() + 20));
+    EXPECT_THROW(ReadBMP24(headerOnly, 3, 2, pixels), NSException::XBadFormat);
+}
+} // namespace
