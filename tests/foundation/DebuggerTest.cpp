@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -76,64 +77,38 @@ private:
     std::filesystem::path fPath;
 };
 
-// Sets an environment variable for one scope and puts the old value back.
+// Sets an environment variable (null: unsets it) for one scope.
 class CEnvironment
 {
 public:
     CEnvironment(const char* name, const char* value) : fName(name)
     {
-        if (const char* old = std::getenv(name))
-            fOld = old;
-        fHad = std::getenv(name) != nullptr;
-        if (value != nullptr)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
+        const char* old = std::getenv(name);
+        fOld = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
+        value != nullptr ? setenv(name, value, 1) : unsetenv(name);
     }
-    ~CEnvironment()
-    {
-        if (fHad)
-            setenv(fName.c_str(), fOld.c_str(), 1);
-        else
-            unsetenv(fName.c_str());
-    }
+    ~CEnvironment() { fOld ? setenv(fName.c_str(), fOld->c_str(), 1) : unsetenv(fName.c_str()); }
 
 private:
     std::string fName;
-    std::string fOld;
-    bool fHad = false;
+    std::optional<std::string> fOld;
 };
 } // namespace
 
 TEST_F(DebugChannel, IndentationAndPrefixStandInFrontOfTheText)
 {
-    struct TCase
-    {
-        i32 fLevel;
-        const char* fPrefix;
-        const char* fLine;
-    };
-    const TCase cases[] = {
-        {0, "", "x\n"},
-        {2, "", "|  |  x\n"},
-        {1, "P: ", "|  P: x\n"},
-        {-1, "", "x\n"}, // no guard, and no indentation below zero
-    };
-    for (const TCase& c : cases)
-    {
-        gOutput.clear();
-        for (i32 i = 0; i < c.fLevel; ++i)
-            Indent();
-        for (i32 i = 0; i > c.fLevel; --i)
-            Outdent();
-        SetLinePrefix(c.fPrefix);
-        WriteLine("x");
-        for (i32 i = 0; i < c.fLevel; ++i)
-            Outdent();
-        for (i32 i = 0; i > c.fLevel; --i)
-            Indent();
-        EXPECT_EQ(gOutput, std::vector<std::string>{c.fLine}) << c.fLevel;
-    }
+    WriteLine("x");
+    Indent();
+    Indent();
+    WriteLine("x");
+    Outdent();
+    SetLinePrefix("P: ");
+    WriteLine("x");
+    SetLinePrefix("");
+    Outdent();
+    Outdent(); // no guard, and no indentation below zero
+    WriteLine("x");
+    EXPECT_EQ(gOutput, (std::vector<std::string>{"x\n", "|  |  x\n", "|  P: x\n", "x\n"}));
 }
 
 TEST_F(DebugChannel, LongLineAtDeepIndentationIsKeptWhole)

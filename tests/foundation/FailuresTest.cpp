@@ -64,7 +64,8 @@ std::string ExpectedKind(const std::string& entry, u32 result)
 {
     if (entry != "-")
         return entry;
-    return result >= kFirstApplicationResult ? "App" + std::to_string(result) : "logic_error";
+    return result >= kFirstApplicationResult ? "XApplicationError:" + std::to_string(result)
+                                             : "std::logic_error";
 }
 
 const std::vector<TEdgeCase>& EdgeCases()
@@ -74,55 +75,56 @@ const std::vector<TEdgeCase>& EdgeCases()
          5000,
          &ThrowHarbryResult,
          &HarbryResultFromException,
-         {"bad_alloc",
-          "invalid_argument",
-          "InvariantCorrupt",
-          "IllegalCallSequence",
-          "ProgrammingError",
-          "plain",
-          "plain",
+         {"std::bad_alloc",
+          "std::invalid_argument",
+          "XInvariantCorrupt",
+          "XIllegalCallSequence",
+          "XProgrammingError",
+          "std::exception",
+          "std::exception",
           "-",
           "-",
-          "plain",
-          "plain",
+          "std::exception",
+          "std::exception",
           "-",
-          "plain",
-          "plain",
-          "BadFormat",
-          "UnsupportedFormat",
-          "plain",
-          "plain",
-          "plain",
-          "plain",
+          "std::exception",
+          "std::exception",
+          "XBadFormat",
+          "XUnsupportedFormat",
+          "std::exception",
+          "std::exception",
+          "std::exception",
+          "std::exception",
           "-",
-          "plain"},
+          "std::exception"},
          {5004, 5005, 5003, 5015, 5016, 5022, 5022, 123456, 5001, 5005, 5005, 5022, 5022, 5022,
           5005, 5005, 5022}},
         {"Vistal",
          12000,
          &ThrowVistalResult,
          &VistalResultFromException,
-         {"bad_alloc", "invalid_argument", "IllegalCallSequence", "ProgrammingError", "BadFormat",
-          "UnsupportedFormat", "plain", "InvariantCorrupt", "UnsupportedInterface",
-          "UnsupportedOSVersion"},
+         {"std::bad_alloc", "std::invalid_argument", "XIllegalCallSequence", "XProgrammingError",
+          "XBadFormat", "XUnsupportedFormat", "std::exception", "XInvariantCorrupt",
+          "XUnsupportedInterface", "XUnsupportedOSVersion"},
          {12003, 12004, 12008, 12005, 12006, 12009, 12010, 123456, 12001, 12004, 12004, 12007,
           12007, 12007, 12004, 12004, 12007}},
         {"Dunmark",
          12000,
          &ThrowDunmarkResult,
          &DunmarkResultFromException,
-         {"bad_alloc", "invalid_argument", "IllegalCallSequence", "ProgrammingError", "BadFormat",
-          "UnsupportedFormat", "plain", "InvariantCorrupt", "UnsupportedInterface",
-          "UnsupportedOSVersion"},
+         {"std::bad_alloc", "std::invalid_argument", "XIllegalCallSequence", "XProgrammingError",
+          "XBadFormat", "XUnsupportedFormat", "std::exception", "XInvariantCorrupt",
+          "XUnsupportedInterface", "XUnsupportedOSVersion"},
          {12003, 12004, 12008, 12005, 12006, 12009, 12010, 123456, 12001, 12004, 12004, 12007,
           12007, 12007, 12004, 12004, 12007}},
         {"Tonewell",
          991,
          &ThrowTonewellResult,
          &TonewellResultFromException,
-         {"bad_alloc", "invalid_argument", "InvariantCorrupt", "IllegalCallSequence", "logic_error",
-          "plain", "plain", "plain", "plain", "plain", "plain", "plain", "plain", "BadFormat",
-          "plain", "plain"},
+         {"std::bad_alloc", "std::invalid_argument", "XInvariantCorrupt", "XIllegalCallSequence",
+          "std::logic_error", "std::exception", "std::exception", "std::exception",
+          "std::exception", "std::exception", "std::exception", "std::exception", "std::exception",
+          "XBadFormat", "std::exception", "std::exception"},
          // This edge has no test for XApplicationError: an application word is lost here.
          {995, 996, 994, 1005, 1007, 1007, 1007, 1007, 992, 993, 996, 1007, 1007, 1007, 996, 993,
           1007}},
@@ -130,26 +132,27 @@ const std::vector<TEdgeCase>& EdgeCases()
          991,
          &ThrowGrainelResult,
          nullptr,
-         {"bad_alloc", "invalid_argument", "InvariantCorrupt", "IllegalCallSequence",
-          "ProgrammingError", "UnsupportedFormat", "-", "-", "-", "-", "plain"},
+         {"std::bad_alloc", "std::invalid_argument", "XInvariantCorrupt", "XIllegalCallSequence",
+          "XProgrammingError", "XUnsupportedFormat", "-", "-", "-", "-", "std::exception"},
          {}},
         {"Scanvel",
          730,
          &ThrowScanvelResult,
          &ScanvelResultFromException,
-         {"bad_alloc", "BadFormat", "UnsupportedFormat", "plain", "plain", "invalid_argument",
-          "InvariantCorrupt", "IllegalCallSequence", "ProgrammingError", "plain"},
+         {"std::bad_alloc", "XBadFormat", "XUnsupportedFormat", "std::exception", "std::exception",
+          "std::invalid_argument", "XInvariantCorrupt", "XIllegalCallSequence", "XProgrammingError",
+          "std::exception"},
          {738, 739, 737, 732, 733, 740, 740, 123456, 731, 739, 739, 740, 740, 740, 739, 739, 740}},
         {"Codec",
          23000,
          &ThrowCodecResult,
          &CodecResultFromException,
-         {"bad_alloc",
-          "invalid_argument",
-          "InvariantCorrupt",
-          "IllegalCallSequence",
-          "ProgrammingError",
-          "UnsupportedInterface",
+         {"std::bad_alloc",
+          "std::invalid_argument",
+          "XInvariantCorrupt",
+          "XIllegalCallSequence",
+          "XProgrammingError",
+          "XUnsupportedInterface",
           "-",
           "-",
           "-",
@@ -157,14 +160,14 @@ const std::vector<TEdgeCase>& EdgeCases()
           "-",
           "-",
           "-",
-          "BadFormat",
-          "UnsupportedFormat",
+          "XBadFormat",
+          "XUnsupportedFormat",
           "-",
           "-",
           "-",
           "-",
           "-",
-          "plain"},
+          "std::exception"},
          {23004, 23005, 23003, 23014, 23015, 23006, 23021, 123456, 23001, 23002, 23021, 23021,
           23021, 23021, 23021, 23002, 23021}},
     };
@@ -213,10 +216,11 @@ TEST_P(EdgeTranslation, EveryWordOfTheTableAndAroundIt)
     {
         if (result > edge.fOK && result <= edge.fOK + edge.fThrown.size())
             continue;
-        EXPECT_EQ(KindThrownBy([&] { edge.fThrow(result); }), "logic_error") << result;
+        EXPECT_EQ(KindThrownBy([&] { edge.fThrow(result); }), "std::logic_error") << result;
     }
     for (u32 result : {u32(100000), u32(123456), u32(0xFFFFFFFF)})
-        EXPECT_EQ(KindThrownBy([&] { edge.fThrow(result); }), "App" + std::to_string(result));
+        EXPECT_EQ(KindThrownBy([&] { edge.fThrow(result); }),
+                  "XApplicationError:" + std::to_string(result));
 }
 
 TEST_P(TwoWayEdge, EachFamilyMemberBecomesItsWord)
@@ -259,12 +263,12 @@ TEST(EdgeTranslation, ApplicationErrorCrossesAnEdgeWithBothTranslators)
         return KindThrownBy(
             [&] { toException(GuardEdge(edge, [] { throw XApplicationError(123456); })); });
     };
-    EXPECT_EQ(cross(kHarbryEdge, &ThrowHarbryResult), "App123456");
-    EXPECT_EQ(cross(kVistalEdge, &ThrowVistalResult), "App123456");
-    EXPECT_EQ(cross(kDunmarkEdge, &ThrowDunmarkResult), "App123456");
-    EXPECT_EQ(cross(kScanvelEdge, &ThrowScanvelResult), "App123456");
-    EXPECT_EQ(cross(kCodecEdge, &ThrowCodecResult), "App123456");
-    EXPECT_EQ(cross(kTonewellEdge, &ThrowTonewellResult), "plain");
+    EXPECT_EQ(cross(kHarbryEdge, &ThrowHarbryResult), "XApplicationError:123456");
+    EXPECT_EQ(cross(kVistalEdge, &ThrowVistalResult), "XApplicationError:123456");
+    EXPECT_EQ(cross(kDunmarkEdge, &ThrowDunmarkResult), "XApplicationError:123456");
+    EXPECT_EQ(cross(kScanvelEdge, &ThrowScanvelResult), "XApplicationError:123456");
+    EXPECT_EQ(cross(kCodecEdge, &ThrowCodecResult), "XApplicationError:123456");
+    EXPECT_EQ(cross(kTonewellEdge, &ThrowTonewellResult), "std::exception");
 }
 
 namespace
@@ -285,38 +289,21 @@ struct TErrnoCase
 
 TEST(ErrnoTranslation, EachErrorNumberThrowsItsClassAfterTheThrowSiteTrace)
 {
+    // One number for each class of the table, and the three that assert.
     const TErrnoCase cases[] = {
-        {ENOENT, "FileNotFound", false},
-        {ENOTDIR, "FileNotFound", false},
-        {ELOOP, "FileNotFound", false},
-        {ENAMETOOLONG, "FileNotFound", false},
-        {ENXIO, "FileNotFound", false},
-        {ENODEV, "FileNotFound", false},
-        {ENOMEDIUM, "FileNotFound", false},
-        {ECANCELED, "FileNotFound", false},
-        {ESTALE, "FileNotFound", false},
-        {EMFILE, "OpenFailed", false},
-        {ENFILE, "OpenFailed", false},
-        {EACCES, "FileLocked", false},
-        {EPERM, "FileLocked", false},
-        {EROFS, "FileLocked", false},
-        {ETXTBSY, "FileLocked", false},
-        {EBUSY, "FileLocked", false},
-        {EAGAIN, "FileLocked", false},
-        {EDEADLK, "FileLocked", false},
-        {ENOMEM, "bad_alloc", false},
-        {EPIPE, "Write", false},
-        {EFBIG, "Write", false},
-        {EIO, "Read", false},
-        {EREMOTEIO, "OtherError", false},
-        {ENOSPC, "DiskFull", false},
-        {EDQUOT, "DiskFull", false},
-        {EEXIST, "CreateFailed", false},
-        {EISDIR, "CreateFailed", false},
-        {EINVAL, "BadInputProgrammingError", true},
-        {0, "plain", true},
-        {ECHILD, "plain", true},
-        {5000, "plain", true},
+        {ENOENT, "NSException::XFileNotFound", false},
+        {ENOTDIR, "NSException::XFileNotFound", false},
+        {EMFILE, "NSException::XOpenFailed", false},
+        {EACCES, "NSException::XFileLocked", false},
+        {ENOMEM, "std::bad_alloc", false},
+        {EPIPE, "NSException::XWrite", false},
+        {EIO, "NSException::XRead", false},
+        {EREMOTEIO, "NSException::XOtherError", false},
+        {ENOSPC, "NSException::XDiskFull", false},
+        {EEXIST, "NSException::XCreateFailed", false},
+        {EINVAL, "NSException::XBadInputProgrammingError", true},
+        {0, "std::exception", true},
+        {ECHILD, "std::exception", true},
     };
     const TTraceHook saved = GetTraceHook();
     SetTraceHook(&KeepTrace);
