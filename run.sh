@@ -14,11 +14,31 @@ if [ -x "$bin/brassfold" ]; then
   exec "$bin/brassfold" "$@"
 fi
 
+# Until the workbench window exists, the check tool shows what the codec
+# machinery makes of the bundled examples.
 if [ -x "$bin/brassfold-check" ]; then
   echo "The workbench window is not built yet; checking the bundled examples instead."
-  exec scripts/show-examples "$bin/brassfold-check"
+  shopt -s globstar nullglob
+  status=0
+  definitions=(examples/**/*.midicodec)
+  if [ ${#definitions[@]} -gt 0 ]; then
+    "$bin/brassfold-check" definition "${definitions[@]}" || status=1
+  fi
+  for map in examples/**/*.kinvarmap; do
+    echo "$map:"
+    "$bin/brassfold-check" map "$map" --codecs examples || status=1
+  done
+  exit $status
 fi
 
-echo "Brassfold is not runnable yet. Built so far:"
-echo "  - the foundation library (failures, assertions and the debug channel)"
-echo "  - its unit tests: run ./test.sh"
+echo "Brassfold is not runnable yet: neither the workbench nor brassfold-check is built."
+echo "Built so far, in $PWD/build/default:"
+for lib in build/default/lib/lib*.a; do
+  [ -e "$lib" ] || continue
+  name=$(basename "$lib" .a)
+  echo "  library ${name#lib}"
+done
+for program in "$bin"/*; do
+  [ -x "$program" ] && [ -f "$program" ] && echo "  program $(basename "$program")"
+done
+echo "Run ./test.sh to build and run every test."

@@ -1,5 +1,6 @@
 #include "foundation/Failures.h"
 
+#include "foundation/AlertPresenter.h"
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
 
@@ -340,4 +341,26 @@ void ThrowErrnoError(int error, const char* file, i32 line)
         TraceErrnoError(file, line, error);
         throw std::exception();
     }
+}
+
+void ShowLastResortBox(const std::string& first, const std::string& second) noexcept
+{
+    try
+    {
+        const std::string text = second.empty() ? first : first + "\r\n" + second;
+        GetAlertPresenter().IAlertPresenter_ShowBox("Application", text.c_str(),
+                                                    EBoxButtons::kStopOK);
+    }
+    catch (...)
+    {
+        // Out of memory while composing: there is no other way to tell.
+    }
+}
+
+void ThrowLibraryOpenFailure(const char* library, const char* file, i32 line)
+{
+    ShowLastResortBox(std::string("Failed to open ") + library + " support library",
+                      "Application can not run");
+    TraceThrowSite(file, line);
+    throw NSException::XAlertAlreadyShown();
 }

@@ -25,6 +25,7 @@
 #include "foundation/Types.h"
 
 #include <exception>
+#include <string>
 
 inline constexpr u32 kHarbryOK = 5000;
 inline constexpr u32 kHarbryUnknown = 5022;
@@ -135,3 +136,32 @@ template <class Body> u32 GuardEdge(const TEdgeResults& edge, Body&& body) noexc
 // with the system's text in the user's language, or "Unknown (0x%0x)" when the
 // system has none; CR and LF in the text become blanks.
 void TraceErrnoError(const char* file, i32 line, int error);
+
+// ShowExceptionAlert and the frame of GUI callbacks are in foundation/Alert.h.
+
+// The native blocking error box of last resort, with a stop icon and the
+// caption "Application": first, and second behind a CR LF when not empty.
+// Never throws.
+void ShowLastResortBox(const std::string& first, const std::string& second) noexcept;
+
+// The handler of a failed library opening: the box "Failed to open <library>
+// support library" / "Application can not run", the throw-site trace of the
+// caller, then NSException::XAlertAlreadyShown. library is "GUI", "File",
+// "Pixel", "Widget" or "MIDI".
+[[noreturn]] void ThrowLibraryOpenFailure(const char* library, const char* file = __builtin_FILE(),
+                                          i32 line = __builtin_LINE());
+
+// The program entry's outermost frame: body's result, or -1 without another
+// word when anything escapes (the user has been told already, or the failure
+// is beyond telling).
+template <class Body> int GuardProgramEntry(Body&& body) noexcept
+{
+    try
+    {
+        return body();
+    }
+    catch (...)
+    {
+        return -1;
+    }
+}

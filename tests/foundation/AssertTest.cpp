@@ -12,7 +12,10 @@ namespace
 {
 std::vector<std::string> gTraced;
 
-void RecordTrace(const char*, i32, const char* text) { gTraced.emplace_back(text); }
+void RecordTrace(const char*, i32, const char* text)
+{
+    gTraced.emplace_back(text);
+}
 
 // Swaps the process's hooks for the duration of one test.
 class CHookScope

@@ -1,0 +1,126 @@
+#include "foundation/AlertPresenter.h"
+
+#include "ExceptionKind.h"
+#include "FakePresenter.h"
+#include "foundation/Exceptions.h"
+#include "foundation/Failures.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using NSTesting::CFakePresenter;
+
+namespace
+{
+TAlertRecord MakeRecord(u32 icon, const TText16& caption, const TText16& body,
+                        const std::vector<TText16>& buttons)
+{
+    TAlertRecord record{};
+    record.icon = icon;
+    record.buttonLayout = kAlertLayoutOneButton + u32(buttons.size()) - 1;
+    std::copy(caption.begin(), caption.end(), record.caption);
+    std::copy(body.begin(), body.end(), record.body);
+    char16(*fields[])[kAlertTextCapacity] = {&record.button1, &record.button2, &record.button3};
+    for (std::size_t i = 0; i < buttons.size(); ++i)
+        std::copy(buttons[i].begin(), buttons[i].end(), *fields[i]);
+    return record;
+}
+
+class CListener final : public IAlertListener
+{
+public:
+    u32 IAlertListener_ButtonPressed(u32 pressed) override
+    {
+        fPressed = pressed;
+        return 12000;
+    }
+    u32 fPressed = 0;
+};
+} // namespace
+
+TEST(AlertPresenter, RecordValidityRules)
+{
+    const TAlertRecord good = MakeRecord(kAlertIconNote, u"", u"b", {u"1", u"2", u"3"});
+    ASSERT_TRUE(IsValidAlertRecord(good));
+    std::vector<std::pair<const char*, TAlertRecord>> bad(6, {"", good});
+    bad[0] = {"icon 22", good};
+    bad[0].second.icon = 22;
+    bad[1] = {"icon 27", good};
+    bad[1].second.icon = 27;
+    bad[2] = {"empty first button", good};
+    bad[2].second.button1[0] = 0;
+    bad[3] = {"gap before the third button", good};
+    bad[3].second.button2[0] = 0;
+    bad[4] = {"unterminated body", good};
+    std::fill(std::begin(bad[4].second.body), std::end(bad[4].second.body), u'x');
+    bad[5] = {"unterminated third button", good};
+    std::fill(std::begin(bad[5].second.button3), std::end(bad[5].second.button3), u'x');
+    for (const auto& [what, record] : bad)
+        EXPECT_FALSE(IsValidAlertRecord(record)) << what;
+}
+
+TEST(AlertPresenter, LibraryOpenFailureTellsTheUserOnceAndEndsTheProgramQuietly)
+{
+    CFakePresenter presenter;
+    const int result = GuardProgramEntry(
+        []() -> int
+        {
+            try
+            {
+                throw std::runtime_error("no MIDI");
+            }
+            catch (...)
+            {
+                ThrowLibraryOpenFailure("MIDI");
+            }
+        });
+    EXPECT_EQ(result, -1);
+    ASSERT_EQ(presenter.fBoxes.size(), 1u);
+    EXPECT_EQ(presenter.fBoxes[0].fCaption, "Application");
+    EXPECT_EQ(presenter.fBoxes[0].fText,
+              "Failed to open MIDI support library\r\nApplication can not run");
+    EXPECT_EQ(presenter.fBoxes[0].fButtons, EBoxButtons::kStopOK);
+    EXPECT_THROW(ThrowLibraryOpenFailure("GUI"), NSException::XAlertAlreadyShown);
+    EXPECT_EQ(presenter.fBoxes[1].fText,
+              "Failed to open GUI support library\r\nApplication can not run");
+
+    ShowLastResortBox("Only one line", "");
+    EXPECT_EQ(presenter.fBoxes[2].fText, "Only one line");
+    EXPECT_EQ(GuardProgramEntry([] { return 0; }), 0);
+}
+
+TEST(AlertPresenter, StandardErrorAnswersAtOnce)
+{
+    IAlertPresenter& presenter = GetAlertPresenter();
+    CListener listener;
+    testing::internal::CaptureStderr();
+    const TAlertRecord record =
+        MakeRecord(kAlertIconWarn, u"Title", u"One\u2029two", {u"Yes", u"No"});
+    EXPECT_EQ(presenter.IAlertPresenter_ShowAlert(record, listener), 12000u);
+    EXPECT_EQ(listener.fPressed, kAlertPressedFirst);
+
+    TAlertRecord invalid = record;
+    invalid.button1[0] = 0;
+    EXPECT_EQ(presenter.IAlertPresenter_ShowAlert(invalid, listener), 12002u);
+
+    unsetenv("BRASSFOLD_ASSERT");
+    EXPECT_EQ(
+        presenter.IAlertPresenter_ShowBox("Assertion", "a\rb", EBoxButtons::kAbortRetryIgnore),
+        EBoxAnswer::kIgnore);
+    setenv("BRASSFOLD_ASSERT", "abort", 1);
+    EXPECT_EQ(
+        presenter.IAlertPresenter_ShowBox("Assertion", "a\rb", EBoxButtons::kAbortRetryIgnore),
+        EBoxAnswer::kAbort);
+    EXPECT_EQ(presenter.IAlertPresenter_ShowBox("Application", "x\r\ny", EBoxButtons::kStopOK),
+              EBoxAnswer::kOK);
+    unsetenv("BRASSFOLD_ASSERT");
+    const std::string written = testing::internal::GetCapturedStderr();
+    EXPECT_NE(written.find("Alert [WARN] Title\nOne\ntwo\nButtons: [Yes] [No]"), std::string::npos)
+        << written;
+    EXPECT_NE(written.find("Application: x\ny\n"), std::string::npos) << written;
+}
