@@ -7,7 +7,9 @@
 // the size) is an assertion failure first; the operation then throws, so that a
 // program that goes on after the report never reads memory it does not own.
 //
-// Nothing here is shared between threads: a stream belongs to its caller.
+// A stream belongs to its caller and is never shared between threads. The
+// 7-bit packing functions keep no state and may be called on any thread, MIDI
+// threads included.
 
 #include "foundation/Types.h"
 

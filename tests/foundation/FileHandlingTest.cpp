@@ -248,7 +248,6 @@ TEST(WalkFolder, FolderThatCannotBeListedThrowsItsFailure)
     EXPECT_THROW(WalkFolder(tree / "missing", handler), NSException::XFileNotFound);
     tree.MakeFile("file");
     EXPECT_THROW(WalkFolder(tree / "file", handler), NSException::XFileNotFound);
-
 }
 
 TEST(WalkFolder, UnreadableFolderIsLocked)
@@ -323,7 +322,6 @@ TEST(OpenFile, OpeningFailuresTranslateIntoTheFamily)
                  NSException::XFileNotFound);
     EXPECT_THROW(COpenReadFileBridge(tree / "folder"), NSException::XFileNotFound);
     EXPECT_THROW(ReadWholeFile(tree / "missing"), NSException::XFileNotFound);
-
 }
 
 TEST(OpenFile, UnreadableFileIsLocked)

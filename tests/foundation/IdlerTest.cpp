@@ -68,17 +68,6 @@ TEST(Idler, IntervalIsThatOfTheFastestLevelWithClients)
     EXPECT_EQ(GetIdleClientCount(), count - 1) << "a second removal is harmless";
 }
 
-TEST(Idler, LevelIntervalsFollowTheFixedTable)
-{
-    CIdler idler;
-    const std::vector<TTicks> expected = {0, 10, 20, 50, 100, 200, 500, 1000, 2000, 10000};
-    for (u32 index = 0; index < kIdleLevelCount; ++index)
-        EXPECT_EQ(idler.GetLevelIntervalTicks(kIdleLevel0ms + index), expected[index]);
-    CExpectAssertions expect;
-    EXPECT_EQ(idler.GetLevelIntervalTicks(30), 0) << "out of range means the first level";
-    EXPECT_EQ(expect.Count(), 1u);
-}
-
 TEST(Idler, ClientsAtLevels24And21RunOnTheirSchedule)
 {
     CIdler idler;
@@ -287,20 +276,5 @@ TEST(IdleFrameCounter, CountsWholeIntervalsSinceItsFirstUse)
     counter.SetInterval(10);
     EXPECT_EQ(counter.GetDelta(CIdleInfo(2000, 1150)), 0u) << "a new interval starts over";
     EXPECT_EQ(counter.GetDelta(CIdleInfo(2025, 2000)), 2u);
-}
-
-TEST(IdleInfo, BrokenInfoAsserts)
-{
-    CExpectAssertions expect;
-    CIdleInfo zero(0, 0);
-    CIdleInfo backwards(10, 20);
-    EXPECT_EQ(expect.Count(), 2u);
-}
-
-TEST(Ticks, ConvertThroughNanoseconds)
-{
-    EXPECT_EQ(MicrosecondsToTicks(1500), 1);
-    EXPECT_EQ(MicrosecondsToTicks(2000000), 2000);
-    EXPECT_EQ(TicksToMicroseconds(33), 33000);
 }
 } // namespace

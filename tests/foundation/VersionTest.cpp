@@ -80,16 +80,6 @@ TEST(Version, BinaryFormsHaveTheDocumentedLayoutAndReadBack)
     }
 }
 
-TEST(Version, LongFormOfASmallVersionReadsBack)
-{
-    const CVersion version(1, 3, 6, CVersion::kStageAlpha, 2);
-    COwnedMemoryMedia media;
-    version.WriteLong(media);
-    EXPECT_EQ(media.GetSize(), CVersion::kLongFormSize);
-    media.SetPosition(0);
-    EXPECT_EQ(CVersion::Read(media), version);
-}
-
 TEST(Version, ShortOrBrokenRecordsAreBadFormat)
 {
     std::vector<u8> longForm = {0xBC, 0xFF, 0xFF, 0xFF, 0xFF};

@@ -1,0 +1,7 @@
+// The library that MissingDependency needs and can't find.
+int BrassfoldTestVanishing(void);
+
+int BrassfoldTestVanishing(void)
+{
+    return 7;
+}
