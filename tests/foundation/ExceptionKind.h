@@ -24,7 +24,7 @@ inline std::string ExceptionKind(const std::exception& e)
         abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status), &std::free);
     std::string kind = name ? name.get() : typeid(e).name();
     if (const auto* app = dynamic_cast<const XApplicationError*>(&e))
-        kind += ":" + std::to_string(app->GetCode());
+        kind.append(":").append(std::to_string(app->GetCode())); // += of a sum trips GCC 12
     else if (kind.starts_with("std::") && kind != "std::exception" && *e.what() != 0 &&
              kind != "std::bad_alloc")
         kind += ":text";

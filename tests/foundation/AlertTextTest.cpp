@@ -1,0 +1,160 @@
+#include "foundation/AlertText.h"
+
+#include "ExceptionKind.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+using NSTesting::KindThrownBy;
+using NSVistalUtils::MakeAlertRecordFromText;
+using NSVistalUtils::ParseAlertText;
+
+namespace
+{
+struct TParseCase
+{
+    const char16_t* fText;
+    const char16_t* fIcon;
+    const char16_t* fCaption;
+    const char16_t* fBody;
+    std::vector<TText16> fButtons;
+};
+
+void PrintTo(const TParseCase& c, std::ostream* os)
+{
+    for (char16 unit : TText16(c.fText))
+        *os << (unit < 128 ? static_cast<char>(unit) : '?');
+}
+
+class AlertParser : public testing::TestWithParam<TParseCase>
+{
+};
+} // namespace
+
+TEST_P(AlertParser, TakesTheTextApart)
+{
+    const TParseCase& c = GetParam();
+    const NSVistalUtils::TAlertText parts = ParseAlertText(c.fText);
+    EXPECT_EQ(parts.fIcon, c.fIcon);
+    EXPECT_EQ(parts.fCaption, c.fCaption);
+    EXPECT_EQ(parts.fBody, c.fBody);
+    EXPECT_EQ(parts.fButtons, c.fButtons);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    States, AlertParser,
+    testing::Values(
+        TParseCase{u"[STOP]Unknown exception.[OK]", u"STOP", u"", u"Unknown exception.", {u"OK"}},
+        TParseCase{u"[WARN][T]B[Y][N]", u"WARN", u"T", u"B", {u"Y", u"N"}},
+        // Text behind a label continues the body.
+        TParseCase{u"[NOTE]A[x]B[y]", u"NOTE", u"", u"AB", {u"x", u"y"}},
+        TParseCase{u"[NOTE]A[x][y][z]tail", u"NOTE", u"", u"Atail", {u"x", u"y", u"z"}},
+        // Escapes in caption, body and label.
+        TParseCase{u"[NOTE][Cap\\]t\\\\ion]Bo\\[dy\\][B\\]u\\[t]",
+                   u"NOTE",
+                   u"Cap]t\\ion",
+                   u"Bo[dy]",
+                   {u"B]u[t"}},
+        // No escape directly behind the icon tag: the backslash is body text.
+        TParseCase{u"[NONE]\\[OK]", u"NONE", u"", u"\\", {u"OK"}},
+        TParseCase{u"[NONE]]x[OK]", u"NONE", u"", u"]x", {u"OK"}},
+        TParseCase{u"[NONE][]body[OK]", u"NONE", u"", u"body", {u"OK"}},
+        TParseCase{u"[NONE][Only caption][OK]", u"NONE", u"Only caption", u"", {u"OK"}},
+        TParseCase{u"[NONE]x[]", u"NONE", u"", u"x", {u""}},
+        // The tag is checked for length only; the words come later.
+        TParseCase{u"[stop]x[OK]", u"stop", u"", u"x", {u"OK"}},
+        TParseCase{u"[WARN]\u00e9\u2029\U0001F3B9[\u00fc]",
+                   u"WARN",
+                   u"",
+                   u"\u00e9\u2029\U0001F3B9",
+                   {u"\u00fc"}}));
+
+TEST(AlertParser, RefusesIncompleteTexts)
+{
+    const char16_t* texts[] = {
+        u"",
+        u"STOP]x[OK]",    // no opening bracket
+        u"[STOP",         // inside the icon tag
+        u"[STOP]",        // behind the tag
+        u"[STOP][cap",    // inside the caption
+        u"[STOP][c\\",    // caption escape
+        u"[STOP]x",       // no button
+        u"[STOP][OK]",    // the bracket behind the tag is a caption
+        u"[STOP]x[OK",    // inside a label
+        u"[STOP]x[O\\",   // label escape
+        u"[STOP]x[OK]\\", // body escape
+        u"[STO]x[OK]",    // tag of 3 units
+        u"[STOPS]x[OK]",  // tag of 5 units
+    };
+    for (const char16_t* text : texts)
+    {
+        std::string kind = KindThrownBy([&] { ParseAlertText(text); });
+        EXPECT_EQ(kind, "std::invalid_argument") << TText16(text).size();
+    }
+}
+
+TEST(AlertRecord, IconWordsAndButtonLayouts)
+{
+    struct TCase
+    {
+        const char16_t* fText;
+        bool fHasCancel;
+        u32 fIcon;
+        u32 fLayout; // 0: refused with std::invalid_argument
+    };
+    const TCase cases[] = {
+        {u"[NONE]b[1]", false, 23, 14000},      {u"[STOP]b[1][2]", false, 24, 14001},
+        {u"[NOTE]b[1][2]", true, 25, 14002},    {u"[WARN]b[1][2][3]", false, 26, 14003},
+        {u"[WARN]b[1][2][3]", true, 26, 14004}, {u"[NONE]b[1]", true, 0, 0},
+        {u"[NONE]b[1][2][3][4]", false, 0, 0},  {u"[stop]b[1]", false, 0, 0},
+        {u"[ABCD]b[1]", false, 0, 0},
+    };
+    for (const TCase& c : cases)
+    {
+        if (c.fLayout == 0)
+        {
+            EXPECT_EQ(KindThrownBy([&] { MakeAlertRecordFromText(c.fText, c.fHasCancel); }),
+                      "std::invalid_argument");
+            continue;
+        }
+        const TAlertRecord record = MakeAlertRecordFromText(c.fText, c.fHasCancel);
+        EXPECT_EQ(record.icon, c.fIcon);
+        EXPECT_EQ(record.buttonLayout, c.fLayout);
+        EXPECT_TRUE(IsValidAlertRecord(record));
+    }
+}
+
+TEST(AlertRecord, FieldsAreFilledAndTheRestIsZero)
+{
+    const TAlertRecord record = MakeAlertRecordFromText(u"[WARN][T]B[Y][N]", false);
+    EXPECT_EQ(record.icon, kAlertIconWarn);
+    EXPECT_EQ(record.buttonLayout, kAlertLayoutTwoButtons);
+    EXPECT_EQ(AlertRecordText(record.caption), u"T");
+    EXPECT_EQ(AlertRecordText(record.body), u"B");
+    EXPECT_EQ(AlertRecordText(record.button1), u"Y");
+    EXPECT_EQ(AlertRecordText(record.button2), u"N");
+    for (char16 unit : record.button3)
+        ASSERT_EQ(unit, 0);
+    for (std::size_t i = 1; i < kAlertTextCapacity; ++i)
+        ASSERT_EQ(record.body[i], 0) << i;
+}
+
+TEST(AlertRecord, EveryTextIsLimitedTo1023Units)
+{
+    const TText16 fits(1023, u'x');
+    const TText16 tooLong(1024, u'x');
+    const auto make = [](const TText16& caption, const TText16& body, const TText16& button)
+    { return TText16(u"[NOTE][") + caption + u"]" + body + u"[" + button + u"]"; };
+    const TAlertRecord record = MakeAlertRecordFromText(make(fits, fits, fits), false);
+    EXPECT_EQ(AlertRecordText(record.body).size(), 1023u);
+    EXPECT_TRUE(IsValidAlertRecord(record));
+    for (const TText16& text :
+         {make(tooLong, u"b", u"OK"), make(u"c", tooLong, u"OK"), make(u"c", u"b", tooLong)})
+    {
+        EXPECT_EQ(KindThrownBy([&] { MakeAlertRecordFromText(text, false); }),
+                  "std::invalid_argument");
+    }
+}
