@@ -5,10 +5,12 @@
 // that was there before. The file is opened and closed for each line.
 //
 // One at a time, made and dropped on the main thread before and after other
-// threads trace; a second is an assertion failure and changes nothing.
+// threads trace; a second is an assertion failure and changes nothing. Traces
+// and SetEnabled may come from any thread.
 
 #include "foundation/Assert.h"
 
+#include <atomic>
 #include <filesystem>
 
 class STraceLogger
@@ -29,7 +31,7 @@ private:
     void Append(const char* text) const;
 
     std::filesystem::path fFile;
-    bool fEnabled;
+    std::atomic<bool> fEnabled; // traces come from any thread
     bool fInstalled;
     TTraceHook fPrevious;
 };
