@@ -13,7 +13,6 @@ namespace
 // The interception stack and the depth of alerts in progress: main thread only.
 std::vector<IAlertHandler*> gAlertHandlers;
 i32 gAlertDepth = 0;
-
 } // namespace
 
 namespace NSVistalUtils
