@@ -38,7 +38,13 @@ private:
     std::unique_ptr<CImpl> fImpl;
 };
 
-const CTextLocale& GetTextLocale();
+// Inline, so that the default argument of every comparison costs a load and
+// not a call.
+inline const CTextLocale& GetTextLocale()
+{
+    static const CTextLocale locale;
+    return locale;
+}
 
 ECompareResult CompareText(std::u16string_view a, std::u16string_view b,
                            const CTextLocale& locale = GetTextLocale());
