@@ -10,6 +10,7 @@
 #include "codec/KinvarCodec.h"
 #include "map/MapEntry.h"
 
+#include <array>
 #include <bitset>
 #include <map>
 #include <memory>
