@@ -2,6 +2,7 @@
 
 #include "foundation/Assert.h"
 #include "foundation/Failures.h"
+#include "foundation/TextPackage.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -12,40 +13,6 @@ namespace
 // The interception stack and the depth of alerts in progress: main thread only.
 std::vector<IAlertHandler*> gAlertHandlers;
 i32 gAlertDepth = 0;
-
-bool IsDigit(char16 c)
-{
-    return c >= u'0' && c <= u'9';
-}
-
-// Fills ^0, ^1, ... with the parameters by the rules of the text package's
-// SubstituteParameters (base index 0): the digits after a ^ form the index, an
-// index beyond the list vanishes, a ^ without a digit stays, and a parameter
-// list that is not used up is an assertion failure. Kept here until the text
-// package is part of the foundation library; then that function takes over.
-TText16 SubstituteAlertParameters(const TText16& format, const std::vector<TText16>& parameters)
-{
-    TText16 out;
-    std::size_t used = 0;
-    for (std::size_t i = 0; i < format.size(); ++i)
-    {
-        if (format[i] != u'^' || i + 1 >= format.size() || !IsDigit(format[i + 1]))
-        {
-            out += format[i];
-            continue;
-        }
-        std::size_t index = 0;
-        while (i + 1 < format.size() && IsDigit(format[i + 1]))
-            index = index * 10 + (format[++i] - u'0');
-        if (index < parameters.size())
-        {
-            out += parameters[index];
-            ++used;
-        }
-    }
-    BF_ASSERT(used >= parameters.size());
-    return out;
-}
 } // namespace
 
 namespace NSVistalUtils
@@ -57,7 +24,7 @@ TAlertRecord MakeAlertRecord(const TText16& format, const std::vector<TText16>& 
     escaped.reserve(parameters.size());
     for (const TText16& parameter : parameters)
         escaped.push_back(EscapeAlertParameter(parameter));
-    return MakeAlertRecordFromText(SubstituteAlertParameters(format, escaped), hasCancel);
+    return MakeAlertRecordFromText(NSTextPackage::SubstituteParameters(format, 0, escaped), hasCancel);
 }
 
 u32 CAlertResultListener::IAlertListener_ButtonPressed(u32 pressed)

@@ -102,9 +102,9 @@ template <class Body> u32 GuardEdge(const TEdgeResults& edge, Body&& body) noexc
 // (errno). Every branch writes the throw-site trace of the caller first; the
 // caller's file and line are taken by default.
 //
-// Which errno stands for which failure (the numbers in brackets are the
-// system-error numbers of the family's original table, kept so that the two
-// can be compared):
+// Which errno stands for which failure. The numbers in brackets are the
+// system-error numbers of the platform this family was first written for,
+// whose table each errno takes the place of:
 //
 //   0                                  [0]     assertion failure, then plain std::exception
 //   ENOENT                             [2]     NSException::XFileNotFound

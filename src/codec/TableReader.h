@@ -1,0 +1,81 @@
+#pragma once
+// The table reader of the text files that codec authors write by hand:
+// definition files (".midicodec") and mapping files (".kinvarmap"). One reader
+// serves both; they differ only in the options below.
+//
+// A file is UTF-8; it is read whole, a sequence that cannot be decoded becomes
+// "?", and a leading U+FEFF is dropped. The text is a table of lines and
+// columns, read in four passes:
+//
+//   1. Splitting. TAB closes a column, also an empty one. LF, CR and CR LF end
+//      a line; a line end closes a last column only if that column has
+//      characters, so a line that is to end in an empty column needs a TAB
+//      behind it. A double quote opens a quoted run up to the next double
+//      quote, inside which TAB and line ends are plain text; the quotes stay.
+//      A quote without partner runs to the end of the text. At the end of the
+//      text the last line, if it has no line end, is kept only when it holds
+//      two or more columns. Line indices count physical lines from 0, but a
+//      line end inside quotes counts for nothing.
+//   2. Lines with no columns, or with only empty ones, are removed.
+//   3. Comment lines are removed: the first column begins with "//".
+//   4. Per options: columns are trimmed of blanks (32 only), and a column of two
+//      or more characters that begins and ends with a double quote loses both.
+//
+// A line keeps its index through the filtering, so that messages can name the
+// true line of the file.
+//
+// Everything here is stateless; any thread.
+
+#include "foundation/Types.h"
+
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// One line of a table: its physical index from 0, and its columns.
+using TMapLine = std::pair<u32, std::vector<TText16>>;
+using TMapLines = std::vector<TMapLine>;
+
+struct TTableOptions
+{
+    // Pass 4: trim leading and trailing blanks of each column (mapping files).
+    bool fTrimBlanks = false;
+    // Pass 4: remove one pair of enclosing double quotes (definition files).
+    bool fUnquote = false;
+    // Stop splitting once this many lines (empty ones included) stand; 0 for no limit.
+    u32 fLineLimit = 0;
+};
+
+inline constexpr TTableOptions kDefinitionTableOptions{.fTrimBlanks = false, .fUnquote = true};
+inline constexpr TTableOptions kMapTableOptions{.fTrimBlanks = true, .fUnquote = false};
+// The line limit that is enough to read a mapping file's header alone.
+inline constexpr u32 kHeaderLineLimit = 10;
+
+// The four passes over a decoded text.
+TMapLines ReadTable(std::u16string_view text, const TTableOptions& options);
+
+// A file's bytes as text: UTF-8, "?" for what cannot be decoded, a leading
+// U+FEFF dropped.
+TText16 DecodeTableText(std::string_view bytes);
+
+// Reads the whole file and runs the four passes. Throws the file-system
+// failure of the read.
+TMapLines ReadTableFile(const std::filesystem::path& file, const TTableOptions& options);
+
+// ---- Cells --------------------------------------------------------------------
+
+// The generous number of both formats: blanks and "+" signs at the start are
+// skipped in any mix, then digits and "-" are collected up to the first other
+// character, and the collected text converts as a signed 64-bit integer that
+// stops at the first character that can't continue it (a second "-"), and
+// saturates. Nothing collected: no number. So "12abc" is 12 and "-" is 0.
+std::optional<i64> ReadLooseInteger(std::u16string_view text);
+
+// A version "a.b.c": while the rest holds a "." and is not empty, the part
+// before the point is an element; a non-empty rest is the last one. Exactly
+// three elements that each read as a number, else nothing: "1.0." and "1..0"
+// fail.
+std::optional<std::array<i64, 3>> ReadVersionNumbers(std::u16string_view text);

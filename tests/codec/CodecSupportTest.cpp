@@ -1,0 +1,245 @@
+#include "codec/CodecSupport.h"
+
+#include "AssertionRecorder.h"
+#include "foundation/Exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace NSKinvarCodec;
+
+namespace
+{
+// Also a name of the foundation's edge table; this file means the contract's.
+using NSKinvarCodec::kCodecOK;
+
+TItemInfo MakeInfo(u32 inputKind, u32 outputKind, i64 min, i64 max, u32 stateCount = 0)
+{
+    TItemInfo info{};
+    info.fInputKind = inputKind;
+    info.fOutputKind = outputKind;
+    info.fMin = min;
+    info.fMax = max;
+    info.fStateCount = stateCount;
+    return info;
+}
+
+TItemInput MakeInput(i64 value1, i64 value2 = 0, i64 value3 = 0)
+{
+    TItemInput input{};
+    input.fValue1 = value1;
+    input.fValue2 = value2;
+    input.fValue3 = value3;
+    return input;
+}
+
+struct TInputCase
+{
+    const char* fName;
+    u32 fKind;
+    TItemInput fInput;
+    bool fValid;
+};
+
+class ItemInputValidity : public testing::TestWithParam<TInputCase>
+{
+};
+
+TEST_P(ItemInputValidity, JudgesAgainstTheItemKindAndRange)
+{
+    const TInputCase& c = GetParam();
+    const TItemInfo info = MakeInfo(c.fKind, kOutputNone, -10, 10);
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(IsItemInputValid(c.fInput, info), c.fValid);
+    EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u) << "each refusal is one failed assertion";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, ItemInputValidity,
+    testing::Values(
+        TInputCase{"DeltaOfZero", kInputDelta, MakeInput(0), false},
+        TInputCase{"DeltaFarOutsideRange", kInputDelta, MakeInput(-1000000), true},
+        TInputCase{"KeyboardDownAtTopKey", kInputKeyboard, MakeInput(1, 127, 127), true},
+        TInputCase{"KeyboardValue1OfTwo", kInputKeyboard, MakeInput(2, 60, 100), false},
+        TInputCase{"KeyboardKeyAbove127", kInputKeyboard, MakeInput(1, 128, 100), false},
+        TInputCase{"KeyboardNegativeVelocity", kInputKeyboard, MakeInput(0, 60, -1), false},
+        TInputCase{"ValueAtMin", kInputValue, MakeInput(-10), true},
+        TInputCase{"ValueAboveMax", kInputValue, MakeInput(11), false},
+        TInputCase{"ButtonBelowMin", kInputButton, MakeInput(-11), false},
+        TInputCase{"ItemWithoutInput", kInputNone, MakeInput(0), false},
+        TInputCase{"UnknownKind", 0, MakeInput(0), false}),
+    [](const auto& info) { return std::string(info.param.fName); });
+
+TEST(ItemInputValidity, ComparesTheFull64BitValues)
+{
+    const TItemInfo info = MakeInfo(kInputValue, kOutputNone, 0, 0xFFFFFFFFLL);
+    EXPECT_TRUE(IsItemInputValid(MakeInput(0xFFFFFFFFLL), info));
+    NSTesting::CExpectAssertions expect;
+    EXPECT_FALSE(IsItemInputValid(MakeInput(0x100000000LL), info));
+}
+
+TEST(ClampItemInput, ForcesEachKindIntoItsRange)
+{
+    TItemInput keyboard = MakeInput(5, -3, 300);
+    ClampItemInput(keyboard, MakeInfo(kInputKeyboard, kOutputNone, 0, 0));
+    EXPECT_EQ(keyboard.fValue1, 1);
+    EXPECT_EQ(keyboard.fValue2, 0);
+    EXPECT_EQ(keyboard.fValue3, 127);
+
+    TItemInput delta = MakeInput(-500);
+    ClampItemInput(delta, MakeInfo(kInputDelta, kOutputNone, -1, 1));
+    EXPECT_EQ(delta.fValue1, -500);
+
+    TItemInput value = MakeInput(99, 7, 8);
+    ClampItemInput(value, MakeInfo(kInputValue, kOutputNone, 0, 10));
+    EXPECT_EQ(value.fValue1, 10);
+    EXPECT_EQ(value.fValue2, 7) << "only the first value belongs to a value item";
+}
+
+struct TStateCase
+{
+    const char* fName;
+    u32 fOutputKind;
+    u32 fEnabled;
+    i64 fValue;
+    u32 fStateIndex;
+    bool fValid;
+};
+
+class ItemStateValidity : public testing::TestWithParam<TStateCase>
+{
+};
+
+TEST_P(ItemStateValidity, JudgesAgainstTheItemOutput)
+{
+    const TStateCase& c = GetParam();
+    const TItemInfo info = MakeInfo(kInputNone, c.fOutputKind, 0, 100, 3);
+    TItemState state{};
+    state.fEnabled = c.fEnabled;
+    state.fValue = c.fValue;
+    state.fStateIndex = c.fStateIndex;
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(IsItemStateValid(state, info), c.fValid);
+    EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Outputs, ItemStateValidity,
+    testing::Values(TStateCase{"ItemWithoutOutput", kOutputNone, 1, 0, 0, false},
+                    TStateCase{"DisabledSkipsEveryRangeTest", kOutputValue, 0, 5000, 99, true},
+                    TStateCase{"ValueAtMax", kOutputValue, 1, 100, 0, true},
+                    TStateCase{"ValueAboveMax", kOutputValue, 1, 101, 0, false},
+                    TStateCase{"TextIgnoresValue", kOutputText, 1, 101, 0, true},
+                    TStateCase{"StateIndexOnePastLast", kOutputValue, 1, 0, 3, true},
+                    TStateCase{"StateIndexBeyond", kOutputText, 1, 0, 4, false}),
+    [](const auto& info) { return std::string(info.param.fName); });
+
+// A surface of fixed items; a status can be made to fail.
+class CFixedSurface : public IControlSurface
+{
+public:
+    std::vector<TItemInfo> fItems;
+    std::vector<std::vector<std::u16string>> fStateNames;
+    u32 fInfoStatus = kCodecOK;
+
+    u32 IControlSurface_CheckInvariant() override { return 1; }
+    u32 IControlSurface_GetUniqueName(char*) override { return kCodecOK; }
+    u32 IControlSurface_GetInfo(TControlSurfaceInfo*) override { return kCodecOK; }
+    u32 IControlSurface_GetItemCount(u32* count) override
+    {
+        *count = u32(fItems.size());
+        return kCodecOK;
+    }
+    u32 IControlSurface_GetItemInfo(u32 index, TItemInfo* info) override
+    {
+        *info = fItems.at(index);
+        return fInfoStatus;
+    }
+    u32 IControlSurface_GetItemStateName(u32 item, u32 state, char16* name) override
+    {
+        const auto& text = fStateNames.at(item).at(state);
+        std::copy(text.begin(), text.end(), name);
+        name[text.size()] = 0;
+        return kCodecOK;
+    }
+    u32 IControlSurface_GetStartupEvents(IMIDIEventGetter&, u32, ITextGetter&) override { return kCodecOK; }
+    u32 IControlSurface_SetInputHandler(IControlSurfaceInputHandler*) override { return kCodecOK; }
+    u32 IControlSurface_HandleMIDIEvent(const TMIDIEvent*, u32, ITextGetter&) override { return kCodecOK; }
+    u32 IControlSurface_SetItemStates(u32, const TItemState*, ITextGetter&) override { return kCodecOK; }
+    u32 IControlSurface_GetOutputEvents(u32, u32, IMIDIEventGetter&, ITextGetter&) override { return kCodecOK; }
+    u32 IControlSurface_GetShutdownEvents(IMIDIEventGetter&, u32, ITextGetter&) override { return kCodecOK; }
+    u32 IControlSurface_Destroy() override { return kCodecOK; }
+};
+
+TEST(ItemLists, CopyEveryItemAndEveryStateName)
+{
+    CFixedSurface surface;
+    surface.fItems = {MakeInfo(kInputButton, kOutputValue, 0, 1, 2), MakeInfo(kInputValue, kOutputNone, 0, 127)};
+    surface.fStateNames = {{u"Off", u"Blink"}, {}};
+
+    const auto infos = GetItemInfos(surface);
+    ASSERT_EQ(infos->size(), 2u);
+    EXPECT_EQ((*infos)[1].fInputKind, kInputValue);
+
+    const auto names = GetItemStateNames(surface);
+    ASSERT_EQ(names->size(), 2u);
+    EXPECT_EQ((*names)[0], (std::vector<TText16>{u"Off", u"Blink"}));
+    EXPECT_TRUE((*names)[1].empty());
+}
+
+TEST(ItemLists, ThrowTheFailureThatTheCodecReports)
+{
+    CFixedSurface surface;
+    surface.fItems = {MakeInfo(kInputButton, kOutputNone, 0, 1)};
+    surface.fInfoStatus = kCodecBadFormat;
+    EXPECT_THROW(GetItemInfos(surface), XBadFormat);
+    EXPECT_THROW(GetItemStateNames(surface), XBadFormat);
+}
+
+TEST(CodecTextGetter, KeepsTheLastTextOfACall)
+{
+    CCodecTextGetter getter;
+    EXPECT_FALSE(getter.HasText());
+    EXPECT_EQ(getter.ITextGetter_Take(u"first"), kCodecOK);
+    EXPECT_EQ(getter.ITextGetter_Take(u"second"), kCodecOK);
+    EXPECT_EQ(getter.GetText(), u"second");
+}
+
+TEST(RecordText, IsCutZeroTerminatedAndReadBackToItsTerminator)
+{
+    char16 field[5];
+    std::fill(std::begin(field), std::end(field), u'#');
+    SetRecordText(field, u"abcdefg");
+    EXPECT_EQ(GetRecordText(field), u"abcd");
+    SetRecordText(field, u"ab");
+    EXPECT_EQ(field[3], 0) << "the rest of the array is zero-filled";
+    EXPECT_EQ(GetRecordText(field), u"ab");
+}
+
+struct CBrokenCodecObject
+{
+    u32 fInvariant = 1;
+    u32 CheckInvariant() const { return fInvariant; }
+};
+
+TEST(CodecOperationFrame, TurnsFailuresIntoStatusWords)
+{
+    CBrokenCodecObject object;
+    const auto invariant = [&] { return object.CheckInvariant(); };
+    EXPECT_EQ(GuardCodecOperation(invariant, [] {}), kCodecOK);
+    EXPECT_EQ(GuardCodecOperation(invariant, [] { throw std::invalid_argument("x"); }), kCodecInvalidArgument);
+    EXPECT_EQ(GuardCodecOperation(invariant, [] { throw 5; }), kCodecUnknownError);
+
+    bool entered = false;
+    object.fInvariant = 0;
+    EXPECT_EQ(GuardCodecOperation(invariant, [&] { entered = true; }), kCodecInvariantCorrupt);
+    EXPECT_FALSE(entered);
+
+    object.fInvariant = 1;
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(GuardCodecOperation(invariant, [&] { object.fInvariant = 0; }), kCodecOK);
+    EXPECT_EQ(expect.Count(), 1u) << "an invariant broken by the body is a failed assertion";
+}
+} // namespace

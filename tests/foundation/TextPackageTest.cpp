@@ -1,0 +1,203 @@
+#include "foundation/TextPackage.h"
+
+#include "foundation/Exceptions.h"
+
+#include "AssertionRecorder.h"
+
+#include <gtest/gtest.h>
+
+using namespace NSTextPackage;
+using NSTesting::CExpectAssertions;
+
+namespace
+{
+struct TValidityCase
+{
+    TText16 fText;
+    bool fValid;
+};
+
+class TextValidity : public testing::TestWithParam<TValidityCase>
+{
+};
+
+TEST_P(TextValidity, FollowsSurrogateRules) { EXPECT_EQ(IsValidText(GetParam().fText), GetParam().fValid); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Samples, TextValidity,
+    testing::Values(TValidityCase{u"", true}, TValidityCase{u"plain", true},
+                    TValidityCase{TText16{0xD800, 0xDC00}, true},
+                    TValidityCase{TText16{0xDBFF, 0xDFFF}, true},
+                    TValidityCase{TText16{0xDC00}, false},                // lone low
+                    TValidityCase{TText16{u'a', 0xD800}, false},          // high at the end
+                    TValidityCase{TText16{0xD800, u'a'}, false},          // high before a non-low
+                    TValidityCase{TText16{0xD800, 0xD800, 0xDC00}, false}, // two highs
+                    TValidityCase{TText16{0xDC00, 0xD800}, false}));        // reversed pair
+
+TEST(TextConversion, SurrogatePairsRoundTripThroughCodePoints)
+{
+    EXPECT_EQ(Text16FromText32({0x10000}), (TText16{0xD800, 0xDC00}));
+    EXPECT_EQ(Text16FromText32({0x10FFFF}), (TText16{0xDBFF, 0xDFFF}));
+    EXPECT_EQ(Text32FromText16(TText16{0xD834, 0xDD1E}), (TText32{0x1D11E}));
+    const TText16 mixed = u"a\u00E9\u20AC" + TText16{0xD83C, 0xDFB9};
+    EXPECT_EQ(Text16FromText32(Text32FromText16(mixed)), mixed);
+}
+
+TEST(TextConversion, LoneSurrogatesFailWithAnAssertion)
+{
+    CExpectAssertions expect;
+    EXPECT_THROW(Text32FromText16(TText16{0xDC00}), XIllegalTextFormat);
+    EXPECT_THROW(Text32FromText16(TText16{u'x', 0xD800}), XIllegalTextFormat);
+    EXPECT_THROW(UTF8FromText16(TText16{0xDFFF}), XIllegalTextFormat);
+    EXPECT_GE(expect.Count(), 3u);
+}
+
+TEST(TextConversion, UTF8EncodesUpTo0x3FFFFFAndNoFurther)
+{
+    EXPECT_EQ(UTF8FromText32({0x41, 0xE9, 0x20AC, 0x1F3B9}), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x8E\xB9");
+    // The four-byte form is stretched past the Unicode range: the lead byte
+    // takes six bits of the top, so it spills into the lead-byte markers.
+    EXPECT_EQ(UTF8FromText32({0x10FFFF}), "\xF4\x8F\xBF\xBF");
+    EXPECT_EQ(UTF8FromText32({0x3FFFFF}), "\xFF\xBF\xBF\xBF");
+    CExpectAssertions expect;
+    EXPECT_THROW(UTF8FromText32({0x400000}), XIllegalTextFormat);
+    EXPECT_EQ(expect.Count(), 1u);
+}
+
+TEST(TextConversion, UTF8DecodingOfLongFormsAndBadLeads)
+{
+    EXPECT_EQ(Text32FromUTF8("\xF8\x88\x80\x80\x80"), (TText32{0x200000}));           // five bytes
+    EXPECT_EQ(Text32FromUTF8("\xFC\x84\x80\x80\x80\x80"), (TText32{0x4000000}));      // six bytes
+    // 0xFE takes its first continuation byte whole and moves on by six, so the
+    // seventh byte is read again as the next lead.
+    EXPECT_EQ(Text32FromUTF8("\xFE\x01\x80\x80\x80\x80\x41"), (TText32{0x40000001, 0x41}));
+    EXPECT_EQ(Text32FromUTF8(std::string_view("ab\0cd", 5)), (TText32{u'a', u'b'}));
+    CExpectAssertions expect;
+    EXPECT_THROW(Text32FromUTF8("\x80"), XIllegalTextFormat);
+    EXPECT_THROW(Text32FromUTF8("a\xFF"), XIllegalTextFormat);
+    EXPECT_EQ(expect.Count(), 2u);
+}
+
+TEST(TextConversion, TextFromOutsideReplacesMalformedBytesAndKeepsTheRest)
+{
+    EXPECT_EQ(Text16FromUTF8("Caf\xC3\xA9"), u"Caf\u00E9");
+    EXPECT_EQ(Text16FromUTF8("Caf\xE9 ok"), u"Caf\uFFFD ok");          // a Latin-1 byte
+    EXPECT_EQ(Text16FromUTF8("\xED\xA0\x80x", u'?'), u"???x");          // an encoded surrogate
+    EXPECT_EQ(Text16FromUTF8("\xC0\x80"), u"\uFFFD\uFFFD");             // overlong
+    EXPECT_EQ(Text16FromUTF8("\xF0\x9F\x8E"), u"\uFFFD\uFFFD\uFFFD");   // cut short
+    EXPECT_EQ(Text16FromUTF8("\xF0\x9F\x8E\xB9"), (TText16{0xD83C, 0xDFB9}));
+    EXPECT_EQ(UTF8FromText16(Text16FromUTF8("Fader \xE2\x82\xAC")), "Fader \xE2\x82\xAC");
+}
+
+TEST(TextConversion, ASCIIReplacementRules)
+{
+    EXPECT_EQ(Text16FromASCII("a\xC3z", u'?'), u"a?z");
+    EXPECT_EQ(ASCIIFromText16(u"a\u00E9z", '_'), "a_z");
+    CExpectAssertions expect;
+    EXPECT_THROW(Text16FromASCII("\xC3", 0), XIllegalTextFormat);
+    EXPECT_EQ(expect.Count(), 1u);
+}
+
+struct TMarkCase
+{
+    std::string fBytes;
+    EByteOrderMark fMark;
+    u32 fLength;
+};
+
+class ByteOrderMarks : public testing::TestWithParam<TMarkCase>
+{
+};
+
+TEST_P(ByteOrderMarks, AreFoundInTheirOrder)
+{
+    const auto& c = GetParam();
+    CRawByteReader reader(c.fBytes.data(), c.fBytes.size());
+    const TByteOrderMark mark = DetectByteOrderMark(reader, 0, c.fBytes.size());
+    EXPECT_EQ(mark.fMark, c.fMark);
+    EXPECT_EQ(mark.fLength, c.fLength);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Samples, ByteOrderMarks,
+    testing::Values(TMarkCase{std::string("\xFF\xFE\x00\x00", 4), kBOMUTF32LE, 4},
+                    TMarkCase{std::string("\x00\x00\xFE\xFF", 4), kBOMUTF32BE, 4},
+                    TMarkCase{"\xEF\xBB\xBF" "a", kBOMUTF8, 3}, TMarkCase{"\xFE\xFF" "ab", kBOMUTF16BE, 2},
+                    TMarkCase{"\xFF\xFE" "a", kBOMUTF16LE, 2}, // too short for UTF-32
+                    TMarkCase{"\xFF\xFE" "ab", kBOMUTF16LE, 2}, TMarkCase{"abc", kBOMNone, 0},
+                    TMarkCase{"", kBOMNone, 0}, TMarkCase{"\xEF\xBB", kBOMNone, 0}));
+
+TEST(TextFromBytes, AcceptsUTF8WithOrWithoutMarkAndRefusesTheOthers)
+{
+    const std::string marked = "\xEF\xBB\xBF" "1 {x}";
+    CRawByteReader markedReader(marked.data(), marked.size());
+    bool found = false;
+    EXPECT_EQ(Text16FromBytes(markedReader, 0, marked.size(), u'?', &found), u"1 {x}");
+    EXPECT_TRUE(found);
+
+    const std::string plain = "na\xC3\xAFve";
+    CRawByteReader plainReader(plain.data(), plain.size());
+    EXPECT_EQ(Text16FromBytes(plainReader, 0, plain.size(), u'?', &found), u"na\u00EFve");
+    EXPECT_FALSE(found);
+
+    const std::string utf16 = "\xFF\xFE" "a\0";
+    CRawByteReader utf16Reader(utf16.data(), utf16.size());
+    EXPECT_THROW(Text16FromBytes(utf16Reader, 0, utf16.size(), u'?'), XIllegalTextFormat);
+}
+
+TEST(TextFromBytes, ReaderRefusesARangeOutsideItsBlock)
+{
+    const char block[4] = {1, 2, 3, 4};
+    CRawByteReader reader(block, sizeof block);
+    char out[8];
+    CExpectAssertions expect;
+    EXPECT_THROW(reader.IByteReader_Read(2, 3, out), NSException::XRead);
+    EXPECT_THROW(reader.IByteReader_Read(~u64{0}, 2, out), NSException::XRead);
+    EXPECT_EQ(expect.Count(), 2u);
+}
+
+TEST(TextCopy, IsLimitedAndAlwaysTerminated)
+{
+    char16 destination[4] = {9, 9, 9, 9};
+    CopyText16(u"abcdef", destination, 3);
+    EXPECT_EQ(TText16(destination), u"abc");
+    EXPECT_EQ(Text16Length(destination), 3u);
+    CopyText16(u"", destination, 3);
+    EXPECT_EQ(Text16Length(destination), 0u);
+    EXPECT_EQ(FormatDouble(2.0 / 3.0, 2), "0.67");
+}
+
+struct TSubstitutionCase
+{
+    TText16 fFormat;
+    std::vector<TText16> fParameters;
+    TText16 fResult;
+    bool fAsserts;
+};
+
+class Substitution : public testing::TestWithParam<TSubstitutionCase>
+{
+};
+
+TEST_P(Substitution, FillsPlaceholdersAndCountsThem)
+{
+    const auto& c = GetParam();
+    CExpectAssertions expect;
+    EXPECT_EQ(SubstituteParameters(c.fFormat, 0, c.fParameters), c.fResult);
+    EXPECT_EQ(expect.Count() > 0, c.fAsserts);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Samples, Substitution,
+    testing::Values(
+        TSubstitutionCase{u"Line  ^0: ^1", {u"12", u"Undefined command."}, u"Line  12: Undefined command.", false},
+        TSubstitutionCase{u"x^1y", {u"only"}, u"xy", true},          // past the list, and one unused
+        TSubstitutionCase{u"100%^", {}, u"100%^", false},            // a ^ without digit stays
+        TSubstitutionCase{u"^a^", {}, u"^a^", false},
+        TSubstitutionCase{u"^0^0", {u"ab"}, u"abab", false},          // used twice counts twice
+        TSubstitutionCase{u"^0^0", {u"a", u"b"}, u"aa", false},       // counted, not matched: no report
+        TSubstitutionCase{u"^10", {u"0", u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"ten"},
+                          u"ten", true},                              // the eleventh, not ^1 then 0
+        TSubstitutionCase{u"^99999999999999999999", {u"p"}, u"", true}, // no wrap into the list
+        TSubstitutionCase{u"[^0]", {u"[x]"}, u"[[x]]", false}));
+} // namespace

@@ -1,0 +1,284 @@
+#include "generic/GenericMidiCodec.h"
+
+#include "GenericTestSupport.h"
+
+#include "AssertionRecorder.h"
+#include "codec/CodecSupport.h"
+#include "foundation/TextPackage.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+
+using namespace NSGenericMidiCodec;
+using namespace NSGenericTesting;
+using namespace NSKinvarCodec;
+
+namespace
+{
+using NSKinvarCodec::kCodecOK;
+
+const std::vector<std::string> kOneItem = {"Fader\tvalue\t0\t127"};
+const std::vector<std::string> kOneRule = {"B0 07 xx\tFader\tx\t\t\t"};
+
+std::string Definition(std::string_view manufacturer, std::string_view model,
+                       const std::vector<std::string>& middle = {})
+{
+    return DefinitionText(manufacturer, model, middle, kOneItem, kOneRule);
+}
+
+class GenericCodec : public testing::Test
+{
+protected:
+    void SetUp() override { fCodec.reset(CreateGenericMidiCodec(TScanPlaces{{fFolder.Path()}, {}}), codec_deleter()); }
+
+    u32 List()
+    {
+        fMessages.Clear();
+        fInfos = CRecordingInfoGetter();
+        return fCodec->ICodec2_GetControlSurfaces(fInfos, fMessages);
+    }
+
+    std::string Messages() const { return NSTextPackage::UTF8FromText16(fMessages.GetText()); }
+    TText16 Model(std::size_t index) const { return GetRecordText(fInfos.fInfos.at(index).fModel); }
+
+    TControlSurfacePtr Create(std::size_t index)
+    {
+        u32 status = 0;
+        TControlSurfacePtr surface(fCodec->ICodec2_CreateControlSurface(fInfos.fInfos.at(index), &status),
+                                   codecsurface_deleter());
+        EXPECT_EQ(status, kCodecOK);
+        return surface;
+    }
+
+    CTemporaryFolder fFolder;
+    TCodecPtr fCodec;
+    CCodecTextGetter fMessages;
+    CRecordingInfoGetter fInfos;
+};
+
+TEST_F(GenericCodec, ListsNothingForAFolderWithoutDefinitions)
+{
+    fFolder.Write("readme.txt", "no codecs here");
+    EXPECT_EQ(List(), kCodecOK);
+    EXPECT_EQ(fInfos.fCalls, 1);
+    EXPECT_TRUE(fInfos.fInfos.empty());
+    EXPECT_FALSE(fMessages.HasText());
+}
+
+TEST_F(GenericCodec, ListsModelsInNameOrderAndTheFirstFileWins)
+{
+    fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
+    fFolder.Write("b.midicodec", Definition("ACME", "FADER 1", {"MIDI Input Ports\t2"}));
+    fFolder.Write("sub/c.MidiCodec", Definition("Acme", "Pads"));
+    fFolder.Write("sub/.midicodec", Definition("Acme", "Hidden by its name"));
+    fFolder.Write("d.midicodec.txt", Definition("Acme", "Not a definition"));
+    ASSERT_EQ(List(), kCodecOK);
+    ASSERT_EQ(fInfos.fInfos.size(), 2u);
+    EXPECT_EQ(Model(0), u"Fader 1");
+    EXPECT_EQ(fInfos.fInfos[0].fInPortCount, 1u) << "the model of the file met first";
+    EXPECT_EQ(Model(1), u"Pads");
+}
+
+TEST_F(GenericCodec, ABrokenFileCostsOnlyItsOwnModel)
+{
+    fFolder.Write("a-broken.midicodec", Definition("Acme", "Broken", {"MIDI Input Ports\t0"}));
+    fFolder.Write("b-good.midicodec", Definition("Acme", "Good"));
+    fFolder.Write("c-header.midicodec", "Universal MIDI Codec Control Surface Definition File\nFile Format Version\t2.0.0\n");
+    ASSERT_EQ(List(), kCodecOK);
+    ASSERT_EQ(fInfos.fInfos.size(), 1u);
+    EXPECT_EQ(Model(0), u"Good");
+    EXPECT_EQ(Messages(), "Failed to read .midicodec file: a-broken.midicodec\n"
+                          "Error:Too few MIDI Input Ports a-broken.midicodec(6)\n"
+                          "Failed to read .midicodec file: c-header.midicodec\n"
+                          "Line  2: Missing: File Format Version.\n");
+}
+
+TEST_F(GenericCodec, ScansAfreshAndEarlierSurfacesKeepTheirCopies)
+{
+    const auto file = fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
+    ASSERT_EQ(List(), kCodecOK);
+    TControlSurfacePtr surface = Create(0);
+    std::filesystem::remove(file);
+    ASSERT_EQ(List(), kCodecOK);
+    EXPECT_TRUE(fInfos.fInfos.empty());
+
+    CRecordingInputHandler handler;
+    ASSERT_EQ(surface->IControlSurface_SetInputHandler(&handler), kCodecOK);
+    const TMIDIEvent event = MakeEvent({0xB0, 0x07, 0x05});
+    CCodecTextGetter messages;
+    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecOK);
+    EXPECT_EQ(handler.fInputs.size(), 1u);
+}
+
+TEST_F(GenericCodec, CreatesSurfacesByUniqueNameWithoutRegardToCase)
+{
+    fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
+    ASSERT_EQ(List(), kCodecOK);
+    u32 status = 0;
+    TControlSurfacePtr surface(fCodec->ICodec2_CreateControlSurfaceByName("genericmidicodec/ACME/fader 1", &status),
+                               codecsurface_deleter());
+    EXPECT_EQ(status, kCodecOK);
+    EXPECT_NE(surface, nullptr);
+
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(fCodec->ICodec2_CreateControlSurfaceByName("GenericMIDICodec/Acme/Fader 2", &status), nullptr);
+    EXPECT_EQ(status, kCodecUnsupportedInterface);
+    EXPECT_EQ(expect.Count(), 0u);
+
+    TControlSurfaceInfo unknown{};
+    SetRecordText(unknown.fManufacturer, u"Nobody");
+    EXPECT_EQ(fCodec->ICodec2_CreateControlSurface(unknown, &status), nullptr);
+    EXPECT_EQ(status, kCodecInvalidArgument);
+}
+
+TEST_F(GenericCodec, MayStayLoaded)
+{
+    u32 result = 0;
+    EXPECT_EQ(fCodec->ICodec2_GetMayStayLoaded(&result), kCodecOK);
+    EXPECT_EQ(result, 1u);
+    EXPECT_EQ(fCodec->ICodec2_SetDebugger(nullptr), kCodecOK);
+}
+
+TEST_F(GenericCodec, LoadsThePictureBesideTheFile)
+{
+    fFolder.Write("box.midicodec", Definition("Acme", "Box"));
+    fFolder.Write("box.png", MakePNG(96, 96));
+    fFolder.Write("plain.midicodec", Definition("Acme", "Plain"));
+    fFolder.Write("small.midicodec", Definition("Acme", "Small"));
+    fFolder.Write("small.png", MakePNG(48, 48));
+    fFolder.Write("broken.midicodec", Definition("Acme", "Broken"));
+    fFolder.Write("broken.png", "not a picture");
+    ASSERT_EQ(List(), kCodecOK);
+    ASSERT_EQ(fInfos.fInfos.size(), 4u);
+    std::map<TText16, TControlSurfaceInfo> byModel;
+    for (const auto& info : fInfos.fInfos)
+        byModel[GetRecordText(info.fModel)] = info;
+
+    std::vector<u32> pixels(kPictureWidth * kPictureHeight, 0xDEADBEEF);
+    u32 hasPicture = 7;
+    ASSERT_EQ(fCodec->ICodec2_GetControlSurfacePicture(byModel[u"Box"], &hasPicture, pixels.data()), kCodecOK);
+    EXPECT_EQ(hasPicture, 1u);
+    const u8* pixel = reinterpret_cast<const u8*>(&pixels[95 * kPictureWidth + 10]);
+    EXPECT_EQ((std::array<u8, 4>{pixel[0], pixel[1], pixel[2], pixel[3]}), (std::array<u8, 4>{10, 95, 7, 255}));
+
+    ASSERT_EQ(fCodec->ICodec2_GetControlSurfacePicture(byModel[u"Plain"], &hasPicture, pixels.data()), kCodecOK);
+    EXPECT_EQ(hasPicture, 0u);
+    EXPECT_EQ(fCodec->ICodec2_GetControlSurfacePicture(byModel[u"Small"], &hasPicture, pixels.data()),
+              kCodecUnknownError) << "bad picture size";
+    EXPECT_EQ(fCodec->ICodec2_GetControlSurfacePicture(byModel[u"Broken"], &hasPicture, pixels.data()),
+              kCodecBadFormat);
+    EXPECT_EQ(fCodec->ICodec2_GetControlSurfacePicture(byModel[u"Box"], &hasPicture, nullptr), kCodecInvalidArgument);
+    TControlSurfaceInfo unknown{};
+    EXPECT_EQ(fCodec->ICodec2_GetControlSurfacePicture(unknown, &hasPicture, pixels.data()), kCodecInvalidArgument);
+}
+
+TEST(IdentityMask, ComparesWithTheStartOfTheMessage)
+{
+    const TBytes reply = {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x41, 0xF7};
+    EXPECT_TRUE(MatchesIdentityMask("F0 7E ?? 06 02", reply.data(), u32(reply.size())));
+    EXPECT_TRUE(MatchesIdentityMask("f07e1?0602 ", reply.data(), u32(reply.size())));
+    const TBytes other = {0xF0, 0x7E, 0x10, 0x06, 0x01};
+    EXPECT_FALSE(MatchesIdentityMask("F0 7E ?? 06 02", other.data(), u32(other.size())));
+    const TBytes shorter = {0xF0, 0x7E, 0x10, 0x06};
+    EXPECT_FALSE(MatchesIdentityMask("F0 7E ?? 06 02", shorter.data(), u32(shorter.size())))
+        << "a mask longer than the message never matches";
+    EXPECT_TRUE(MatchesIdentityMask("", shorter.data(), u32(shorter.size())));
+}
+
+// Ports of a simulated setup: a surface that answers the identity request sent
+// on one output port, with the reply on one input port (twice, when asked).
+class CSimulatedProber : public IMIDIProber
+{
+public:
+    u32 fOutPorts = 3;
+    u32 fInPorts = 4;
+    u32 fAnsweringOutPort = 1;
+    u32 fReplyingInPort = 2;
+    int fRepliesPerRequest = 1;
+    TBytes fReply = {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x01, 0xF7};
+    std::vector<u32> fSentOn;
+
+    u32 IMIDIProber_GetOutPortCount(u32* count) override
+    {
+        *count = fOutPorts;
+        return kCodecOK;
+    }
+    u32 IMIDIProber_SendEvents(u32 outPort, u32 count, const TMIDIEvent* events) override
+    {
+        fSentOn.push_back(outPort);
+        const TBytes request(events[0].fData, events[0].fData + events[0].fSize);
+        if (count == 1 && outPort == fAnsweringOutPort && request == TBytes{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
+            fPending[fReplyingInPort] += fRepliesPerRequest;
+        return kCodecOK;
+    }
+    u32 IMIDIProber_GetInPortCount(u32* count) override
+    {
+        *count = fInPorts;
+        return kCodecOK;
+    }
+    u32 IMIDIProber_GetEvents(u32 inPort, IMIDIEventGetter& getter) override
+    {
+        std::vector<TMIDIEvent> events;
+        for (; fPending[inPort] > 0; --fPending[inPort])
+            events.push_back(MakeEvent(fReply));
+        events.push_back(MakeEvent({0xFE}));
+        return getter.IMIDIEventGetter_Take(events.data(), u32(events.size()));
+    }
+
+private:
+    std::map<u32, int> fPending;
+};
+
+class CRecordingProbeResults : public IProbeResultGetter
+{
+public:
+    std::vector<std::pair<std::string, std::vector<u32>>> fFound;
+
+    u32 IProbeResultGetter_Take(const char* uniqueName, const u32* portMap) override
+    {
+        fFound.emplace_back(uniqueName, std::vector<u32>(portMap, portMap + kPortMapSize));
+        return kCodecOK;
+    }
+};
+
+TEST_F(GenericCodec, AProbeFindsTheSurfaceThatAnswers)
+{
+    fFolder.Write("pads.midicodec", Definition("Acme", "Pads", {"MIDI Input Ports\t2",
+                                                                "Identity Request\tF0 7E 7F 06 01 F7",
+                                                                "Identity Response\tF0 7E ?? 06 02 7D"}));
+    ASSERT_EQ(List(), kCodecOK);
+    CSimulatedProber prober;
+    prober.fRepliesPerRequest = 2;
+    CRecordingProbeResults results;
+    ASSERT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, fInfos.fInfos.at(0), results, fMessages), kCodecOK);
+    EXPECT_EQ(prober.fSentOn, (std::vector<u32>{0, 1, 2}));
+    ASSERT_EQ(results.fFound.size(), 1u);
+    EXPECT_EQ(results.fFound[0].first, "GenericMIDICodec/Acme/Pads");
+    std::vector<u32> expected(kPortMapSize, kUnusedPort);
+    expected[0] = 1;
+    expected[16] = 2;
+    expected[17] = 2; // the same port found twice is listed twice
+    EXPECT_EQ(results.fFound[0].second, expected);
+}
+
+TEST_F(GenericCodec, AProbeOfAModelWithoutIdentityFindsNothing)
+{
+    fFolder.Write("plain.midicodec", Definition("Acme", "Plain"));
+    fFolder.Write("silent.midicodec", Definition("Acme", "Silent", {"Identity Request\tF0 7E 7F 06 01 F7",
+                                                                    "Identity Response\tF0 7E ?? 06 02 11"}));
+    ASSERT_EQ(List(), kCodecOK);
+    for (const auto& info : fInfos.fInfos)
+    {
+        CSimulatedProber prober;
+        CRecordingProbeResults results;
+        EXPECT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, info, results, fMessages), kCodecOK);
+        EXPECT_TRUE(results.fFound.empty());
+    }
+    CSimulatedProber prober;
+    CRecordingProbeResults results;
+    EXPECT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, TControlSurfaceInfo{}, results, fMessages),
+              kCodecInvalidArgument);
+}
+} // namespace
