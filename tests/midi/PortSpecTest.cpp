@@ -122,18 +122,6 @@ TEST(PortSpecTest, NamesFromTheSystemAreTakenAsTheyCome)
     EXPECT_EQ(u'x', shown.back());
 }
 
-TEST(PortSpecTest, ListsAreSnapshotsWithCheckedIndices)
-{
-    CPortList list(MakePortSpecs(EBackend::kLoopback, EDirection::kIn, {"Loopback A"}));
-    u32 count = 0;
-    EXPECT_EQ(kTonewellOK, list.IMIDIPortList_GetCount(&count));
-    EXPECT_EQ(1u, count);
-    u32 status = 0;
-    const u32 beyond = 1;
-    EXPECT_EQ(nullptr, list.IMIDIPortList_GetAt(&beyond, &status));
-    EXPECT_EQ(kTonewellInvalidArgument, status);
-}
-
 struct TBackendListCase
 {
     const char* fText;
