@@ -39,6 +39,9 @@ TEST(PortSpecTest, IdentityNames)
         {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0", "Midi Through:Midi Through Port-0"},
         {EBackend::kALSA, "Odd:Port 12:3 x", "Odd:Port 12:3 x"},
         {EBackend::kALSA, "NoNumbers:Port", "NoNumbers:Port"},
+        {EBackend::kALSA, "A:B 24:", "A:B 24:"},
+        {EBackend::kALSA, "A:B :0", "A:B :0"},
+        {EBackend::kALSA, "A:B24:0", "A:B24:0"},
         {EBackend::kJACK, "synth:out 24:0", "synth:out 24:0"},
         {EBackend::kLoopback, "Loopback A", "Loopback A"},
     };
