@@ -138,8 +138,10 @@ TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, 
 class CRtMidiInPort final : public IMIDIInPort
 {
 public:
-    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler)
-        : fDelivery(delivery), fChannel(delivery.Open(handler, *this, kChannelCapacity))
+    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler, const CLibraryDebug& debug,
+                  const CPortSpec& spec)
+        : fDebug(debug), fName(spec.GetDisplayName()), fDelivery(delivery),
+          fChannel(delivery.Open(handler, *this, kChannelCapacity))
     {
     }
 
@@ -149,6 +151,7 @@ public:
         // channel may close.
         fMidi.reset();
         fDelivery.Close(fChannel);
+        NoteLost(fDebug, *fChannel, fName);
     }
 
     TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
@@ -173,6 +176,8 @@ private:
             port->fChannel->CountLost();
     }
 
+    const CLibraryDebug& fDebug;
+    const std::string fName;
     CDeliveryThread& fDelivery;
     std::shared_ptr<CInputChannel> fChannel;
     CRtMidiErrors fErrors;
@@ -361,7 +366,7 @@ std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler,
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("in");
-    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler);
+    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler, fDebug, spec);
     TOpening opening = port->Open(fKind, spec, ownName);
     return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, spec,
                       ownName, status);
