@@ -37,12 +37,30 @@ TPairs MakePairs(const std::vector<TText16>& names)
 
 const TPairs& SevenBitPairs()
 {
-    static const TPairs pairs = MakePairs(
-        {u"Fader 1", u"Fader 2", u"Knob 10", u"Master Fader", u"Transport Play",
-         u"Transport Stop", u"Transport Record", u"Jog Wheel", u"Bank Left", u"Bank Right",
-         u"Channel Select 8", u"Mute 3", u"Solo 4", u"Define Group", u"Keyboard Shortcut Variations",
-         u"Scope", u"Map", u"Kinvar Generic MIDI Codec", u"Pitch Bend", u"Mod Wheel",
-         u"Keyboard", u"Display Line 1", u"Encoder_Push-5", u"Shift"});
+    static const TPairs pairs = MakePairs({u"Fader 1",
+                                           u"Fader 2",
+                                           u"Knob 10",
+                                           u"Master Fader",
+                                           u"Transport Play",
+                                           u"Transport Stop",
+                                           u"Transport Record",
+                                           u"Jog Wheel",
+                                           u"Bank Left",
+                                           u"Bank Right",
+                                           u"Channel Select 8",
+                                           u"Mute 3",
+                                           u"Solo 4",
+                                           u"Define Group",
+                                           u"Keyboard Shortcut Variations",
+                                           u"Scope",
+                                           u"Map",
+                                           u"Kinvar Generic MIDI Codec",
+                                           u"Pitch Bend",
+                                           u"Mod Wheel",
+                                           u"Keyboard",
+                                           u"Display Line 1",
+                                           u"Encoder_Push-5",
+                                           u"Shift"});
     return pairs;
 }
 
@@ -54,7 +72,8 @@ const TPairs& AccentedPairs()
     return pairs;
 }
 
-template <class TCompare> void RunPairs(benchmark::State& state, const TPairs& pairs, TCompare compare)
+template <class TCompare>
+void RunPairs(benchmark::State& state, const TPairs& pairs, TCompare compare)
 {
     std::size_t i = 0;
     for (auto _ : state)
@@ -73,9 +92,8 @@ void SevenBitFastPath(benchmark::State& state)
 
 void SevenBitCollator(benchmark::State& state)
 {
-    RunPairs(state, SevenBitPairs(), [](const TText16& a, const TText16& b) {
-        return CompareTextWithCollator(a, b);
-    });
+    RunPairs(state, SevenBitPairs(),
+             [](const TText16& a, const TText16& b) { return CompareTextWithCollator(a, b); });
 }
 
 void AccentedCompareText(benchmark::State& state)
@@ -86,9 +104,8 @@ void AccentedCompareText(benchmark::State& state)
 
 void AccentedCollator(benchmark::State& state)
 {
-    RunPairs(state, AccentedPairs(), [](const TText16& a, const TText16& b) {
-        return CompareTextWithCollator(a, b);
-    });
+    RunPairs(state, AccentedPairs(),
+             [](const TText16& a, const TText16& b) { return CompareTextWithCollator(a, b); });
 }
 
 BENCHMARK(SevenBitFastPath);

@@ -45,9 +45,8 @@ bool CanDecideAt(std::u16string_view text, std::size_t at, const TASCIICollation
     return IsASCII(text.substr(at));
 }
 
-ECompareResult DecideByRank(std::u16string_view a, std::size_t i,
-                                           std::u16string_view b, std::size_t j,
-                                           const TASCIICollationTable& table)
+ECompareResult DecideByRank(std::u16string_view a, std::size_t i, std::u16string_view b,
+                            std::size_t j, const TASCIICollationTable& table)
 {
     if (!CanDecideAt(a, i, table) || !CanDecideAt(b, j, table))
         return kTableUndecided;
@@ -195,8 +194,8 @@ std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
 // ---- the walk by table, for controls, ignorables and the ends
 
 template <bool kCaseCounts>
-ECompareResult Walk(std::u16string_view a, std::u16string_view b, std::size_t i,
-                                   std::size_t j, i32 caseOrder, const TASCIICollationTable& table)
+ECompareResult Walk(std::u16string_view a, std::u16string_view b, std::size_t i, std::size_t j,
+                    i32 caseOrder, const TASCIICollationTable& table)
 {
     for (;;)
     {
@@ -225,7 +224,7 @@ ECompareResult Walk(std::u16string_view a, std::u16string_view b, std::size_t i,
 
 template <bool kCaseCounts>
 ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view b,
-                                              const TASCIICollationTable& table)
+                               const TASCIICollationTable& table)
 {
     i32 caseOrder = 0;
     if (!table.fFoldIsRank)
@@ -253,9 +252,8 @@ UCollationResult Collate(const icu::Collator& collator, std::u16string_view a,
                          std::u16string_view b)
 {
     UErrorCode status = U_ZERO_ERROR;
-    const UCollationResult result =
-        collator.compare(a.data(), static_cast<int32_t>(a.size()), b.data(),
-                         static_cast<int32_t>(b.size()), status);
+    const UCollationResult result = collator.compare(
+        a.data(), static_cast<int32_t>(a.size()), b.data(), static_cast<int32_t>(b.size()), status);
     Check(status);
     return result;
 }
@@ -293,7 +291,8 @@ TTailoringFacts ExamineTailoring(const icu::Collator& collator)
 
     TTailoringFacts facts;
     for (UChar32 c = 0; c < static_cast<UChar32>(kASCIICount); ++c)
-        facts.fOneRankPerCharacter = facts.fOneRankPerCharacter && !uset_contains(expansions.get(), c);
+        facts.fOneRankPerCharacter =
+            facts.fOneRankPerCharacter && !uset_contains(expansions.get(), c);
     std::array<UChar, 256> text{};
     for (int32_t item = 0; item < uset_getItemCount(contractions.get()); ++item)
     {
@@ -323,9 +322,9 @@ bool RankASCII(const icu::Collator& collator, TASCIICollationTable& table)
     std::array<char16, kASCIICount> order{};
     for (std::size_t c = 0; c < kASCIICount; ++c)
         order[c] = static_cast<char16>(c);
-    std::stable_sort(order.begin(), order.end(), [&collator](const char16& a, const char16& b) {
-        return Collate(collator, OneCharacter(a), OneCharacter(b)) == UCOL_LESS;
-    });
+    std::stable_sort(order.begin(), order.end(),
+                     [&collator](const char16& a, const char16& b)
+                     { return Collate(collator, OneCharacter(a), OneCharacter(b)) == UCOL_LESS; });
 
     std::unique_ptr<icu::Collator> primary(collator.clone());
     UErrorCode status = U_ZERO_ERROR;
@@ -338,8 +337,8 @@ bool RankASCII(const icu::Collator& collator, TASCIICollationTable& table)
     {
         const bool ignorable = Collate(collator, OneCharacter(c), u"") == UCOL_EQUAL;
         const bool newGroup =
-            !ignorable && (previous == nullptr ||
-                           Collate(collator, OneCharacter(*previous), OneCharacter(c)) != UCOL_EQUAL);
+            !ignorable && (previous == nullptr || Collate(collator, OneCharacter(*previous),
+                                                          OneCharacter(c)) != UCOL_EQUAL);
         if (newGroup)
         {
             const bool primaryGap =
@@ -401,7 +400,8 @@ bool FoldMatchesRanks(const TASCIICollationTable& table)
             return false;
         for (char16 d = 0; d < kASCIICount; ++d)
         {
-            if (!NeedsTable(d) && (table.fRank[c] == table.fRank[d]) != (FoldCase(c) == FoldCase(d)))
+            if (!NeedsTable(d) &&
+                (table.fRank[c] == table.fRank[d]) != (FoldCase(c) == FoldCase(d)))
                 return false;
         }
     }

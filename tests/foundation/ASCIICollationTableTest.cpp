@@ -19,7 +19,8 @@ namespace
 std::unique_ptr<icu::Collator> MakeCollator(const char* locale, bool caseCounts)
 {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(icu::Locale(locale), status));
+    std::unique_ptr<icu::Collator> collator(
+        icu::Collator::createInstance(icu::Locale(locale), status));
     collator->setStrength(icu::Collator::SECONDARY);
     collator->setAttribute(UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, status);
     collator->setAttribute(UCOL_CASE_LEVEL, caseCounts ? UCOL_ON : UCOL_OFF, status);
@@ -40,8 +41,9 @@ struct TLocaleCollation
     {
         UErrorCode status = U_ZERO_ERROR;
         const icu::Collator& collator = caseCounts ? *fExactCase : *fCaseless;
-        const UCollationResult result = collator.compare(
-            a.data(), static_cast<int32_t>(a.size()), b.data(), static_cast<int32_t>(b.size()), status);
+        const UCollationResult result =
+            collator.compare(a.data(), static_cast<int32_t>(a.size()), b.data(),
+                             static_cast<int32_t>(b.size()), status);
         return result == UCOL_LESS ? kTextLess : result == UCOL_GREATER ? kTextGreater : kTextEqual;
     }
 
@@ -111,9 +113,19 @@ TEST(ASCIICollationTable, AgreesOnMixedTexts)
 {
     const std::u16string_view alphabet =
         u"aAbBzZ09-_ .,;:!?'\"()[]{}@*/\\&#%`^+<=>|~$\t\x01\x7f\u00e9\u00c9\u0301";
-    std::vector<TText16> texts = {u"", u"Fader 1", u"fader-1", u"FADER_1", u"Fader1",
-                                  u"Transport Play", u"TRANSPORT PLAY", u"Transport Play2",
-                                  u"transport\tplay", u"Knob 10", u"Knob 9", u"e\u0301", u"\u00e9"};
+    std::vector<TText16> texts = {u"",
+                                  u"Fader 1",
+                                  u"fader-1",
+                                  u"FADER_1",
+                                  u"Fader1",
+                                  u"Transport Play",
+                                  u"TRANSPORT PLAY",
+                                  u"Transport Play2",
+                                  u"transport\tplay",
+                                  u"Knob 10",
+                                  u"Knob 9",
+                                  u"e\u0301",
+                                  u"\u00e9"};
     std::mt19937 random(20240917);
     for (int i = 0; i < 500; ++i)
     {
@@ -137,7 +149,8 @@ TEST(ASCIICollationTable, AgreesOnMixedTexts)
 
 TEST(ASCIICollationTable, AnswersSevenBitTextsItself)
 {
-    EXPECT_EQ(CompareByTable(u"Transport Play", u"TRANSPORT PLAY", Root().fTable, false), kTextEqual);
+    EXPECT_EQ(CompareByTable(u"Transport Play", u"TRANSPORT PLAY", Root().fTable, false),
+              kTextEqual);
     EXPECT_EQ(CompareByTable(u"Transport Play", u"TRANSPORT PLAY", Root().fTable, true), kTextLess);
     EXPECT_EQ(CompareByTable(u"Map", u"Mod", Root().fTable, false), kTextLess);
     EXPECT_EQ(CompareByTable(u"a\x01", u"A", Root().fTable, false), kTextEqual);

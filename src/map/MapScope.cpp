@@ -1,0 +1,259 @@
+#include "map/MapScope.h"
+
+#include "foundation/Assert.h"
+#include "foundation/TextCompare.h"
+
+#include <algorithm>
+
+namespace NSKinvar
+{
+namespace
+{
+constexpr std::array<u32, 6> kFilterSeeds = {42, 0x5601F281, 0x12345678, 0x6C67, 0x2C359, 0x3F83C71};
+
+bool IsSevenBit(std::u16string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char16 c) { return c < 0x80; });
+}
+
+// Replaces a shared target by a private deep copy before it changes.
+template <class T> void MakeUnique(std::shared_ptr<T>& target, const char* warning)
+{
+    if (target.use_count() == 1)
+        return;
+    if (warning != nullptr)
+        BF_TRACE("%s", warning);
+    target = std::make_shared<T>(*target);
+}
+
+// 1, plus 1 for each group the entry leaves open and 1000 for each it names
+// rightly; 0 as soon as one group is named wrongly.
+u64 ScoreEntry(const TVariation& entry, const TVariation& current)
+{
+    if (entry.size() != current.size())
+        return 0;
+    u64 score = 1;
+    for (std::size_t group = 0; group < entry.size(); ++group)
+    {
+        if (entry[group] == kAnyGroupValue)
+            score += 1;
+        else if (entry[group] == current[group])
+            score += 1000;
+        else
+            return 0;
+    }
+    return score;
+}
+} // namespace
+
+VMapScope::VMapScope(std::shared_ptr<const TItemList> items)
+    : fGroupNames(std::make_shared<std::vector<TText16>>()),
+      fGroupValueNames(std::make_shared<std::vector<std::vector<TText16>>>()),
+      fItemMap(std::make_shared<TItemMap>()), fItems(std::move(items)),
+      fKinvarableFilter(std::make_shared<TKinvarableFilter>())
+{
+    BF_ASSERT(fItems != nullptr);
+}
+
+u32 VMapScope::GetGroupCount() const { return static_cast<u32>(fGroupNames->size()); }
+
+const TText16& VMapScope::GetGroupName(u32 group) const
+{
+    BF_ASSERT(group < fGroupNames->size());
+    return fGroupNames->at(group);
+}
+
+u32 VMapScope::GetGroupValueCount(u32 group) const
+{
+    BF_ASSERT(group < fGroupValueNames->size());
+    return static_cast<u32>(fGroupValueNames->at(group).size());
+}
+
+const TText16& VMapScope::GetGroupValueName(u32 group, u32 value) const
+{
+    BF_ASSERT(group < fGroupValueNames->size() && value < fGroupValueNames->at(group).size());
+    return fGroupValueNames->at(group).at(value);
+}
+
+u32 VMapScope::FindGroup(std::u16string_view name) const
+{
+    // Byte for byte on purpose: group names are stricter than value names.
+    const auto found = std::find(fGroupNames->begin(), fGroupNames->end(), name);
+    return found == fGroupNames->end() ? kAnyGroupValue : static_cast<u32>(found - fGroupNames->begin());
+}
+
+u32 VMapScope::FindGroupValue(u32 group, std::u16string_view name) const
+{
+    BF_ASSERT(!name.empty() && IsSevenBit(name));
+    BF_ASSERT(group < fGroupValueNames->size());
+    const auto& values = fGroupValueNames->at(group);
+    for (std::size_t value = 0; value < values.size(); ++value)
+        if (NSTextPackage::EqualTexts(values[value], name))
+            return static_cast<u32>(value);
+    return kAnyGroupValue;
+}
+
+TGroupValue VMapScope::FindGroupValue(std::u16string_view name) const
+{
+    for (u32 group = 0; group < GetGroupCount(); ++group)
+    {
+        const u32 value = FindGroupValue(group, name);
+        if (value != kAnyGroupValue)
+            return {group, value};
+    }
+    return kNoGroupValue;
+}
+
+void VMapScope::AddGroup(const TText16& name, const std::vector<TText16>& valueNames)
+{
+    BF_ASSERT(!name.empty() && !valueNames.empty());
+    BF_ASSERT(FindGroup(name) == kAnyGroupValue);
+    MakeUnique(fGroupNames, "VMapScope::AddGroup() - Copy On Write in action: fGroupNames (performance warning)");
+    MakeUnique(fGroupValueNames,
+               "VMapScope::AddGroup() - Copy On Write in action: fGroupValueNames (performance warning)");
+    fGroupNames->push_back(name);
+    fGroupValueNames->push_back(valueNames);
+}
+
+void VMapScope::AddMapEntry(const TMapKey& key, const VMapEntry& entry)
+{
+    BF_ASSERT(key.fItemIndex < fItems->size());
+    BF_ASSERT(!IsItemMapped(key, entry.GetVariation()));
+    MakeUnique(fItemMap, "VMapScope::AddMapEntry() - Copy On Write in action: fItemMap (performance warning)");
+    fItemMap->emplace(key, entry);
+    if (!entry.IsKinvarable())
+        return;
+    MakeUnique(fKinvarableFilter, nullptr);
+    for (const u32 bit : KinvarableHashes(entry.GetKinvarableName(), entry.GetVariation()))
+        fKinvarableFilter->set(bit);
+}
+
+VMapEntry VMapScope::FindMapEntry(const TMapKey& key, const TVariation& currentValues) const
+{
+    BF_ASSERT(currentValues.size() == GetGroupCount());
+    for (u32 group = 0; group < currentValues.size() && group < GetGroupCount(); ++group)
+        BF_ASSERT(currentValues[group] < GetGroupValueCount(group));
+    const VMapEntry* best = nullptr;
+    u64 bestScore = 0;
+    const auto [first, last] = fItemMap->equal_range(key);
+    for (auto it = first; it != last; ++it)
+    {
+        const u64 score = ScoreEntry(it->second.GetVariation(), currentValues);
+        if (score > bestScore)
+        {
+            bestScore = score;
+            best = &it->second;
+        }
+    }
+    return best != nullptr ? *best : VMapEntry();
+}
+
+bool VMapScope::IsVariationInRange(const TVariation& variation, bool anyAllowed) const
+{
+    if (variation.size() != GetGroupCount())
+        return false;
+    for (u32 group = 0; group < variation.size(); ++group)
+    {
+        const bool any = anyAllowed && variation[group] == kAnyGroupValue;
+        if (!any && variation[group] >= GetGroupValueCount(group))
+            return false;
+    }
+    return true;
+}
+
+bool VMapScope::IsItemMapped(const TMapKey& key, const TVariation& variation) const
+{
+    BF_ASSERT(IsVariationInRange(variation, true));
+    const auto [first, last] = fItemMap->equal_range(key);
+    return std::any_of(first, last, [&](const auto& pair) { return pair.second.GetVariation() == variation; });
+}
+
+std::array<u32, 6> VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variation)
+{
+    std::array<u32, 6> hashes{};
+    for (u32 i = 0; i < hashes.size(); ++i)
+    {
+        u32 h = kFilterSeeds[i];
+        for (const char16 c : name)
+            h = h * 33 + static_cast<u32>(c) * (i + 1000000);
+        for (const u32 v : variation)
+            h = h ^ ((v * i) ^ (v << 4));
+        hashes[i] = h % kFilterBits;
+    }
+    return hashes;
+}
+
+bool VMapScope::FilterContains(std::u16string_view name, const TVariation& variation) const
+{
+    for (const u32 bit : KinvarableHashes(name, variation))
+        if (!fKinvarableFilter->test(bit))
+            return false;
+    return true;
+}
+
+bool VMapScope::IsKinvarableMapped(std::u16string_view name, const TVariation& variation) const
+{
+    BF_ASSERT(IsVariationInRange(variation, true));
+    if (!FilterContains(name, variation))
+        return false;
+    // The filter hashes the name as written, the walk compares it caselessly:
+    // names that differ only in case meet here only when their hashes collide.
+    return std::any_of(fItemMap->begin(), fItemMap->end(), [&](const auto& pair) {
+        const VMapEntry& entry = pair.second;
+        return entry.IsKinvarable() && entry.GetVariation() == variation &&
+               NSTextPackage::EqualTexts(entry.GetKinvarableName(), name);
+    });
+}
+
+bool VMapScope::CheckGroups() const
+{
+    if (fGroupNames->size() != fGroupValueNames->size())
+        return false;
+    if (std::any_of(fGroupNames->begin(), fGroupNames->end(), [](const TText16& n) { return n.empty(); }))
+        return false;
+    std::vector<const TText16*> values;
+    for (const auto& group : *fGroupValueNames)
+        for (const auto& value : group)
+        {
+            if (value.empty())
+                return false;
+            values.push_back(&value);
+        }
+    // Value names are unique over the whole scope, whatever their case.
+    std::sort(values.begin(), values.end(), [](const TText16* a, const TText16* b) {
+        return NSTextPackage::CompareText(*a, *b) == NSTextPackage::kTextLess;
+    });
+    for (std::size_t i = 1; i < values.size(); ++i)
+        if (NSTextPackage::EqualTexts(*values[i - 1], *values[i]))
+            return false;
+    return true;
+}
+
+bool VMapScope::CheckEntry(const TMapKey& key, const VMapEntry& entry) const
+{
+    if (key.fItemIndex >= fItems->size())
+        return false;
+    const NSKinvarCodec::TItemInfo& item = (*fItems)[key.fItemIndex];
+    const bool keyboard = item.fInputKind == NSKinvarCodec::kInputKeyboard;
+    if (keyboard && key.fNote != kNoNote && (key.fNote < 0 || key.fNote > 127))
+        return false;
+    if (!keyboard && key.fNote != kNoNote)
+        return false;
+    if (entry.IsEmpty() || !entry.HasValidKind())
+        return false;
+    return item.fStateCount == 0 || entry.GetMode() < item.fStateCount;
+}
+
+bool VMapScope::Check() const
+{
+    bool sound = CheckGroups();
+    for (auto it = fItemMap->begin(); sound && it != fItemMap->end(); ++it)
+        sound = CheckEntry(it->first, it->second);
+    // A file can make a scope fail (a note name past 127, a value named twice
+    // in one group line): that is the reader's fault to report, so the check
+    // leaves a line on the debug channel rather than an assertion box.
+    if (!sound)
+        BF_TRACE("VMapScope::Check() failed");
+    return sound;
+}
+} // namespace NSKinvar

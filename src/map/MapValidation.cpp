@@ -1,0 +1,99 @@
+#include "map/MapValidation.h"
+
+#include "codec/CodecSupport.h"
+#include "foundation/Alert.h"
+#include "foundation/Exceptions.h"
+#include "foundation/Failures.h"
+#include "foundation/LogText.h"
+#include "foundation/TextCompare.h"
+#include "map/MapReader.h"
+
+#include <memory>
+
+namespace NSKinvar
+{
+namespace
+{
+using NSKinvarCodec::TControlSurfaceInfo;
+
+// The first model with that manufacturer and model, made by its codec; null
+// when there is none or its codec fails to make it.
+TControlSurfacePtr MakeSurfaceFor(const TCodecSurfaceList& surfaces, const TText16& manufacturer,
+                                  const TText16& model)
+{
+    for (const auto& [codec, info] : surfaces)
+    {
+        if (!NSTextPackage::EqualTexts(GetRecordText(info.fManufacturer), manufacturer) ||
+            !NSTextPackage::EqualTexts(GetRecordText(info.fModel), model))
+            continue;
+        u32 status = NSKinvarCodec::kCodecProgrammingError;
+        NSKinvarCodec::IControlSurface* surface = codec ? codec->ICodec2_CreateControlSurface(info, &status) : nullptr;
+        if (surface == nullptr || status != NSKinvarCodec::kCodecOK)
+        {
+            codecsurface_deleter()(surface);
+            return nullptr;
+        }
+        return TControlSurfacePtr(surface, codecsurface_deleter());
+    }
+    return nullptr;
+}
+} // namespace
+
+TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file)
+{
+    const TMapLines lines = ReadMapLines(file, false);
+    TMapCheckResult result;
+    TText16 manufacturer;
+    TText16 model;
+    std::array<u32, 3> version{};
+    try
+    {
+        ReadMapHeader(lines, manufacturer, model, version, result.fErrorText);
+    }
+    catch (const XBadFormat&)
+    {
+        result.fOutcome = EMapCheckOutcome::kHeaderFault;
+        return result;
+    }
+    const TControlSurfacePtr surface = MakeSurfaceFor(surfaces, manufacturer, model);
+    if (!surface)
+    {
+        result.fOutcome = EMapCheckOutcome::kCodecNotLoaded;
+        return result;
+    }
+    TControlSurfaceInfo info{};
+    ThrowCodecResult(surface->IControlSurface_GetInfo(&info));
+    VControlSurfaceMap map(GetRecordText(info.fManufacturer), GetRecordText(info.fModel), GetItemInfos(*surface));
+    try
+    {
+        ReadMapFile(lines, map, *GetItemStateNames(*surface), result.fErrorText);
+    }
+    catch (const XBadFormat&)
+    {
+        result.fOutcome = EMapCheckOutcome::kFaulty;
+        return result;
+    }
+    result.fOutcome = result.fErrorText.empty() ? EMapCheckOutcome::kGood : EMapCheckOutcome::kFaulty;
+    return result;
+}
+
+void ValidateMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file)
+{
+    const TMapCheckResult result = CheckMapFile(surfaces, file);
+    switch (result.fOutcome)
+    {
+    case EMapCheckOutcome::kGood:
+        Alert(TText16(kMapIsOkAlert), false);
+        break;
+    case EMapCheckOutcome::kCodecNotLoaded:
+        AddToLog(TText16(kCodecNotLoadedText) + u'\n');
+        break;
+    case EMapCheckOutcome::kFaulty:
+        if (!result.fErrorText.empty())
+            AddToLog(result.fErrorText);
+        throw XBadFormat();
+    case EMapCheckOutcome::kHeaderFault:
+        throw XBadFormat();
+    }
+}
+} // namespace NSKinvar

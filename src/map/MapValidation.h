@@ -1,0 +1,41 @@
+#pragma once
+// "Validate Map File": proves a mapping file against the items of the surface
+// model that it names, made by the first loaded codec that offers that model.
+// The workbench's menu command and the check tool share it.
+//
+// Main thread.
+
+#include "codec/CodecSurfaces.h"
+
+#include <filesystem>
+
+namespace NSKinvar
+{
+enum class EMapCheckOutcome
+{
+    kGood,           // the file is sound
+    kFaulty,         // fErrorText holds "Map File Errors:" and a line per fault
+    kHeaderFault,    // the header is bad; fErrorText holds its one line message
+    kCodecNotLoaded, // no loaded codec offers the file's surface, or it failed to make it
+};
+
+struct TMapCheckResult
+{
+    EMapCheckOutcome fOutcome = EMapCheckOutcome::kGood;
+    TText16 fErrorText;
+};
+
+// The one line of the log when no codec offers the file's surface.
+inline constexpr std::u16string_view kCodecNotLoadedText = u"The codec for this map file has not been loaded yet!";
+// The alert of a sound file.
+inline constexpr std::u16string_view kMapIsOkAlert = u"[NOTE]Kinvar map is ok![Close]";
+
+// Reads and proves the file. File-system failures and codec failures throw.
+TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file);
+
+// The command after its file dialog: a sound file gets the alert, a faulty
+// one its error text in the log and then XBadFormat for the command's own
+// failure report, a header fault only XBadFormat, and a file for a surface
+// that no codec offers the one log line.
+void ValidateMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file);
+} // namespace NSKinvar

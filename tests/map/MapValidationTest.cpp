@@ -1,0 +1,127 @@
+#include "map/MapValidation.h"
+
+#include "MapTestSupport.h"
+
+#include "foundation/Alert.h"
+#include "foundation/Exceptions.h"
+#include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
+#include "generic/GenericMidiCodec.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+using namespace NSKinvar;
+
+namespace
+{
+class CAlertRecorder : public IAlertHandler
+{
+public:
+    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
+    std::vector<TText16> fTexts;
+};
+
+// The surfaces of the generic codec over the test's definition file, a map
+// file in a temporary folder, and the log and alerts that the command makes.
+class ValidateMapFileTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        NSMapTesting::LoadTexts();
+        TakePendingLog();
+        NSGenericMidiCodec::TScanPlaces places;
+        places.fFiles.push_back(fs::path(BRASSFOLD_TEST_DATA_DIR) / "map" / "Acme Box.midicodec");
+        fCodec = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
+        fSurfaces = ListSurfaces(fCodec);
+        fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
+        fs::create_directories(fFolder);
+    }
+    void TearDown() override { fs::remove_all(fFolder); }
+
+    static TCodecSurfaceList ListSurfaces(const TCodecPtr& codec)
+    {
+        struct CGetter : NSKinvarCodec::IControlSurfaceInfoGetter
+        {
+            u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
+            {
+                fInfos.assign(infos, infos + count);
+                return NSKinvarCodec::kCodecOK;
+            }
+            std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
+        } getter;
+        CCodecTextGetter messages;
+        EXPECT_EQ(codec->ICodec2_GetControlSurfaces(getter, messages), NSKinvarCodec::kCodecOK);
+        TCodecSurfaceList surfaces;
+        for (const auto& info : getter.fInfos)
+            surfaces.emplace_back(codec, info);
+        return surfaces;
+    }
+
+    fs::path WriteMap(const std::string& text)
+    {
+        const fs::path file = fFolder / "test.kinvarmap";
+        std::ofstream(file, std::ios::binary) << text;
+        return file;
+    }
+
+    std::string Log() { return NSTextPackage::UTF8FromText16(TakePendingLog()); }
+
+    TCodecPtr fCodec;
+    TCodecSurfaceList fSurfaces;
+    fs::path fFolder;
+    CAlertRecorder fAlerts;
+};
+
+TEST_F(ValidateMapFileTest, AGoodFileGetsTheAlertAndLeavesTheLogAlone)
+{
+    CAlertInterception interception(fAlerts);
+    const fs::path file = WriteMap(NSMapTesting::Header() + "Scope\tHost\tMixer\nMap\tfader 1\t\tVolume\n");
+    ValidateMapFile(fSurfaces, file);
+    EXPECT_EQ(fAlerts.fTexts, (std::vector<TText16>{u"[NOTE]Kinvar map is ok![Close]"}));
+    EXPECT_EQ(Log(), "");
+}
+
+TEST_F(ValidateMapFileTest, AFaultyFileLogsItsErrorsAndFailsTheCommand)
+{
+    CAlertInterception interception(fAlerts);
+    const fs::path file = WriteMap(NSMapTesting::Header() +
+                                   "Scope\tHost\tMixer\nMap\tFader 9\t\tA\nMap\tKeys\tC3\t1\nMap\tMaster\t\tB\n");
+    EXPECT_THROW(ValidateMapFile(fSurfaces, file), NSKinvar::XBadFormat);
+    EXPECT_EQ(Log(), "Map File Errors:\n"
+                     "Line  7: Map entry with unknown control surface item.\n"
+                     "Line  8: Map entry: keyboard key cannot be mapped to constant or group assignment.\n"
+                     "Line  9: Map entry with unknown control surface item.\n");
+    EXPECT_TRUE(fAlerts.fTexts.empty());
+}
+
+TEST_F(ValidateMapFileTest, AFileForAnUnloadedSurfaceLogsOneLineWithoutLineNumbers)
+{
+    const fs::path file = WriteMap("Thistlemarrow Kinvar Mapping File\nFile Format Version\t1.0.0\n"
+                                   "Control Surface Manufacturer\tAcme\nControl Surface Model\tCrate\n"
+                                   "Map Version\t1.0.0\nBogus line\n");
+    ValidateMapFile(fSurfaces, file);
+    EXPECT_EQ(Log(), "The codec for this map file has not been loaded yet!\n");
+    ValidateMapFile({}, file);
+    EXPECT_EQ(Log(), "The codec for this map file has not been loaded yet!\n");
+}
+
+TEST_F(ValidateMapFileTest, AHeaderFaultFailsWithoutAnyLineInTheLog)
+{
+    const fs::path file = WriteMap("Thistlemarrow Kinvar Mapping File\nFile Format Version\t2.0.0\n");
+    EXPECT_THROW(ValidateMapFile(fSurfaces, file), NSKinvar::XBadFormat);
+    EXPECT_EQ(Log(), "");
+    const TMapCheckResult result = CheckMapFile(fSurfaces, file);
+    EXPECT_EQ(result.fOutcome, EMapCheckOutcome::kHeaderFault);
+    EXPECT_EQ(NSTextPackage::UTF8FromText16(result.fErrorText), "Line  2: Missing: File Format Version.\n");
+}
+
+TEST_F(ValidateMapFileTest, AMissingFileIsAFileSystemFailure)
+{
+    EXPECT_THROW(ValidateMapFile(fSurfaces, fFolder / "absent.kinvarmap"), NSException::XFileNotFound);
+}
+} // namespace
