@@ -12,8 +12,14 @@ tool=${1:-build/default/bin/brassfold-check}
 [ -x "$tool" ] || { echo "map_check: build brassfold-check first (./test.sh), or give its path" >&2; exit 2; }
 [ -x /usr/bin/time ] || { echo "map_check: needs GNU time (Debian package 'time')" >&2; exit 2; }
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# MAP_CHECK_KEEP=DIR keeps the generated files in DIR, for profiling.
+if [ -n "${MAP_CHECK_KEEP:-}" ]; then
+  work=$MAP_CHECK_KEEP
+  mkdir -p "$work"
+else
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' EXIT
+fi
 definition="$work/Bench Surface.midicodec"
 map="$work/Bench.kinvarmap"
 
@@ -45,9 +51,9 @@ awk -v items=$items -v scopes=$scopes -v lines=$lines 'BEGIN {
   split("any a b c any a b c any a", first, " ")
   split("any any any any x x x x y y", second, " ")
   header = 5
-  perScope = int((lines - header) / scopes)
   written = header
   for (s = 0; s < scopes; s++) {
+    perScope = int((lines - header) / scopes) + (s < (lines - header) % scopes ? 1 : 0)
     print "Scope", "Host", "Device " s
     print "Define Group", "Bank", "a" s, "b" s, "c" s
     print "Define Group", "Page", "x" s, "y" s
@@ -78,6 +84,7 @@ best_of_five() {
 }
 
 echo "map: $(wc -l < "$map") lines, $(stat -c %s "$map") bytes"
+echo "verdict: $("$tool" map "$map" --midicodec "$definition" 2>&1 | head -n 2 | tr '\n' ' ')"
 tool_s=$(best_of_five "$tool" map "$map" --midicodec "$definition")
 awk_s=$(best_of_five awk -F'\t' '{n+=NF} END {print n}' "$map")
 /usr/bin/time -f "%M" -o "$work/rss" "$tool" map "$map" --midicodec "$definition" > /dev/null
