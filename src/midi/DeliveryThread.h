@@ -1,0 +1,102 @@
+#pragma once
+// The delivery thread of a backend and the input channels that feed it.
+//
+// A backend receives input on threads it doesn't own (RtMidi's, JACK's
+// realtime thread) or on the sender's thread (the loopback cables). None of
+// them may run the program's handlers: a realtime thread must not wait for a
+// lock or run a codec, and a sender must not run the receiver's code. So the
+// producer copies each whole message into its port's channel, and the
+// backend's one delivery thread hands the messages to the port's handler, in
+// order, as the IMIDIInHandler callbacks.
+//
+// Closing a channel ends its deliveries: after Close has returned, the
+// handler is not called again, whichever thread Close runs on (a handler may
+// close its own port from inside a callback).
+
+#include "midi/MessageRing.h"
+#include "midi/Tonewell.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace NSTonewell
+{
+class CDeliveryThread;
+
+class CInputChannel
+{
+public:
+    CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler, IMIDIInPort& port,
+                  std::size_t capacity);
+    CInputChannel(const CInputChannel&) = delete;
+    CInputChannel& operator=(const CInputChannel&) = delete;
+
+    // Producer side, one thread at a time, realtime-safe: queues one whole
+    // message and wakes the delivery thread. False when the channel is full;
+    // the message is then not queued (see CountLost).
+    bool Post(u64 time, const u8* data, std::size_t size) noexcept;
+    // Counts a message that the producer gave up on.
+    void CountLost() noexcept;
+    u64 GetLostCount() const noexcept;
+    std::size_t GetMaxMessageSize() const noexcept;
+
+private:
+    friend class CDeliveryThread;
+
+    CDeliveryThread& fDelivery;
+    IMIDIInHandler& fHandler;
+    IMIDIInPort& fPort;
+    CMessageRing fRing;
+    std::atomic<bool> fClosed;
+    std::atomic<u64> fLost;
+};
+
+class CDeliveryThread
+{
+public:
+    // Starts the thread, named name in the operating system (15 characters).
+    explicit CDeliveryThread(const std::string& name);
+    // Every channel must have been closed.
+    ~CDeliveryThread();
+    CDeliveryThread(const CDeliveryThread&) = delete;
+    CDeliveryThread& operator=(const CDeliveryThread&) = delete;
+
+    // Any thread. capacity is the channel's room in bytes.
+    std::shared_ptr<CInputChannel> Open(IMIDIInHandler& handler, IMIDIInPort& port,
+                                        std::size_t capacity);
+    // Any thread; see above.
+    void Close(const std::shared_ptr<CInputChannel>& channel) noexcept;
+    // Any thread, realtime-safe.
+    void Wake() noexcept;
+    bool IsCurrentThread() const noexcept;
+
+private:
+    void Run();
+    void AdoptOpened();
+    bool DeliverPass();
+    void DeliverOne(CInputChannel& channel);
+
+    // Channels opened since the last pass.
+    std::mutex fOpenedLock;
+    std::vector<std::shared_ptr<CInputChannel>> fOpened;
+    // Held by the delivery thread for a whole pass; Close takes it to wait
+    // for a pass that may be calling the closing channel's handler.
+    std::mutex fPassLock;
+    // The delivery thread's own.
+    std::vector<std::shared_ptr<CInputChannel>> fChannels;
+    std::vector<u8> fMessage;
+    std::atomic<u32> fSignal;
+    std::atomic<bool> fStop;
+    std::thread fThread;
+};
+
+// Hands one whole message to handler as its callbacks: short messages padded
+// to 3 bytes, system exclusive as begin, data and end (abort when the F7 is
+// missing). A message that is neither is dropped.
+void DeliverMessage(IMIDIInHandler& handler, IMIDIInPort& port, u64 time, const u8* data,
+                    std::size_t size);
+} // namespace NSTonewell

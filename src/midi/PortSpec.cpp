@@ -1,0 +1,155 @@
+#include "midi/PortSpec.h"
+
+#include "foundation/DiagnosticText.h"
+
+#include <algorithm>
+#include <regex>
+
+namespace NSTonewell
+{
+namespace
+{
+// Port names come from the system and are shown as they are: malformed UTF-8
+// gets replacement characters rather than a failure.
+void CopyName(const std::string& name, char16 (&target)[kPortNameLength])
+{
+    const TText16 text = Text16FromUTF8Lenient(name);
+    std::size_t length = std::min(text.size(), kPortNameLength - 1);
+    // A pair cut in half would leave a lone surrogate behind.
+    if (length > 0 && length < text.size() && text[length - 1] >= 0xD800 &&
+        text[length - 1] <= 0xDBFF)
+        --length;
+    std::copy_n(text.begin(), length, target);
+    target[length] = 0;
+}
+} // namespace
+
+std::string IdentityName(EBackend backend, const std::string& listedName)
+{
+    if (backend != EBackend::kALSA)
+        return listedName;
+    static const std::regex numbers(R"( \d+:\d+$)");
+    return std::regex_replace(listedName, numbers, "");
+}
+
+CPortSpec::CPortSpec(EBackend backend, EDirection direction, const std::string& listedName,
+                     u32 occurrence)
+    : fBackend(backend), fDirection(direction), fListedName(listedName),
+      fIdentityName(IdentityName(backend, listedName)), fOccurrence(occurrence)
+{
+}
+
+std::string CPortSpec::GetDisplayName() const
+{
+    std::string name;
+    switch (fBackend)
+    {
+    case EBackend::kLoopback:
+        break;
+    case EBackend::kALSA:
+        name = "ALSA: ";
+        break;
+    case EBackend::kJACK:
+        name = "JACK: ";
+        break;
+    }
+    name += fIdentityName;
+    if (fOccurrence > 0)
+        name += " (" + std::to_string(fOccurrence + 1) + ")";
+    return name;
+}
+
+bool CPortSpec::SamePortAs(const CPortSpec& other) const
+{
+    return fBackend == other.fBackend && fDirection == other.fDirection &&
+           fOccurrence == other.fOccurrence && fIdentityName == other.fIdentityName;
+}
+
+u32 CPortSpec::IMIDIPortSpec_GetInfo(TTonewellPortInfo* info) const
+{
+    return GuardEdge(kTonewellEdge,
+                     [&]
+                     {
+                         if (info == nullptr)
+                             throw std::invalid_argument("");
+                         *info = TTonewellPortInfo{};
+                         info->fKind =
+                             fDirection == EDirection::kIn ? kPortKindInput : kPortKindOutput;
+                         CopyName(fListedName, info->fName);
+                         CopyName(GetDisplayName(), info->fDisplayName);
+                         info->fIsLoopback = fBackend == EBackend::kLoopback ? 1 : 0;
+                         info->fOccurrence = fOccurrence;
+                     });
+}
+
+u32 CPortSpec::IMIDIPortSpec_Equals(const IMIDIPortSpec* other, u32* result) const
+{
+    return GuardEdge(kTonewellEdge,
+                     [&]
+                     {
+                         if (result == nullptr)
+                             throw std::invalid_argument("");
+                         const auto* ours = dynamic_cast<const CPortSpec*>(other);
+                         *result = ours != nullptr && SamePortAs(*ours) ? 1 : 0;
+                     });
+}
+
+std::unique_ptr<IMIDIPortSpec> CPortSpec::IMIDIPortSpec_Clone(u32* status) const
+{
+    std::unique_ptr<IMIDIPortSpec> copy;
+    *status = GuardEdge(kTonewellEdge, [&] { copy = std::make_unique<CPortSpec>(*this); });
+    return copy;
+}
+
+std::vector<CPortSpec> MakePortSpecs(EBackend backend, EDirection direction,
+                                     const std::vector<std::string>& listedNames)
+{
+    std::vector<CPortSpec> specs;
+    specs.reserve(listedNames.size());
+    for (const std::string& name : listedNames)
+    {
+        const std::string identity = IdentityName(backend, name);
+        const auto occurrence =
+            std::count_if(specs.begin(), specs.end(), [&](const CPortSpec& earlier)
+                          { return earlier.GetIdentityName() == identity; });
+        specs.emplace_back(backend, direction, name, static_cast<u32>(occurrence));
+    }
+    return specs;
+}
+
+std::optional<u32> FindPort(const CPortSpec& spec, const std::vector<std::string>& listedNames)
+{
+    const std::vector<CPortSpec> now =
+        MakePortSpecs(spec.GetBackend(), spec.GetDirection(), listedNames);
+    for (u32 i = 0; i < now.size(); ++i)
+        if (now[i].SamePortAs(spec))
+            return i;
+    return std::nullopt;
+}
+
+CPortList::CPortList(std::vector<CPortSpec> specs) : fSpecs(std::move(specs)) {}
+
+u32 CPortList::IMIDIPortList_GetCount(u32* count)
+{
+    return GuardEdge(kTonewellEdge,
+                     [&]
+                     {
+                         if (count == nullptr)
+                             throw std::invalid_argument("");
+                         *count = static_cast<u32>(fSpecs.size());
+                     });
+}
+
+IMIDIPortSpec* CPortList::IMIDIPortList_GetAt(const u32* index, u32* status)
+{
+    IMIDIPortSpec* spec = nullptr;
+    *status = GuardEdge(kTonewellEdge,
+                        [&]
+                        {
+                            if (index == nullptr || *index >= fSpecs.size())
+                                throw std::invalid_argument("");
+                            spec = &fSpecs[*index];
+                        });
+    return spec;
+}
+} // namespace NSTonewell

@@ -1,0 +1,391 @@
+#include "midi/RtMidiBackend.h"
+
+#include "midi/MIDIBytes.h"
+
+#include <RtMidi.h>
+
+#include <cerrno>
+#include <utility>
+#include <cstring>
+#include <thread>
+#include <unistd.h>
+
+namespace NSTonewell
+{
+namespace
+{
+const char* const kClientName = "Brassfold";
+// Room of an input port: a long dump, or some 16000 short messages.
+constexpr std::size_t kChannelCapacity = 256 * 1024;
+constexpr auto kJackRetryInterval = std::chrono::seconds(2);
+// How often an ALSA output port looks whether its destination is still listed.
+constexpr auto kALSACheckInterval = std::chrono::milliseconds(200);
+// A JACK connection shows in the graph at the server's next cycle.
+constexpr auto kJackConnectionTimeout = std::chrono::seconds(2);
+constexpr u32 kJackSettlingCycles = 2;
+
+RtMidi::Api ApiOf(EBackend kind)
+{
+    return kind == EBackend::kALSA ? RtMidi::LINUX_ALSA : RtMidi::UNIX_JACK;
+}
+
+const char* NameOf(EBackend kind)
+{
+    return kind == EBackend::kALSA ? "ALSA" : "JACK";
+}
+
+// Collects what RtMidi reports through its error callback, so that it never
+// throws. RtMidi may report on its own threads, hence the lock.
+class CRtMidiErrors
+{
+public:
+    static void Record(RtMidiError::Type type, const std::string& text, void* self)
+    {
+        if (type == RtMidiError::DEBUG_WARNING)
+            return;
+        auto* errors = static_cast<CRtMidiErrors*>(self);
+        std::lock_guard lock(errors->fLock);
+        if (errors->fFirst.empty())
+            errors->fFirst = text.empty() ? "unknown RtMidi error" : text;
+    }
+
+    // The first report since the last call, or empty.
+    std::string Take()
+    {
+        std::lock_guard lock(fLock);
+        return std::exchange(fFirst, std::string());
+    }
+
+private:
+    std::mutex fLock;
+    std::string fFirst;
+};
+
+void IgnoreError(RtMidiError::Type, const std::string&, void*) {}
+
+template <class TRtMidi> std::vector<std::string> ListNames(TRtMidi& midi)
+{
+    CRtMidiErrors errors;
+    midi.setErrorCallback(&CRtMidiErrors::Record, &errors);
+    std::vector<std::string> names;
+    const unsigned count = midi.getPortCount();
+    for (unsigned i = 0; i < count; ++i)
+    {
+        std::string name = midi.getPortName(i);
+        // A port that left between the count and the name reports an error.
+        if (errors.Take().empty() && !IsOwnPort(name))
+            names.push_back(std::move(name));
+    }
+    midi.setErrorCallback(&IgnoreError, nullptr);
+    return names;
+}
+
+// Waits until the JACK graph shows our port connected to other, and then
+// for the server to run with it, so that the first message sent gets through.
+bool WaitForConnection(const CJackWatch& watch, const std::string& ownName,
+                       const std::string& other)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kJackConnectionTimeout;
+    while (!watch.IsConnected(ownName, other))
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return watch.WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
+}
+
+class CRtMidiInPort final : public IMIDIInPort
+{
+public:
+    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler)
+        : fDelivery(delivery), fChannel(delivery.Open(handler, *this, kChannelCapacity))
+    {
+    }
+
+    ~CRtMidiInPort() override
+    {
+        // RtMidi's callbacks have ended when its object is gone; then the
+        // channel may close.
+        fMidi.reset();
+        fDelivery.Close(fChannel);
+    }
+
+    // The reason of a failure, or empty.
+    std::string Open(EBackend kind, u32 index, const std::string& ownName)
+    {
+        try
+        {
+            fMidi = std::make_unique<RtMidiIn>(ApiOf(kind), kClientName);
+        }
+        catch (const RtMidiError& e)
+        {
+            return e.getMessage();
+        }
+        fMidi->setErrorCallback(&CRtMidiErrors::Record, &fErrors);
+        fMidi->ignoreTypes(false, false, false);
+        fMidi->setCallback(&CRtMidiInPort::OnInput, this);
+        fMidi->openPort(index, ownName);
+        std::string error = fErrors.Take();
+        if (error.empty() && !fMidi->isPortOpen())
+            error = "the port did not open";
+        return error;
+    }
+
+private:
+    // RtMidi's thread; JACK's realtime thread for JACK.
+    static void OnInput(double, std::vector<unsigned char>* message, void* self)
+    {
+        auto* port = static_cast<CRtMidiInPort*>(self);
+        if (message == nullptr || message->empty())
+            return;
+        if (!port->fChannel->Post(MonotonicMicroseconds(), message->data(), message->size()))
+            port->fChannel->CountLost();
+    }
+
+    CDeliveryThread& fDelivery;
+    std::shared_ptr<CInputChannel> fChannel;
+    CRtMidiErrors fErrors;
+    std::unique_ptr<RtMidiIn> fMidi;
+};
+
+class CRtMidiOutPort final : public IMIDISender
+{
+public:
+    CRtMidiOutPort(CRtMidiBackend& backend, const CPortSpec& spec,
+                   std::shared_ptr<CJackWatch> watch)
+        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false)
+    {
+        if (fWatch)
+            fSeen = fWatch->GetGeneration();
+    }
+
+    std::string Open(EBackend kind, u32 index, const std::string& ownName)
+    {
+        try
+        {
+            fMidi = std::make_unique<RtMidiOut>(ApiOf(kind), kClientName);
+        }
+        catch (const RtMidiError& e)
+        {
+            return e.getMessage();
+        }
+        fMidi->setErrorCallback(&CRtMidiErrors::Record, &fErrors);
+        fMidi->openPort(index, ownName);
+        std::string error = fErrors.Take();
+        if (error.empty() && !fMidi->isPortOpen())
+            error = "the port did not open";
+        return error;
+    }
+
+    u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
+    {
+        if (message == nullptr)
+            return kTonewellInvalidArgument;
+        return Send(message->fBytes, ShortMessageLength(message->fBytes[0]));
+    }
+
+    u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
+    {
+        if (bytes == nullptr || size < 2 || bytes[0] != kSysexBegin || bytes[size - 1] != kSysexEnd)
+            return kTonewellInvalidArgument;
+        return Send(bytes, size);
+    }
+
+private:
+    u32 Send(const u8* bytes, std::size_t size)
+    {
+        if (size == 0)
+            return kTonewellInvalidArgument;
+        if (!fGone && !fBackend.IsStillThere(fSpec, fWatch, fSeen))
+            fGone = true;
+        if (fGone)
+            return kTonewellPortGone;
+        u32 status = GuardEdge(kTonewellEdge, [&] { fMidi->sendMessage(bytes, size); });
+        if (status == kTonewellOK && !fErrors.Take().empty())
+            status = kTonewellSendFailed;
+        return status;
+    }
+
+    CRtMidiBackend& fBackend;
+    const CPortSpec fSpec;
+    const std::shared_ptr<CJackWatch> fWatch;
+    u64 fSeen;
+    bool fGone;
+    CRtMidiErrors fErrors;
+    std::unique_ptr<RtMidiOut> fMidi;
+};
+} // namespace
+
+CRtMidiBackend::CRtMidiBackend(EBackend kind, const CLibraryDebug& debug)
+    : fKind(kind), fDebug(debug), fSaidWhy(false), fGaveUp(false), fNextTry(), fPortsMade(0)
+{
+}
+
+CRtMidiBackend::~CRtMidiBackend()
+{
+    fDelivery.reset();
+    fInLister.reset();
+    fOutLister.reset();
+    fWatch.reset();
+}
+
+bool CRtMidiBackend::Start()
+{
+    if (fKind == EBackend::kALSA ? fInLister != nullptr : fWatch != nullptr && fWatch->IsAlive())
+        return true;
+    if (fGaveUp || std::chrono::steady_clock::now() < fNextTry)
+        return false;
+    std::string why;
+    const bool started = fKind == EBackend::kALSA ? StartALSA(why) : StartJACK(why);
+    if (started)
+    {
+        if (!fDelivery)
+            fDelivery = std::make_unique<CDeliveryThread>(
+                fKind == EBackend::kALSA ? "bf-alsa" : "bf-jack");
+        if (fSaidWhy)
+            fDebug.Note(std::string(NameOf(fKind)) + ": the backend runs now");
+        fSaidWhy = false;
+        return true;
+    }
+    if (!fSaidWhy)
+        fDebug.Note(std::string(NameOf(fKind)) + ": " + why + "; the " + NameOf(fKind) +
+                    " backend lists no ports");
+    fSaidWhy = true;
+    fNextTry = std::chrono::steady_clock::now() + kJackRetryInterval;
+    return false;
+}
+
+bool CRtMidiBackend::StartALSA(std::string& why)
+{
+    // Only once: a sequencer device doesn't come later.
+    fGaveUp = true;
+    const char* device = "/dev/snd/seq";
+    if (access(device, R_OK | W_OK) != 0)
+    {
+        why = std::string("no sequencer device (") + device + ": " + std::strerror(errno) + ")";
+        return false;
+    }
+    try
+    {
+        auto in = std::make_unique<RtMidiIn>(RtMidi::LINUX_ALSA, kClientName);
+        auto out = std::make_unique<RtMidiOut>(RtMidi::LINUX_ALSA, kClientName);
+        std::lock_guard lock(fListLock);
+        fInLister = std::move(in);
+        fOutLister = std::move(out);
+    }
+    catch (const RtMidiError& e)
+    {
+        why = "the sequencer can't be opened (" + e.getMessage() + ")";
+        return false;
+    }
+    fGaveUp = false;
+    return true;
+}
+
+bool CRtMidiBackend::StartJACK(std::string& why)
+{
+    std::shared_ptr<CJackWatch> watch = CJackWatch::Connect(why);
+    if (!watch)
+        return false;
+    fWatch = std::move(watch);
+    return true;
+}
+
+std::vector<std::string> CRtMidiBackend::ListPorts(EDirection direction)
+{
+    if (!Start())
+        return {};
+    std::lock_guard lock(fListLock);
+    return ListLocked(direction);
+}
+
+std::vector<std::string> CRtMidiBackend::ListLocked(EDirection direction)
+{
+    if (fKind == EBackend::kJACK)
+        return fWatch->ListPorts(direction);
+    if (direction == EDirection::kIn)
+        return ListNames(*fInLister);
+    return ListNames(*fOutLister);
+}
+
+std::string CRtMidiBackend::NextOwnPortName(const char* kind)
+{
+    return OwnPortPrefix() + kind + std::to_string(++fPortsMade);
+}
+
+std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler,
+                                                    const CPortSpec& spec, u32& status)
+{
+    const std::optional<u32> index = Start() ? FindPort(spec, ListPorts(EDirection::kIn))
+                                             : std::nullopt;
+    if (!index)
+    {
+        status = kTonewellPortGone;
+        return nullptr;
+    }
+    const std::string ownName = NextOwnPortName("in");
+    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler);
+    std::string error = port->Open(fKind, *index, ownName);
+    if (error.empty() && fKind == EBackend::kJACK &&
+        !WaitForConnection(*fWatch, ownName, spec.GetListedName()))
+        error = "no connection was made";
+    if (!error.empty())
+    {
+        fDebug.Note(std::string(NameOf(fKind)) + ": can't open the input port " +
+                    spec.GetDisplayName() + ": " + error);
+        status = kTonewellOpenFailed;
+        return nullptr;
+    }
+    status = kTonewellOK;
+    return port;
+}
+
+std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortSpec& spec, u32& status)
+{
+    const std::optional<u32> index = Start() ? FindPort(spec, ListPorts(EDirection::kOut))
+                                             : std::nullopt;
+    if (!index)
+    {
+        status = kTonewellPortGone;
+        return nullptr;
+    }
+    const std::string ownName = NextOwnPortName("out");
+    auto port = std::make_unique<CRtMidiOutPort>(*this, spec, fWatch);
+    std::string error = port->Open(fKind, *index, ownName);
+    if (error.empty() && fKind == EBackend::kJACK &&
+        !WaitForConnection(*fWatch, ownName, spec.GetListedName()))
+        error = "no connection was made";
+    if (!error.empty())
+    {
+        fDebug.Note(std::string(NameOf(fKind)) + ": can't open the output port " +
+                    spec.GetDisplayName() + ": " + error);
+        status = kTonewellOpenFailed;
+        return nullptr;
+    }
+    status = kTonewellOK;
+    return port;
+}
+
+bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<CJackWatch>& watch,
+                                  u64& seen)
+{
+    if (fKind == EBackend::kJACK)
+    {
+        if (!watch || !watch->IsAlive())
+            return false;
+        const u64 generation = watch->GetGeneration();
+        if (generation == seen)
+            return true;
+        seen = generation;
+        return watch->HasPort(spec.GetListedName());
+    }
+    const u64 generation = static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() /
+                                            kALSACheckInterval);
+    if (generation == seen)
+        return true;
+    seen = generation;
+    std::lock_guard lock(fListLock);
+    return FindPort(spec, ListLocked(EDirection::kOut)).has_value();
+}
+} // namespace NSTonewell

@@ -1,0 +1,110 @@
+#include "foundation/FIFO.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+TEST(FIFOTest, ZeroCapacityIsRefused)
+{
+    EXPECT_THROW(CFIFO<int>(0), std::invalid_argument);
+}
+
+// Keeps the order across many wraps of the indices, with the queue at every
+// fill level from empty to full.
+TEST(FIFOTest, KeepsOrderAcrossWraps)
+{
+    CFIFO<int> fifo(3);
+    int next = 0;
+    int expected = 0;
+    for (int round = 0; round < 10; ++round)
+    {
+        const int fill = 1 + round % 3;
+        for (int i = 0; i < fill; ++i)
+            fifo.Push(next++);
+        EXPECT_EQ(static_cast<std::size_t>(fill), fifo.GetSize());
+        for (int i = 0; i < fill; ++i)
+            EXPECT_EQ(expected++, fifo.Pop());
+        EXPECT_EQ(0u, fifo.GetSize());
+    }
+}
+
+TEST(FIFOTest, FullQueueRefusesAndKeepsWhatItHolds)
+{
+    CFIFO<std::string> fifo(2);
+    fifo.Push("a");
+    fifo.Push("b");
+    try
+    {
+        fifo.Push("c");
+        FAIL() << "a push into a full queue must throw";
+    }
+    catch (const std::overflow_error& e)
+    {
+        EXPECT_STREQ("", e.what());
+    }
+    EXPECT_EQ(2u, fifo.GetSize());
+    EXPECT_EQ("a", fifo.Pop());
+    EXPECT_EQ("b", fifo.Pop());
+}
+
+TEST(FIFOTest, EmptyQueueRefusesAPop)
+{
+    CFIFO<int> fifo(1);
+    EXPECT_THROW(fifo.Pop(), std::underflow_error);
+    fifo.Push(7);
+    EXPECT_EQ(7, fifo.Pop());
+    EXPECT_THROW(fifo.Pop(), std::underflow_error);
+}
+
+// One writer and one reader on their own threads, with a queue much smaller
+// than the traffic: every element arrives once, complete and in order. The
+// elements are wider than one word so that a torn copy would show.
+TEST(FIFOTest, OneWriterAndOneReaderAgreeOnEveryElement)
+{
+    struct TWide
+    {
+        u64 fA = 0;
+        u64 fB = 0;
+        u64 fC = 0;
+    };
+    constexpr u64 kCount = 200000;
+    CFIFO<TWide> fifo(64);
+
+    std::thread writer(
+        [&]
+        {
+            for (u64 i = 0; i < kCount;)
+            {
+                if (fifo.GetSize() == fifo.GetCapacity())
+                {
+                    std::this_thread::yield();
+                    continue;
+                }
+                fifo.Push({i, ~i, i * 3});
+                ++i;
+            }
+        });
+
+    u64 bad = 0;
+    for (u64 i = 0; i < kCount;)
+    {
+        if (fifo.GetSize() == 0)
+        {
+            std::this_thread::yield();
+            continue;
+        }
+        const TWide element = fifo.Pop();
+        if (element.fA != i || element.fB != ~i || element.fC != i * 3)
+            ++bad;
+        ++i;
+    }
+    writer.join();
+    EXPECT_EQ(0u, bad);
+    EXPECT_EQ(0u, fifo.GetSize());
+}
+} // namespace

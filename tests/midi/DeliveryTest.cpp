@@ -1,0 +1,263 @@
+#include "midi/DeliveryThread.h"
+#include "midi/MessageRing.h"
+
+#include "MIDITestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace NSTonewell;
+using namespace NSMIDITesting;
+
+namespace
+{
+std::vector<u8> Numbered(std::size_t size, u64 seed)
+{
+    std::vector<u8> bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<u8>(seed * 31 + i);
+    return bytes;
+}
+
+// Messages of many sizes go round the ring many times and come out whole.
+TEST(MessageRingTest, MessagesOfAnySizeWrapWhole)
+{
+    CMessageRing ring(256);
+    std::vector<u8> out;
+    u64 time = 0;
+    for (u64 n = 0; n < 500; ++n)
+    {
+        const std::size_t size = 1 + (n * 7) % ring.GetMaxMessageSize();
+        const std::vector<u8> in = Numbered(size, n);
+        ASSERT_TRUE(ring.TryPush(n, in.data(), in.size())) << n;
+        ASSERT_TRUE(ring.TryPop(time, out));
+        EXPECT_EQ(n, time);
+        EXPECT_EQ(in, out);
+    }
+    EXPECT_TRUE(ring.IsEmpty());
+    EXPECT_FALSE(ring.TryPop(time, out));
+}
+
+TEST(MessageRingTest, RefusesWhatDoesNotFit)
+{
+    CMessageRing ring(64);
+    const std::vector<u8> three = {0x90, 0x40, 0x7F};
+    EXPECT_FALSE(ring.TryPush(0, three.data(), 0));
+    const std::vector<u8> tooLong(ring.GetMaxMessageSize() + 1, 0);
+    EXPECT_FALSE(ring.TryPush(0, tooLong.data(), tooLong.size()));
+
+    int pushed = 0;
+    while (ring.TryPush(pushed, three.data(), three.size()))
+        ++pushed;
+    EXPECT_EQ(64 / 24, pushed); // a 16-byte header and 8 bytes of message each
+    std::vector<u8> out;
+    u64 time = 0;
+    ASSERT_TRUE(ring.TryPop(time, out));
+    EXPECT_EQ(0u, time);
+    EXPECT_TRUE(ring.TryPush(99, three.data(), three.size()));
+}
+
+TEST(MessageRingTest, OneProducerAndOneConsumerAgree)
+{
+    CMessageRing ring(4096);
+    constexpr u64 kCount = 50000;
+    std::thread producer(
+        [&]
+        {
+            for (u64 n = 0; n < kCount;)
+            {
+                const std::vector<u8> in = Numbered(1 + n % 300, n);
+                if (ring.TryPush(n, in.data(), in.size()))
+                    ++n;
+                else
+                    std::this_thread::yield();
+            }
+        });
+    u64 bad = 0;
+    std::vector<u8> out;
+    for (u64 n = 0; n < kCount;)
+    {
+        u64 time = 0;
+        if (!ring.TryPop(time, out))
+        {
+            std::this_thread::yield();
+            continue;
+        }
+        if (time != n || out != Numbered(1 + n % 300, n))
+            ++bad;
+        ++n;
+    }
+    producer.join();
+    EXPECT_EQ(0u, bad);
+}
+
+// Writes each callback as a line of text.
+class CCallbackLog final : public IMIDIInHandler
+{
+public:
+    u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage* message) override
+    {
+        Write("short", message->fBytes, 3);
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override
+    {
+        Write("begin", nullptr, 0);
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8* bytes, u32 size) override
+    {
+        Write("data", bytes, size);
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override
+    {
+        Write("end", nullptr, 0);
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override
+    {
+        Write("abort", nullptr, 0);
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+
+    std::string fText;
+
+private:
+    void Write(const char* what, const u8* bytes, std::size_t size)
+    {
+        std::ostringstream line;
+        line << what << std::hex;
+        for (std::size_t i = 0; i < size; ++i)
+            line << ' ' << int(bytes[i]);
+        fText += line.str() + ";";
+    }
+};
+
+class CNoPort final : public IMIDIInPort
+{
+};
+
+TEST(DeliveryTest, WholeMessagesBecomeCallbacks)
+{
+    const std::vector<std::pair<std::vector<u8>, std::string>> cases = {
+        {{0x90, 0x40, 0x7F}, "short 90 40 7f;"},
+        {{0xC0, 0x05}, "short c0 5 0;"},
+        {{0xF8}, "short f8 0 0;"},
+        {{0xF0, 0xF7}, "begin;end;"},
+        {{0xF0, 0x7E, 0x01, 0xF7}, "begin;data 7e 1;end;"},
+        {{0xF0, 0x7E, 0x01}, "begin;data 7e 1;abort;"},
+        {{0x90, 0x40, 0x7F, 0x00}, ""}, // no MIDI message is four bytes long
+        {{0x40}, ""},
+        {{0xF7}, ""},
+    };
+    for (const auto& [bytes, expected] : cases)
+    {
+        CCallbackLog log;
+        CNoPort port;
+        DeliverMessage(log, port, 5, bytes.data(), bytes.size());
+        EXPECT_EQ(expected, log.fText) << expected;
+    }
+}
+
+// Counts deliveries, and those after its channel was closed.
+class CWatchingHandler final : public IMIDIInHandler
+{
+public:
+    u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
+    {
+        if (fClosed.load())
+            fLate.fetch_add(1);
+        fDelivered.fetch_add(1);
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
+    u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
+    {
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
+    u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
+    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+
+    std::atomic<bool> fClosed{false};
+    std::atomic<int> fLate{0};
+    std::atomic<int> fDelivered{0};
+};
+
+// While a producer floods a channel, closing it from another thread means
+// that the handler is not called again, also when a call was under way.
+TEST(DeliveryTest, NoCallAfterCloseHasReturned)
+{
+    CDeliveryThread delivery("bf-test");
+    for (int round = 0; round < 20; ++round)
+    {
+        CWatchingHandler handler;
+        CNoPort port;
+        auto channel = delivery.Open(handler, port, 4096);
+        std::atomic<bool> stop{false};
+        std::thread producer(
+            [&]
+            {
+                const u8 note[3] = {0x90, 0x40, 0x7F};
+                while (!stop.load())
+                    if (!channel->Post(0, note, 3))
+                        std::this_thread::yield();
+            });
+        ASSERT_TRUE(WaitUntil([&] { return handler.fDelivered.load() > 0; }));
+        delivery.Close(channel);
+        handler.fClosed.store(true);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        stop.store(true);
+        producer.join();
+        EXPECT_EQ(0, handler.fLate.load()) << round;
+    }
+}
+
+// A handler may close its own channel from inside a callback: nothing more
+// is delivered to it, and nothing waits.
+TEST(DeliveryTest, AHandlerMayCloseItsOwnChannel)
+{
+    class CClosingHandler final : public IMIDIInHandler
+    {
+    public:
+        u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
+        {
+            if (++fCalls == 1)
+                fDelivery->Close(fChannel);
+            return kTonewellOK;
+        }
+        u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
+        {
+            return kTonewellOK;
+        }
+        u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+
+        CDeliveryThread* fDelivery = nullptr;
+        std::shared_ptr<CInputChannel> fChannel;
+        std::atomic<int> fCalls{0};
+    };
+
+    CDeliveryThread delivery("bf-test");
+    CClosingHandler handler;
+    CNoPort port;
+    handler.fDelivery = &delivery;
+    handler.fChannel = delivery.Open(handler, port, 4096);
+    const u8 clock[1] = {0xF8};
+    for (int i = 0; i < 10; ++i)
+        ASSERT_TRUE(handler.fChannel->Post(0, clock, 1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(1, handler.fCalls.load());
+}
+} // namespace

@@ -1,0 +1,202 @@
+// The hub on the real loopback cables: messages travel from a hub sender to
+// a hub receiver on the backend's delivery thread.
+
+#include "midi/LoopbackBackend.h"
+#include "midi/MIDIHub.h"
+#include "midi/TonewellLibrary.h"
+#include "midi/TonewellSupport.h"
+
+#include "MIDITestSupport.h"
+#include "foundation/AlertPresenter.h"
+#include "foundation/Exceptions.h"
+#include "midi/MIDIBytes.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using namespace NSMIDIHub;
+using namespace NSMIDITesting;
+
+namespace
+{
+class LoopbackTest : public testing::Test
+{
+protected:
+    NSTonewell::CTonewellLibrary fLibrary{{NSTonewell::EBackend::kLoopback}};
+    CMIDIHub fHub{fLibrary};
+    CMIDIPortSpec fInA = FindPortNamed(fHub.GetInPorts(), u"Loopback A");
+    CMIDIPortSpec fInB = FindPortNamed(fHub.GetInPorts(), u"Loopback B");
+    CMIDIPortSpec fOutA = FindPortNamed(fHub.GetOutPorts(), u"Loopback A");
+    CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
+};
+
+TEST_F(LoopbackTest, WhatIsSentArrivesAtTheCableOfTheSameName)
+{
+    ASSERT_FALSE(fInA.IsEmpty());
+    ASSERT_FALSE(fOutB.IsEmpty());
+    CRecordingReceiver onA;
+    CRecordingReceiver onB;
+    CMIDIInPort portA(fHub, fInA, &onA);
+    CMIDIInPort portB(fHub, fInB, &onB);
+    auto sender = fHub.GetSender(fOutA);
+
+    const u64 before = NSTonewell::MonotonicMicroseconds();
+    sender->Send(nullptr, {0x90, 0x40, 0x7F});
+    sender->Send(nullptr, {0xC0, 0x05});
+    sender->Send(nullptr, {0xFE}); // active sensing stays in the hub
+    sender->Send(nullptr, {0xF8});
+    ASSERT_TRUE(onA.WaitForCount(3));
+    const std::vector<TBinary> expected = {{0x90, 0x40, 0x7F}, {0xC0, 0x05, 0x00}, {0xF8, 0, 0}};
+    EXPECT_EQ(expected, onA.Messages());
+    EXPECT_GE(onA.Times()[0], before);
+    EXPECT_LE(onA.Times()[0], NSTonewell::MonotonicMicroseconds());
+    EXPECT_TRUE(onA.Ports()[0] == fInA);
+    EXPECT_EQ(0u, onB.Count());
+}
+
+TEST_F(LoopbackTest, ALongSysexArrivesWhole)
+{
+    CRecordingReceiver receiver;
+    CMIDIInPort port(fHub, fInB, &receiver);
+    auto sender = fHub.GetSender(fOutB);
+    for (std::size_t size : {2u, 1024u, 60000u})
+        sender->Send(nullptr, MakeSysex(size));
+    ASSERT_TRUE(receiver.WaitForCount(3));
+    EXPECT_EQ(MakeSysex(2), receiver.Messages()[0]);
+    EXPECT_EQ(MakeSysex(1024), receiver.Messages()[1]);
+    EXPECT_EQ(MakeSysex(60000), receiver.Messages()[2]);
+}
+
+TEST_F(LoopbackTest, BadMessagesAreRefused)
+{
+    auto sender = fHub.GetSender(fOutA);
+    EXPECT_THROW(sender->Send(nullptr, {0x40, 0x7F}), std::invalid_argument);
+    EXPECT_NO_THROW(sender->Send(nullptr, {}));
+}
+
+// A burst far beyond the room of the port arrives complete and in order: the
+// sender waits for the delivery thread instead of losing messages.
+TEST_F(LoopbackTest, ABurstArrivesCompleteAndInOrder)
+{
+    constexpr std::size_t kCount = 100000;
+    class CCheckingReceiver final : public IMIDIReceiver
+    {
+    public:
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
+        {
+            const std::size_t n = fCount.load();
+            if (data != TBinary{0xB0, static_cast<u8>(n & 0x7F), static_cast<u8>((n >> 7) & 0x7F)})
+                fOutOfOrder.fetch_add(1);
+            fCount.store(n + 1);
+        }
+        std::atomic<std::size_t> fCount{0};
+        std::atomic<std::size_t> fOutOfOrder{0};
+    };
+    CCheckingReceiver receiver;
+    CMIDIInPort port(fHub, fInA, &receiver);
+    auto sender = fHub.GetSender(fOutA);
+    for (std::size_t n = 0; n < kCount; ++n)
+        sender->Send(nullptr, {0xB0, static_cast<u8>(n & 0x7F), static_cast<u8>((n >> 7) & 0x7F)});
+    EXPECT_TRUE(WaitUntil([&] { return receiver.fCount.load() == kCount; }));
+    EXPECT_EQ(kCount, receiver.fCount.load());
+    EXPECT_EQ(0u, receiver.fOutOfOrder.load());
+}
+
+// Receivers come and go on this thread while another thread floods the
+// port: nothing crashes, hangs, or arrives at a receiver that has gone. Every
+// other round the port loses its last user, closes, and opens again.
+TEST_F(LoopbackTest, ReceiversComeAndGoWhileInputFlows)
+{
+    class CGuardedReceiver final : public IMIDIReceiver
+    {
+    public:
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
+        {
+            if (!fAlive.load())
+                fLate.fetch_add(1);
+            fCount.fetch_add(1);
+        }
+        std::atomic<bool> fAlive{true};
+        std::atomic<int> fLate{0};
+        std::atomic<int> fCount{0};
+    };
+    std::atomic<bool> stop{false};
+    auto sender = fHub.GetSender(fOutA);
+    std::thread flood(
+        [&]
+        {
+            while (!stop.load())
+                sender->Send(nullptr, {0xF8});
+        });
+    int late = 0;
+    int received = 0;
+    for (int round = 0; round < 200; ++round)
+    {
+        CGuardedReceiver first;
+        CGuardedReceiver second;
+        {
+            auto port = std::make_unique<CMIDIInPort>(fHub, fInA, &first);
+            std::unique_ptr<CMIDIInPort> other;
+            if (round % 2 == 1)
+                other = std::make_unique<CMIDIInPort>(fHub, fInA, &second);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            port.reset();
+            first.fAlive.store(false);
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+        second.fAlive.store(false);
+        late += first.fLate.load() + second.fLate.load();
+        received += first.fCount.load();
+    }
+    stop.store(true);
+    flood.join();
+    EXPECT_EQ(0, late);
+    EXPECT_GT(received, 0);
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount());
+}
+
+// The process's hub runs on the backends that BRASSFOLD_MIDI names; the
+// unit tests name the loopback alone.
+TEST(ProcessHubTest, ListsTheLoopbackCables)
+{
+    const std::vector<CMIDIPortSpec> ins = GetMIDIHub().GetInPorts();
+    ASSERT_EQ(2u, ins.size());
+    EXPECT_EQ(u"Loopback A", ins[0].GetDisplayName());
+    EXPECT_EQ(u"Loopback B", ins[1].GetDisplayName());
+    EXPECT_EQ(2u, GetMIDIHub().GetOutPorts().size());
+}
+
+// A library that can't be made shows the box of last resort once in the
+// process, and fails every time.
+TEST(ProcessHubTest, ALibraryOfAnotherNameIsRefused)
+{
+    class CBoxCounter final : public IAlertPresenter
+    {
+    public:
+        CBoxCounter() : fBefore(&GetAlertPresenter()) { SetAlertPresenter(this); }
+        ~CBoxCounter() override { SetAlertPresenter(fBefore); }
+        u32 IAlertPresenter_ShowAlert(const TAlertRecord&, IAlertListener&) override
+        {
+            return 12000;
+        }
+        EBoxAnswer IAlertPresenter_ShowBox(const char* caption, const char* text,
+                                           EBoxButtons) noexcept override
+        {
+            fBoxes.push_back(std::string(caption) + "|" + text);
+            return EBoxAnswer::kOK;
+        }
+        std::vector<std::string> fBoxes;
+
+    private:
+        IAlertPresenter* fBefore;
+    };
+    CBoxCounter presenter;
+    EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
+    EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
+    const std::vector<std::string> expected = {
+        "Application|Failed to open MIDI support library\r\nApplication can not run"};
+    EXPECT_EQ(expected, presenter.fBoxes);
+}
+} // namespace

@@ -1,0 +1,378 @@
+// The hub over a library that the test drives by hand: sharing of ports,
+// what the open ports make of the library's callbacks, and sending.
+
+#include "midi/MIDIHub.h"
+
+#include "AssertionRecorder.h"
+#include "MIDITestSupport.h"
+#include "foundation/Exceptions.h"
+#include "midi/PortSpec.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace NSMIDIHub;
+using namespace NSMIDITesting;
+using NSTonewell::CPortSpec;
+using NSTonewell::EBackend;
+using NSTonewell::EDirection;
+using NSTonewell::TTonewellShortMessage;
+
+namespace
+{
+class CFakeLibrary;
+
+class CFakeInPort final : public NSTonewell::IMIDIInPort
+{
+public:
+    explicit CFakeInPort(int& closes) : fCloses(closes) {}
+    ~CFakeInPort() override { ++fCloses; }
+
+private:
+    int& fCloses;
+};
+
+struct TSent
+{
+    std::vector<u8> fBytes;
+    u64 fTime;
+};
+
+class CFakeOutPort final : public NSTonewell::IMIDISender
+{
+public:
+    CFakeOutPort(std::vector<TSent>& sent, int& closes) : fSent(sent), fCloses(closes) {}
+    ~CFakeOutPort() override { ++fCloses; }
+
+    u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
+    {
+        fSent.push_back({{message->fBytes, message->fBytes + 3}, message->fTime});
+        return kTonewellOK;
+    }
+    u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
+    {
+        if (bytes[size - 1] != 0xF7)
+            return NSTonewell::kTonewellInvalidArgument;
+        fSent.push_back({{bytes, bytes + size}, 0});
+        return kTonewellOK;
+    }
+
+private:
+    std::vector<TSent>& fSent;
+    int& fCloses;
+};
+
+// Lists ports "A" and "B" of each direction, counts opens and closes, keeps
+// the last input handler, and fails an open when told to.
+class CFakeLibrary final : public NSTonewell::ITonewell
+{
+public:
+    u32 ITonewell_SetDebugger(NSTonewell::IDebugger*) override { return kTonewellOK; }
+    u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler* handler) override
+    {
+        fNotificationHandler = handler;
+        return kTonewellOK;
+    }
+    std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
+    {
+        *status = kTonewellOK;
+        return std::make_unique<NSTonewell::CPortList>(
+            NSTonewell::MakePortSpecs(EBackend::kJACK, EDirection::kIn, {"x:A", "x:B"}));
+    }
+    std::unique_ptr<NSTonewell::IMIDIInPort>
+    ITonewell_OpenInPort(NSTonewell::IMIDIInHandler* handler, const NSTonewell::IMIDIPortSpec*,
+                         u32* status) override
+    {
+        *status = fOpenStatus;
+        if (fOpenStatus != kTonewellOK)
+            return nullptr;
+        ++fInOpens;
+        fHandler = handler;
+        auto port = std::make_unique<CFakeInPort>(fInCloses);
+        fPort = port.get();
+        return port;
+    }
+    std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
+    {
+        *status = kTonewellOK;
+        return std::make_unique<NSTonewell::CPortList>(
+            NSTonewell::MakePortSpecs(EBackend::kJACK, EDirection::kOut, {"x:A", "x:B"}));
+    }
+    std::unique_ptr<NSTonewell::IMIDISender> ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*,
+                                                                   const NSTonewell::IMIDIPortSpec*,
+                                                                   u32* status) override
+    {
+        *status = fOpenStatus;
+        if (fOpenStatus != kTonewellOK)
+            return nullptr;
+        ++fOutOpens;
+        return std::make_unique<CFakeOutPort>(fSent, fOutCloses);
+    }
+
+    NSTonewell::IMIDINotificationHandler* fNotificationHandler = nullptr;
+    NSTonewell::IMIDIInHandler* fHandler = nullptr;
+    NSTonewell::IMIDIInPort* fPort = nullptr;
+    u32 fOpenStatus = kTonewellOK;
+    int fInOpens = 0;
+    int fInCloses = 0;
+    int fOutOpens = 0;
+    int fOutCloses = 0;
+    std::vector<TSent> fSent;
+};
+
+class MIDIHubTest : public testing::Test
+{
+protected:
+    TTonewellShortMessage Short(u8 a, u8 b, u8 c, u64 time = 0)
+    {
+        TTonewellShortMessage message{};
+        message.fTime = time;
+        message.fBytes[0] = a;
+        message.fBytes[1] = b;
+        message.fBytes[2] = c;
+        return message;
+    }
+
+    u32 SendShort(const TTonewellShortMessage& message)
+    {
+        return fLibrary.fHandler->IMIDIInHandler_OnShortMessage(fLibrary.fPort, &message);
+    }
+
+    // Hands a system exclusive message over as begin, one data call per
+    // piece, and end (or abort).
+    void SendSysex(const std::vector<std::vector<u8>>& pieces, bool abort = false)
+    {
+        auto* handler = fLibrary.fHandler;
+        const u64 time = 9;
+        EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort));
+        for (const auto& piece : pieces)
+            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexData(
+                                       fLibrary.fPort, &time, piece.data(),
+                                       static_cast<u32>(piece.size())));
+        if (abort)
+            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexAbort(fLibrary.fPort));
+        else
+            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
+    }
+
+    CFakeLibrary fLibrary;
+    CMIDIHub fHub{fLibrary};
+    std::vector<CMIDIPortSpec> fIns = fHub.GetInPorts();
+    std::vector<CMIDIPortSpec> fOuts = fHub.GetOutPorts();
+};
+
+TEST_F(MIDIHubTest, ListsThePortsOfTheLibrary)
+{
+    EXPECT_EQ(&fHub, fLibrary.fNotificationHandler);
+    ASSERT_EQ(2u, fIns.size());
+    EXPECT_EQ(u"JACK: x:A", fIns[0].GetDisplayName());
+    EXPECT_EQ(u"JACK: x:B", fOuts[1].GetDisplayName());
+    EXPECT_TRUE(fIns[0] == fHub.GetInPorts()[0]);
+    EXPECT_FALSE(fIns[0] == fIns[1]);
+    EXPECT_FALSE(fIns[0] == fOuts[0]);
+}
+
+TEST_F(MIDIHubTest, EmptySpecsMeanNoPort)
+{
+    const CMIDIPortSpec empty;
+    EXPECT_TRUE(empty.IsEmpty());
+    EXPECT_TRUE(empty == CMIDIPortSpec());
+    EXPECT_FALSE(empty == fIns[0]);
+    EXPECT_FALSE(fIns[0] == empty);
+    EXPECT_EQ(u"", empty.GetDisplayName());
+    CMIDIPortSpec copy = fIns[0];
+    copy = empty;
+    EXPECT_TRUE(copy.IsEmpty());
+}
+
+// Two users of one port share the library's port: one open, and one close
+// after both have gone. Another port is a port of its own.
+TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
+{
+    CRecordingReceiver first;
+    CRecordingReceiver second;
+    {
+        CMIDIInPort a(fHub, fIns[0], &first);
+        {
+            CMIDIInPort b(fHub, fHub.GetInPorts()[0], &second);
+            EXPECT_EQ(1, fLibrary.fInOpens);
+            EXPECT_EQ(1u, fHub.GetOpenInPortCount());
+            const TTonewellShortMessage note = Short(0x90, 0x40, 0x7F);
+            EXPECT_EQ(kTonewellOK, SendShort(note));
+            EXPECT_EQ(1u, first.Count());
+            EXPECT_EQ(1u, second.Count());
+        }
+        EXPECT_EQ(0, fLibrary.fInCloses);
+        CMIDIInPort other(fHub, fIns[1], &second);
+        EXPECT_EQ(2, fLibrary.fInOpens);
+    }
+    EXPECT_EQ(2, fLibrary.fInCloses);
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount());
+
+    {
+        auto sender1 = fHub.GetSender(fOuts[0]);
+        auto sender2 = fHub.GetSender(fOuts[0]);
+        EXPECT_EQ(1, fLibrary.fOutOpens);
+        sender1.reset();
+        EXPECT_EQ(0, fLibrary.fOutCloses);
+    }
+    EXPECT_EQ(1, fLibrary.fOutCloses);
+    EXPECT_EQ(0u, fHub.GetOpenOutPortCount());
+}
+
+// Every short message reaches the receivers as 3 bytes with its time, also
+// a program change; active sensing never does.
+TEST_F(MIDIHubTest, ShortMessagesArriveAsThreeBytes)
+{
+    CRecordingReceiver receiver;
+    CMIDIInPort port(fHub, fIns[0], &receiver);
+    EXPECT_EQ(kTonewellOK, SendShort(Short(0xFE, 0, 0)));
+    EXPECT_EQ(kTonewellOK, SendShort(Short(0xC0, 0x05, 0x00, 1234)));
+    EXPECT_EQ(kTonewellOK, SendShort(Short(0xF8, 0, 0)));
+    ASSERT_EQ(2u, receiver.Count());
+    EXPECT_EQ((TBinary{0xC0, 0x05, 0x00}), receiver.Messages()[0]);
+    EXPECT_EQ(1234u, receiver.Times()[0]);
+    EXPECT_EQ((TBinary{0xF8, 0x00, 0x00}), receiver.Messages()[1]);
+    EXPECT_TRUE(receiver.Ports()[0] == fIns[0]);
+}
+
+TEST_F(MIDIHubTest, SysexIsPutTogether)
+{
+    CRecordingReceiver receiver;
+    CMIDIInPort port(fHub, fIns[0], &receiver);
+    SendSysex({});
+    SendSysex({{0x7E, 0x01}, {}, {0x06, 0x02}});
+    SendSysex({{0x7E, 0x01}}, true);
+    SendSysex({{0x42}});
+    const std::vector<TBinary> expected = {
+        {0xF0, 0xF7}, {0xF0, 0x7E, 0x01, 0x06, 0x02, 0xF7}, {0xF0, 0x42, 0xF7}};
+    EXPECT_EQ(expected, receiver.Messages());
+    EXPECT_EQ(9u, receiver.Times()[0]);
+}
+
+// A receiver that throws ends the message's delivery to the later ones, and
+// its failure becomes the callback's status.
+TEST_F(MIDIHubTest, AThrowingReceiverStopsTheMessage)
+{
+    class CThrowingReceiver final : public IMIDIReceiver
+    {
+    public:
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
+        {
+            throw std::overflow_error("");
+        }
+    };
+    CThrowingReceiver thrower;
+    CRecordingReceiver later;
+    CMIDIInPort first(fHub, fIns[0], &thrower);
+    CMIDIInPort second(fHub, fIns[0], &later);
+    EXPECT_EQ(kTonewellUnknown, SendShort(Short(0x90, 1, 2)));
+    EXPECT_EQ(0u, later.Count());
+    // The sysex in progress is dropped with it, and the next one is whole.
+    const u64 time = 0;
+    fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort);
+    EXPECT_EQ(kTonewellUnknown, fLibrary.fHandler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
+    EXPECT_EQ(kTonewellOK, fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort));
+}
+
+TEST_F(MIDIHubTest, SendGoesStraightToTheLibrary)
+{
+    auto sender = fHub.GetSender(fOuts[1]);
+    const u64 time = 77;
+    sender->Send(&time, {});
+    sender->Send(&time, {0xB0, 0x07, 0x40});
+    sender->Send(&time, {0xC0, 0x05});
+    sender->Send(nullptr, {0xF0, 0x7E, 0xF7});
+    ASSERT_EQ(3u, fLibrary.fSent.size());
+    EXPECT_EQ((std::vector<u8>{0xB0, 0x07, 0x40}), fLibrary.fSent[0].fBytes);
+    EXPECT_EQ(77u, fLibrary.fSent[0].fTime);
+    EXPECT_EQ((std::vector<u8>{0xC0, 0x05, 0x00}), fLibrary.fSent[1].fBytes);
+    EXPECT_EQ((std::vector<u8>{0xF0, 0x7E, 0xF7}), fLibrary.fSent[2].fBytes);
+
+    NSTesting::CExpectAssertions expect;
+    EXPECT_THROW(sender->Send(&time, {0xF0, 0x7E}), std::invalid_argument);
+    EXPECT_EQ(1u, expect.Count());
+}
+
+TEST_F(MIDIHubTest, AFailedOpenEntersNothing)
+{
+    fLibrary.fOpenStatus = NSTonewell::kTonewellPortGone;
+    CRecordingReceiver receiver;
+    EXPECT_THROW(CMIDIInPort(fHub, fIns[0], &receiver), std::exception);
+    EXPECT_THROW(fHub.GetSender(fOuts[0]), std::exception);
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount());
+    EXPECT_EQ(0u, fHub.GetOpenOutPortCount());
+
+    fLibrary.fOpenStatus = kTonewellOK;
+    CMIDIInPort port(fHub, fIns[0], &receiver);
+    EXPECT_EQ(1u, fHub.GetOpenInPortCount());
+}
+
+TEST_F(MIDIHubTest, ReceiversThatDoNotListenAreNotFound)
+{
+    CRecordingReceiver listening;
+    CRecordingReceiver stranger;
+    CMIDIInPort port(fHub, fIns[0], &listening);
+    EXPECT_THROW(fHub.StopListening(&stranger, port), NSException::XNotFound);
+
+    COpenInPort open(fHub, fIns[1]);
+    NSTesting::CExpectAssertions expect;
+    try
+    {
+        open.RemoveReceiver(&stranger);
+        FAIL() << "removing a receiver that doesn't listen must throw";
+    }
+    catch (const NSException::XNotFound& e)
+    {
+        EXPECT_STREQ("not found", e.what());
+    }
+    EXPECT_EQ(1u, expect.Count());
+}
+
+TEST_F(MIDIHubTest, AReceiverListensToAPortOnce)
+{
+    CRecordingReceiver receiver;
+    COpenInPort open(fHub, fIns[1]);
+    open.AddReceiver(&receiver);
+    {
+        NSTesting::CExpectAssertions expect;
+        open.AddReceiver(&receiver);
+        EXPECT_EQ(1u, expect.Count());
+    }
+    EXPECT_EQ(kTonewellOK, SendShort(Short(0x80, 1, 2)));
+    EXPECT_EQ(1u, receiver.Count());
+}
+
+TEST_F(MIDIHubTest, PortListenersWaitWhileBlocked)
+{
+    class CCountingListener final : public IMIDIPortListener
+    {
+    public:
+        void IMIDIPortListener_OnPortsChanged() override { ++fCalls; }
+        int fCalls = 0;
+    };
+    CCountingListener listener;
+    fHub.AddPortListener(&listener);
+    fHub.NotifyPortListeners();
+    EXPECT_EQ(1, listener.fCalls);
+
+    fHub.BlockPortListeners();
+    fHub.BlockPortListeners();
+    fHub.NotifyPortListeners();
+    fHub.NotifyPortListeners();
+    fHub.UnblockPortListeners();
+    EXPECT_EQ(1, listener.fCalls);
+    fHub.UnblockPortListeners();
+    EXPECT_EQ(2, listener.fCalls);
+    {
+        NSTesting::CExpectAssertions expect;
+        fHub.UnblockPortListeners();
+        EXPECT_EQ(1u, expect.Count());
+    }
+    fHub.RemovePortListener(&listener);
+    fHub.NotifyPortListeners();
+    EXPECT_EQ(2, listener.fCalls);
+}
+} // namespace

@@ -1,0 +1,165 @@
+#include "midi/PortSpec.h"
+
+#include "midi/MIDIHub.h"
+#include "midi/TonewellLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace NSTonewell;
+
+namespace
+{
+TTonewellPortInfo InfoOf(const CPortSpec& spec)
+{
+    TTonewellPortInfo info{};
+    EXPECT_EQ(kTonewellOK, spec.IMIDIPortSpec_GetInfo(&info));
+    return info;
+}
+
+std::u16string DisplayNameOf(const CPortSpec& spec)
+{
+    return InfoOf(spec).fDisplayName;
+}
+
+struct TIdentityCase
+{
+    EBackend fBackend;
+    std::string fListed;
+    std::string fIdentity;
+};
+
+// ALSA's client and port numbers are dropped; nothing else is touched.
+TEST(PortSpecTest, IdentityNames)
+{
+    const std::vector<TIdentityCase> cases = {
+        {EBackend::kALSA, "Synth:Synth MIDI 1 24:0", "Synth:Synth MIDI 1"},
+        {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0", "Midi Through:Midi Through Port-0"},
+        {EBackend::kALSA, "Odd:Port 12:3 x", "Odd:Port 12:3 x"},
+        {EBackend::kALSA, "NoNumbers:Port", "NoNumbers:Port"},
+        {EBackend::kJACK, "synth:out 24:0", "synth:out 24:0"},
+        {EBackend::kLoopback, "Loopback A", "Loopback A"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.fIdentity, IdentityName(c.fBackend, c.fListed)) << c.fListed;
+}
+
+// A spec finds its port again after the numbers changed and other devices
+// came in front of it; two identical devices are told apart by position.
+TEST(PortSpecTest, SpecsFindTheirPortsAfterTheListChanged)
+{
+    const std::vector<CPortSpec> before =
+        MakePortSpecs(EBackend::kALSA, EDirection::kIn,
+                      {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0", "Keys:Keys 28:0"});
+    ASSERT_EQ(3u, before.size());
+    EXPECT_EQ(0u, before[0].GetOccurrence());
+    EXPECT_EQ(1u, before[1].GetOccurrence());
+    EXPECT_FALSE(before[0].SamePortAs(before[1]));
+
+    const std::vector<std::string> after = {"New:New 20:0", "Pad:Pad MIDI 1 32:0", "Keys:Keys 28:0",
+                                            "Pad:Pad MIDI 1 36:0"};
+    EXPECT_EQ(1u, FindPort(before[0], after));
+    EXPECT_EQ(3u, FindPort(before[1], after));
+    EXPECT_EQ(2u, FindPort(before[2], after));
+    EXPECT_FALSE(FindPort(before[1], {"Pad:Pad MIDI 1 32:0"}).has_value());
+}
+
+TEST(PortSpecTest, EqualityNeedsBackendDirectionNameAndPosition)
+{
+    const CPortSpec in(EBackend::kJACK, EDirection::kIn, "synth:out", 0);
+    const std::vector<std::pair<CPortSpec, bool>> others = {
+        {CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 0), true},
+        {CPortSpec(EBackend::kJACK, EDirection::kOut, "synth:out", 0), false},
+        {CPortSpec(EBackend::kALSA, EDirection::kIn, "synth:out", 0), false},
+        {CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 1), false},
+        {CPortSpec(EBackend::kJACK, EDirection::kIn, "Synth:out", 0), false},
+    };
+    for (const auto& [other, equal] : others)
+    {
+        u32 result = 7;
+        EXPECT_EQ(kTonewellOK, in.IMIDIPortSpec_Equals(&other, &result));
+        EXPECT_EQ(equal ? 1u : 0u, result) << other.GetListedName();
+    }
+    u32 result = 7;
+    EXPECT_EQ(kTonewellOK, in.IMIDIPortSpec_Equals(nullptr, &result));
+    EXPECT_EQ(0u, result);
+}
+
+TEST(PortSpecTest, InfoSaysBackendKindAndPosition)
+{
+    const std::vector<CPortSpec> specs = MakePortSpecs(
+        EBackend::kALSA, EDirection::kOut, {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0"});
+    const TTonewellPortInfo first = InfoOf(specs[0]);
+    EXPECT_EQ(kPortKindOutput, first.fKind);
+    EXPECT_EQ(std::u16string(u"Pad:Pad MIDI 1 20:0"), first.fName);
+    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1"), first.fDisplayName);
+    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1 (2)"), DisplayNameOf(specs[1]));
+    EXPECT_EQ(1u, InfoOf(specs[1]).fOccurrence);
+
+    EXPECT_EQ(std::u16string(u"JACK: synth:out"),
+              DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 0)));
+    const TTonewellPortInfo cable =
+        InfoOf(CPortSpec(EBackend::kLoopback, EDirection::kIn, "Loopback A", 0));
+    EXPECT_EQ(std::u16string(u"Loopback A"), cable.fDisplayName);
+    EXPECT_EQ(kPortKindInput, cable.fKind);
+    EXPECT_EQ(1, cable.fIsLoopback);
+}
+
+// Names come from the system: malformed UTF-8 is shown with replacement
+// characters, and a long name is cut without leaving half a pair behind.
+TEST(PortSpecTest, NamesFromTheSystemAreTakenAsTheyCome)
+{
+    EXPECT_EQ(std::u16string(u"JACK: bad\uFFFDname"),
+              DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, "bad\xFFname", 0)));
+
+    std::string longName(248, 'x'); // behind "JACK: ", the pair straddles the cut
+    longName += "\xF0\x9F\x8E\xB9"; // U+1F3B9, a pair in UTF-16
+    const std::u16string shown =
+        DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, longName, 0));
+    ASSERT_EQ(kPortNameLength - 2, shown.size());
+    EXPECT_EQ(u'x', shown.back());
+}
+
+TEST(PortSpecTest, ListsAreSnapshotsWithCheckedIndices)
+{
+    CPortList list(MakePortSpecs(EBackend::kLoopback, EDirection::kIn, {"Loopback A"}));
+    u32 count = 0;
+    EXPECT_EQ(kTonewellOK, list.IMIDIPortList_GetCount(&count));
+    EXPECT_EQ(1u, count);
+    u32 status = 0;
+    const u32 beyond = 1;
+    EXPECT_EQ(nullptr, list.IMIDIPortList_GetAt(&beyond, &status));
+    EXPECT_EQ(kTonewellInvalidArgument, status);
+}
+
+struct TBackendListCase
+{
+    const char* fText;
+    std::vector<EBackend> fBackends;
+    std::vector<std::string> fUnknown;
+};
+
+TEST(TonewellLibraryTest, BackendListOfTheEnvironment)
+{
+    const std::vector<EBackend> all = {EBackend::kALSA, EBackend::kJACK, EBackend::kLoopback};
+    const std::vector<TBackendListCase> cases = {
+        {nullptr, all, {}},
+        {"", all, {}},
+        {" ", all, {}},
+        {"loopback", {EBackend::kLoopback}, {}},
+        {" Loopback , ALSA", {EBackend::kALSA, EBackend::kLoopback}, {}},
+        {"jack,jack", {EBackend::kJACK}, {}},
+        {"coreaudio,jack,", {EBackend::kJACK}, {"coreaudio"}},
+        {"nothing", {}, {"nothing"}},
+    };
+    for (const auto& c : cases)
+    {
+        std::vector<std::string> unknown;
+        EXPECT_EQ(c.fBackends, ParseBackendList(c.fText, unknown))
+            << (c.fText ? c.fText : "(null)");
+        EXPECT_EQ(c.fUnknown, unknown);
+    }
+}
+} // namespace
