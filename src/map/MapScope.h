@@ -44,7 +44,7 @@ public:
     TGroupValue FindGroupValue(std::u16string_view name) const;
 
     void AddGroup(const TText16& name, const std::vector<TText16>& valueNames);
-    void AddMapEntry(const TMapKey& key, const VMapEntry& entry);
+    void AddMapEntry(const TMapKey& key, VMapEntry entry);
 
     // The best-scoring entry under key for the groups' current values, or the
     // empty entry.
