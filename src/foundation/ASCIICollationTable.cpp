@@ -2,7 +2,9 @@
 
 #include <unicode/locid.h>
 #include <unicode/ucol.h>
+#include <unicode/uniset.h>
 #include <unicode/uset.h>
+#include <unicode/usetiter.h>
 
 #include <algorithm>
 #include <exception>
@@ -73,54 +75,35 @@ std::u16string_view OneCharacter(const char16& c)
     return std::u16string_view(&c, 1);
 }
 
-// What the locale's tailoring does to 7-bit text. A contraction made of
-// 7-bit characters only ("ch" in some locales), a 7-bit character that
-// expands to several elements, or numeric ordering breaks the one rank per
-// character model. A contraction whose first two units are 7-bit means that a
-// difference can't be settled before the texts are seen whole. The sets come
-// from ICU's C interface, the only public one.
-struct TTailoringFacts
+bool TailorsSevenBitStrings(const icu::UnicodeSet& tailored)
 {
-    bool fOneRankPerCharacter = true;
-    bool fDecidesEarly = true;
-};
+    icu::UnicodeSetIterator it(tailored);
+    while (it.next())
+    {
+        if (it.isString() && !it.getString().isEmpty() && it.getString().charAt(0) < kASCIICount)
+            return true;
+    }
+    return false;
+}
 
+// The facts that hold where a locale tailors no 7-bit character: those of
+// the root collation, which ExamineContractionsAndExpansions proves in the
+// tests (that costs tens of milliseconds, too much for every program start).
+// A tailoring that touches a 7-bit character ("ch" in Czech) or numeric
+// ordering turns the table off. getTailoredSet lists tailored characters and
+// the contractions that begin with them.
 TTailoringFacts ExamineTailoring(const icu::Collator& collator)
 {
     UErrorCode status = U_ZERO_ERROR;
-    const icu::Locale locale = collator.getLocale(ULOC_ACTUAL_LOCALE, status);
+    const std::unique_ptr<icu::UnicodeSet> tailored(collator.getTailoredSet(status));
     Check(status);
-    const std::unique_ptr<UCollator, decltype(&ucol_close)> plain(
-        ucol_open(locale.getName(), &status), &ucol_close);
-    const std::unique_ptr<USet, decltype(&uset_close)> contractions(uset_openEmpty(), &uset_close);
-    const std::unique_ptr<USet, decltype(&uset_close)> expansions(uset_openEmpty(), &uset_close);
-    Check(status);
-    ucol_getContractionsAndExpansions(plain.get(), contractions.get(), expansions.get(), true,
-                                      &status);
-    Check(status);
-
-    TTailoringFacts facts;
-    for (UChar32 c = 0; c < static_cast<UChar32>(kASCIICount); ++c)
-        facts.fOneRankPerCharacter =
-            facts.fOneRankPerCharacter && !uset_contains(expansions.get(), c);
-    std::array<UChar, 256> text{};
-    for (int32_t item = 0; item < uset_getItemCount(contractions.get()); ++item)
-    {
-        UChar32 first = 0;
-        UChar32 last = 0;
-        const int32_t length = uset_getItem(contractions.get(), item, &first, &last, text.data(),
-                                            static_cast<int32_t>(text.size()), &status);
-        Check(status);
-        const std::u16string_view contraction(text.data(), static_cast<std::size_t>(length));
-        if (contraction.size() >= 2 && contraction[0] < kASCIICount && contraction[1] < kASCIICount)
-            facts.fDecidesEarly = false;
-        if (!contraction.empty() && IsASCII(contraction))
-            facts.fOneRankPerCharacter = false;
-    }
     const UColAttributeValue numeric = collator.getAttribute(UCOL_NUMERIC_COLLATION, status);
     Check(status);
-    facts.fOneRankPerCharacter = facts.fOneRankPerCharacter && numeric == UCOL_OFF;
-    return facts;
+    const bool touchesSevenBit =
+        tailored->containsSome(0, kASCIICount - 1) || TailorsSevenBitStrings(*tailored);
+    if (touchesSevenBit || numeric != UCOL_OFF)
+        return {false, false};
+    return {true, true};
 }
 
 // Ranks by sorting the 128 characters with the collator itself. Characters
@@ -219,6 +202,39 @@ bool FoldMatchesRanks(const TASCIICollationTable& table)
 }
 
 } // namespace
+
+TTailoringFacts ExamineContractionsAndExpansions(const char* locale)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UCollator, decltype(&ucol_close)> plain(ucol_open(locale, &status),
+                                                                  &ucol_close);
+    const std::unique_ptr<USet, decltype(&uset_close)> contractions(uset_openEmpty(), &uset_close);
+    const std::unique_ptr<USet, decltype(&uset_close)> expansions(uset_openEmpty(), &uset_close);
+    Check(status);
+    ucol_getContractionsAndExpansions(plain.get(), contractions.get(), expansions.get(), true,
+                                      &status);
+    Check(status);
+
+    TTailoringFacts facts;
+    for (UChar32 c = 0; c < static_cast<UChar32>(kASCIICount); ++c)
+        facts.fOneRankPerCharacter =
+            facts.fOneRankPerCharacter && !uset_contains(expansions.get(), c);
+    std::array<UChar, 256> text{};
+    for (int32_t item = 0; item < uset_getItemCount(contractions.get()); ++item)
+    {
+        UChar32 first = 0;
+        UChar32 last = 0;
+        const int32_t length = uset_getItem(contractions.get(), item, &first, &last, text.data(),
+                                            static_cast<int32_t>(text.size()), &status);
+        Check(status);
+        const std::u16string_view contraction(text.data(), static_cast<std::size_t>(length));
+        if (contraction.size() >= 2 && contraction[0] < kASCIICount && contraction[1] < kASCIICount)
+            facts.fDecidesEarly = false;
+        if (!contraction.empty() && IsASCII(contraction))
+            facts.fOneRankPerCharacter = false;
+    }
+    return facts;
+}
 
 TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
                                              const icu::Collator& exactCase)

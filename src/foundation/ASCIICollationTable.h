@@ -46,6 +46,22 @@ struct TASCIICollationTable
     std::array<u8, kASCIICount> fCase{};
 };
 
+// What ICU's contraction and expansion sets say about 7-bit text. A
+// contraction made of 7-bit characters only ("ch" in some locales), or a
+// 7-bit character that expands to several elements, breaks the one rank per
+// character model; a contraction whose first two units are 7-bit means that a
+// difference can't be settled before the texts are seen whole.
+struct TTailoringFacts
+{
+    bool fOneRankPerCharacter = true;
+    bool fDecidesEarly = true;
+};
+
+// Walks the whole sets: tens of milliseconds. MakeASCIICollationTable takes
+// the root collation's facts for granted (and turns the table off for any
+// tailoring that touches 7-bit characters); the tests prove them with this.
+TTailoringFacts ExamineContractionsAndExpansions(const char* locale);
+
 // Fills the table from the caseless and the case-counting collator of one
 // locale (secondary strength, punctuation not ignorable).
 TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
@@ -158,9 +174,10 @@ inline __m128i FoldedLanes(__m128i units)
 
 inline TBlockMasks ScanUnits(__m128i unitsA, __m128i unitsB)
 {
-    const __m128i plainEqual =
-        _mm_and_si128(_mm_cmpeq_epi16(FoldedLanes(unitsA), FoldedLanes(unitsB)),
-                      _mm_and_si128(PrintableLanes(unitsA), PrintableLanes(unitsB)));
+    // Units equal when folded are the same unit or two letters, so when one
+    // of them is printable both are.
+    const __m128i plainEqual = _mm_and_si128(
+        _mm_cmpeq_epi16(FoldedLanes(unitsA), FoldedLanes(unitsB)), PrintableLanes(unitsA));
     const u32 allLanes = 0xFFFF;
     return {~static_cast<u32>(_mm_movemask_epi8(plainEqual)) & allLanes,
             ~static_cast<u32>(_mm_movemask_epi8(_mm_cmpeq_epi16(unitsA, unitsB))) & allLanes};
@@ -260,8 +277,17 @@ inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view
         !NeedsTable(b[0]))
         return DecideByRank(a, 0, b, 0, table);
     const std::size_t stop = ScanPrefix<kCaseCounts>(a, b, table, caseOrder);
+    const bool endOfA = stop == a.size();
+    const bool endOfB = stop == b.size();
+    if (endOfA && endOfB)
+        return FromOrder(caseOrder);
+    // A printable unit is never ignorable, so a text that goes on is the greater.
+    if (endOfA && !NeedsTable(b[stop]))
+        return CanDecideAt(b, stop, table) ? kTextLess : kTableUndecided;
+    if (endOfB && !NeedsTable(a[stop]))
+        return CanDecideAt(a, stop, table) ? kTextGreater : kTableUndecided;
     // Two printable units that differ when folded differ in rank.
-    if (stop < a.size() && stop < b.size() && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
+    if (!endOfA && !endOfB && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
         return DecideByRank(a, stop, b, stop, table);
     return WalkByTable(a, b, stop, caseOrder, table, kCaseCounts);
 }
