@@ -15,89 +15,6 @@ constexpr char16 kQuote = u'"';
 constexpr char16 kBlank = u' ';
 constexpr char16 kByteOrderMark = u'\uFEFF';
 
-// Pass 1. A column is always one stretch of the text, since the quotes stay
-// in it: the splitter only has to find where stretches end.
-class CTableSplitter
-{
-public:
-    CTableSplitter(std::u16string_view text, u32 lineLimit) : fText(text), fLineLimit(lineLimit) {}
-
-    TMapLines Split()
-    {
-        std::size_t position = 0;
-        while (position < fText.size() && !LimitReached())
-            position = Step(position);
-        if (!LimitReached())
-            FinishText();
-        return std::move(fLines);
-    }
-
-private:
-    std::size_t Step(std::size_t position)
-    {
-        switch (fText[position])
-        {
-        case kTab:
-            CloseColumn(position);
-            fColumnStart = position + 1;
-            return position + 1;
-        case kLineFeed:
-            return EndLine(position, position + 1);
-        case kReturn:
-        {
-            const bool pair = position + 1 < fText.size() && fText[position + 1] == kLineFeed;
-            return EndLine(position, position + (pair ? 2 : 1));
-        }
-        case kQuote:
-        {
-            const std::size_t partner = fText.find(kQuote, position + 1);
-            return partner == std::u16string_view::npos ? fText.size() : partner + 1;
-        }
-        default:
-            return position + 1;
-        }
-    }
-
-    void CloseColumn(std::size_t end)
-    {
-        fColumns.emplace_back(fText.substr(fColumnStart, end - fColumnStart));
-    }
-
-    std::size_t EndLine(std::size_t end, std::size_t next)
-    {
-        if (end > fColumnStart)
-            CloseColumn(end);
-        EmitLine();
-        fColumnStart = next;
-        return next;
-    }
-
-    void EmitLine()
-    {
-        fLines.emplace_back(fLineIndex, std::move(fColumns));
-        fColumns.clear();
-        ++fLineIndex;
-    }
-
-    // A last line without its own line end stays only with two or more columns.
-    void FinishText()
-    {
-        if (fText.size() > fColumnStart)
-            CloseColumn(fText.size());
-        if (fColumns.size() > 1)
-            EmitLine();
-    }
-
-    bool LimitReached() const { return fLineLimit != 0 && fLines.size() >= fLineLimit; }
-
-    std::u16string_view fText;
-    u32 fLineLimit;
-    TMapLines fLines;
-    std::vector<TText16> fColumns;
-    std::size_t fColumnStart = 0;
-    u32 fLineIndex = 0;
-};
-
 bool IsBlankLine(const TMapLine& line)
 {
     return std::all_of(line.second.begin(), line.second.end(),
@@ -150,23 +67,112 @@ i64 ConvertCollected(std::u16string_view text)
 }
 } // namespace
 
-TMapLines ReadTable(std::u16string_view text, const TTableOptions& options)
+// Pass 1 finds where a line's columns end; passes 2 to 4 then judge and
+// tidy that one line, so a table is read line by line without holding it.
+// A column is always one stretch of the text, since the quotes stay in it.
+CTableLineSource::CTableLineSource(std::u16string_view text, const TTableOptions& options)
+    : fText(text), fOptions(options)
 {
-    TMapLines lines = CTableSplitter(text, options.fLineLimit).Split();
-    std::erase_if(lines, [](const TMapLine& line) { return IsBlankLine(line) || IsCommentLine(line); });
-    if (options.fTrimBlanks || options.fUnquote)
+}
+
+bool CTableLineSource::Next(TMapLine& line)
+{
+    while (SplitLine(line))
     {
-        for (auto& line : lines)
+        if (IsBlankLine(line) || IsCommentLine(line))
+            continue;
+        for (auto& column : line.second)
         {
-            for (auto& column : line.second)
-            {
-                if (options.fTrimBlanks)
-                    TrimBlanks(column);
-                if (options.fUnquote)
-                    Unquote(column);
-            }
+            if (fOptions.fTrimBlanks)
+                TrimBlanks(column);
+            if (fOptions.fUnquote)
+                Unquote(column);
+        }
+        return true;
+    }
+    return false;
+}
+
+bool CTableLineSource::SplitLine(TMapLine& line)
+{
+    if (fFinished || (fOptions.fLineLimit != 0 && fLineIndex >= fOptions.fLineLimit))
+        return false;
+    line.first = fLineIndex;
+    fColumnCount = 0;
+    std::size_t columnStart = fPosition;
+    while (fPosition < fText.size())
+    {
+        const char16 c = fText[fPosition];
+        if (c == kTab)
+        {
+            SetColumn(line, columnStart, fPosition);
+            columnStart = ++fPosition;
+        }
+        else if (c == kLineFeed || c == kReturn)
+        {
+            if (fPosition > columnStart)
+                SetColumn(line, columnStart, fPosition);
+            const bool pair = c == kReturn && fPosition + 1 < fText.size() && fText[fPosition + 1] == kLineFeed;
+            fPosition += pair ? 2 : 1;
+            return EndLine(line);
+        }
+        else if (c == kQuote)
+        {
+            const std::size_t partner = fText.find(kQuote, fPosition + 1);
+            fPosition = partner == std::u16string_view::npos ? fText.size() : partner + 1;
+        }
+        else
+        {
+            fPosition = SkipPlainText(fPosition);
         }
     }
+    // A last line without its own line end stays only with two or more columns.
+    fFinished = true;
+    if (fText.size() > columnStart)
+        SetColumn(line, columnStart, fText.size());
+    return fColumnCount > 1 && EndLine(line);
+}
+
+std::size_t CTableLineSource::SkipPlainText(std::size_t position) const
+{
+    // Most characters are plain text; only TAB, the line ends and the double
+    // quote need a look.
+    const char16* text = fText.data();
+    const std::size_t size = fText.size();
+    while (position < size)
+    {
+        const char16 c = text[position];
+        if (c == kTab || c == kLineFeed || c == kReturn || c == kQuote)
+            break;
+        ++position;
+    }
+    return position;
+}
+
+void CTableLineSource::SetColumn(TMapLine& line, std::size_t start, std::size_t end)
+{
+    // The line's strings are reused from the last line: their room stays.
+    if (fColumnCount < line.second.size())
+        line.second[fColumnCount].assign(fText.substr(start, end - start));
+    else
+        line.second.emplace_back(fText.substr(start, end - start));
+    ++fColumnCount;
+}
+
+bool CTableLineSource::EndLine(TMapLine& line)
+{
+    line.second.resize(fColumnCount);
+    ++fLineIndex;
+    return true;
+}
+
+TMapLines ReadTable(std::u16string_view text, const TTableOptions& options)
+{
+    CTableLineSource source(text, options);
+    TMapLines lines;
+    TMapLine line;
+    while (source.Next(line))
+        lines.push_back(line);
     return lines;
 }
 

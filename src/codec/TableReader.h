@@ -54,6 +54,31 @@ inline constexpr TTableOptions kMapTableOptions{.fTrimBlanks = true, .fUnquote =
 // The line limit that is enough to read a mapping file's header alone.
 inline constexpr u32 kHeaderLineLimit = 10;
 
+// The four passes over a decoded text, one kept line at a time, so that a
+// reader need not hold the whole table.
+class CTableLineSource
+{
+public:
+    // text must outlive the source.
+    CTableLineSource(std::u16string_view text, const TTableOptions& options);
+    // The next line that passes 2 and 3 keep, tidied by pass 4; false at the
+    // end. line's strings are reused.
+    bool Next(TMapLine& line);
+
+private:
+    bool SplitLine(TMapLine& line);
+    std::size_t SkipPlainText(std::size_t position) const;
+    void SetColumn(TMapLine& line, std::size_t start, std::size_t end);
+    bool EndLine(TMapLine& line);
+
+    std::u16string_view fText;
+    TTableOptions fOptions;
+    std::size_t fPosition = 0;
+    std::size_t fColumnCount = 0;
+    u32 fLineIndex = 0;
+    bool fFinished = false;
+};
+
 // The four passes over a decoded text.
 TMapLines ReadTable(std::u16string_view text, const TTableOptions& options);
 

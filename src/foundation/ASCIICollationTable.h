@@ -12,6 +12,11 @@
 
 #include <unicode/coll.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -41,6 +46,22 @@ struct TASCIICollationTable
     std::array<u8, kASCIICount> fCase{};
 };
 
+// What ICU's contraction and expansion sets say about 7-bit text. A
+// contraction made of 7-bit characters only ("ch" in some locales), or a
+// 7-bit character that expands to several elements, breaks the one rank per
+// character model; a contraction whose first two units are 7-bit means that a
+// difference can't be settled before the texts are seen whole.
+struct TTailoringFacts
+{
+    bool fOneRankPerCharacter = true;
+    bool fDecidesEarly = true;
+};
+
+// Walks the whole sets: tens of milliseconds. MakeASCIICollationTable takes
+// the root collation's facts for granted (and turns the table off for any
+// tailoring that touches 7-bit characters); the tests prove them with this.
+TTailoringFacts ExamineContractionsAndExpansions(const char* locale);
+
 // Fills the table from the caseless and the case-counting collator of one
 // locale (secondary strength, punctuation not ignorable).
 TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
@@ -53,9 +74,231 @@ TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
 inline constexpr ECompareResult kTableUndecided = static_cast<ECompareResult>(0);
 
 // The collator's answer when both texts are 7-bit, else kTableUndecided.
-ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
-                              const TASCIICollationTable& table, bool caseCounts);
+// Inline: it sits on the hot path of every name comparison.
+inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
+                                     const TASCIICollationTable& table, bool caseCounts);
 
 // Whether every unit is below 128.
 bool IsASCII(std::u16string_view text);
+
+// ---- the comparison itself
+
+// Past the folded prefix: controls, ignorables, units above 127, and the ends.
+ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b, std::size_t from,
+                           i32 caseOrder, const TASCIICollationTable& table, bool caseCounts);
+
+namespace NSASCIICollation
+{
+// Controls, delete, and everything beyond 7 bits: the units that the folded
+// scan leaves to the walk by table.
+inline bool NeedsTable(char16 c)
+{
+    return c < 0x20 || c >= 0x7F;
+}
+
+inline char16 FoldCase(char16 c)
+{
+    return c >= u'A' && c <= u'Z' ? static_cast<char16>(c + 0x20) : c;
+}
+
+inline ECompareResult FromOrder(i32 order)
+{
+    if (order == 0)
+        return kTextEqual;
+    return order < 0 ? kTextLess : kTextGreater;
+}
+
+// Whether the character at `at` keeps its own weight whatever follows: the
+// next unit is 7-bit (or there is none), or, where contractions could reach
+// further, the whole rest of the text is 7-bit.
+inline bool CanDecideAt(std::u16string_view text, std::size_t at, const TASCIICollationTable& table)
+{
+    if (table.fDecidesEarly)
+        return at + 1 >= text.size() || text[at + 1] < kASCIICount;
+    return IsASCII(text.substr(at));
+}
+
+inline ECompareResult DecideByRank(std::u16string_view a, std::size_t i, std::u16string_view b,
+                                   std::size_t j, const TASCIICollationTable& table)
+{
+    if (!CanDecideAt(a, i, table) || !CanDecideAt(b, j, table))
+        return kTableUndecided;
+    return table.fRank[a[i]] < table.fRank[b[j]] ? kTextLess : kTextGreater;
+}
+
+// ---- the folded prefix: printable units that are equal but for case
+
+template <bool kCaseCounts>
+inline std::size_t ScanPrefixByUnit(std::u16string_view a, std::u16string_view b, std::size_t from,
+                                    const TASCIICollationTable& table, i32& caseOrder)
+{
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = from; i < common; ++i)
+    {
+        const char16 ca = a[i];
+        const char16 cb = b[i];
+        if (NeedsTable(ca) || NeedsTable(cb) || FoldCase(ca) != FoldCase(cb))
+            return i;
+        if (kCaseCounts && caseOrder == 0 && ca != cb)
+            caseOrder = table.fCase[ca] - table.fCase[cb];
+    }
+    return common;
+}
+
+#if defined(__SSE2__)
+inline constexpr std::size_t kBlockUnits = 8;
+
+// Two bits per unit: the units that end the folded prefix, and the units
+// that differ at all.
+struct TBlockMasks
+{
+    u32 fStop;
+    u32 fDifferent;
+};
+
+inline __m128i PrintableLanes(__m128i units)
+{
+    // 0x20 <= unit < 0x7F, as one unsigned saturating test.
+    const __m128i offset = _mm_sub_epi16(units, _mm_set1_epi16(0x20));
+    return _mm_cmpeq_epi16(_mm_subs_epu16(offset, _mm_set1_epi16(0x7F - 0x20 - 1)),
+                           _mm_setzero_si128());
+}
+
+inline __m128i FoldedLanes(__m128i units)
+{
+    const __m128i offset = _mm_sub_epi16(units, _mm_set1_epi16(u'A'));
+    const __m128i upper =
+        _mm_cmpeq_epi16(_mm_subs_epu16(offset, _mm_set1_epi16(25)), _mm_setzero_si128());
+    return _mm_or_si128(units, _mm_and_si128(upper, _mm_set1_epi16(0x20)));
+}
+
+inline TBlockMasks ScanUnits(__m128i unitsA, __m128i unitsB)
+{
+    // Units equal when folded are the same unit or two letters, so when one
+    // of them is printable both are.
+    const __m128i plainEqual = _mm_and_si128(
+        _mm_cmpeq_epi16(FoldedLanes(unitsA), FoldedLanes(unitsB)), PrintableLanes(unitsA));
+    const u32 allLanes = 0xFFFF;
+    return {~static_cast<u32>(_mm_movemask_epi8(plainEqual)) & allLanes,
+            ~static_cast<u32>(_mm_movemask_epi8(_mm_cmpeq_epi16(unitsA, unitsB))) & allLanes};
+}
+
+inline __m128i LoadEight(const char16* units)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+}
+
+// Four to seven units as one block: the first four and the last four, which
+// overlap. Lanes 4 to 7 stand for the units from `count` - 4 on.
+inline __m128i LoadFourToSeven(const char16* units, std::size_t count)
+{
+    const __m128i head = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(units));
+    const __m128i tail = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(units + count - 4));
+    return _mm_unpacklo_epi64(head, tail);
+}
+
+// The unit that lane `bit` / 2 of a block at `at` stands for.
+inline std::size_t UnitOfLane(u32 bit, std::size_t at, std::size_t count)
+{
+    const std::size_t lane = bit / 2;
+    if (count >= kBlockUnits || lane < 4)
+        return at + lane;
+    return count - 4 + (lane - 4);
+}
+
+// Returns the first unit that ends the folded prefix, or `count` for none.
+// With case counting, the first difference of case before it is noted. A
+// lane that overlaps an earlier block repeats what that block found, so the
+// first lane set is always the first unit.
+template <bool kCaseCounts>
+inline std::size_t ScanMasks(const TBlockMasks& masks, std::size_t at, std::size_t count,
+                             std::u16string_view a, std::u16string_view b,
+                             const TASCIICollationTable& table, i32& caseOrder)
+{
+    if (kCaseCounts && caseOrder == 0)
+    {
+        const u32 beforeStop = masks.fStop == 0 ? 0xFFFF : (masks.fStop & -masks.fStop) - 1;
+        const u32 caseDifferent = masks.fDifferent & beforeStop;
+        if (caseDifferent != 0)
+        {
+            const std::size_t unit =
+                UnitOfLane(static_cast<u32>(__builtin_ctz(caseDifferent)), at, count);
+            caseOrder = table.fCase[a[unit]] - table.fCase[b[unit]];
+        }
+    }
+    if (masks.fStop == 0)
+        return count;
+    return UnitOfLane(static_cast<u32>(__builtin_ctz(masks.fStop)), at, count);
+}
+
+// Eight units at a time; the last block overlaps the one before it, and four
+// to seven units make one block of two overlapping halves, so that no unit is
+// read beyond either text.
+template <bool kCaseCounts>
+inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
+                              const TASCIICollationTable& table, i32& caseOrder)
+{
+    const std::size_t common = std::min(a.size(), b.size());
+    if (common < 4)
+        return ScanPrefixByUnit<kCaseCounts>(a, b, 0, table, caseOrder);
+    if (common < kBlockUnits)
+    {
+        const TBlockMasks masks =
+            ScanUnits(LoadFourToSeven(a.data(), common), LoadFourToSeven(b.data(), common));
+        return ScanMasks<kCaseCounts>(masks, 0, common, a, b, table, caseOrder);
+    }
+    for (std::size_t next = 0;; next += kBlockUnits)
+    {
+        const std::size_t at = std::min(next, common - kBlockUnits);
+        const TBlockMasks masks = ScanUnits(LoadEight(a.data() + at), LoadEight(b.data() + at));
+        const std::size_t stop = ScanMasks<kCaseCounts>(masks, at, common, a, b, table, caseOrder);
+        if (stop != common || at == common - kBlockUnits)
+            return stop;
+    }
+}
+#else
+template <bool kCaseCounts>
+inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
+                              const TASCIICollationTable& table, i32& caseOrder)
+{
+    return ScanPrefixByUnit<kCaseCounts>(a, b, 0, table, caseOrder);
+}
+#endif
+
+template <bool kCaseCounts>
+inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view b,
+                                      const TASCIICollationTable& table)
+{
+    i32 caseOrder = 0;
+    if (!table.fFoldIsRank)
+        return WalkByTable(a, b, 0, caseOrder, table, kCaseCounts);
+    // Most names that differ differ at once: that needs no block.
+    if (!a.empty() && !b.empty() && FoldCase(a[0]) != FoldCase(b[0]) && !NeedsTable(a[0]) &&
+        !NeedsTable(b[0]))
+        return DecideByRank(a, 0, b, 0, table);
+    const std::size_t stop = ScanPrefix<kCaseCounts>(a, b, table, caseOrder);
+    const bool endOfA = stop == a.size();
+    const bool endOfB = stop == b.size();
+    if (endOfA && endOfB)
+        return FromOrder(caseOrder);
+    // A printable unit is never ignorable, so a text that goes on is the greater.
+    if (endOfA && !NeedsTable(b[stop]))
+        return CanDecideAt(b, stop, table) ? kTextLess : kTableUndecided;
+    if (endOfB && !NeedsTable(a[stop]))
+        return CanDecideAt(a, stop, table) ? kTextGreater : kTableUndecided;
+    // Two printable units that differ when folded differ in rank.
+    if (!endOfA && !endOfB && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
+        return DecideByRank(a, stop, b, stop, table);
+    return WalkByTable(a, b, stop, caseOrder, table, kCaseCounts);
+}
+} // namespace NSASCIICollation
+
+inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
+                                     const TASCIICollationTable& table, bool caseCounts)
+{
+    using namespace NSASCIICollation;
+    if (!caseCounts)
+        return table.fRanksExact ? CompareSevenBit<false>(a, b, table) : kTableUndecided;
+    return table.fCasesExact ? CompareSevenBit<true>(a, b, table) : kTableUndecided;
+}
 } // namespace NSTextPackage

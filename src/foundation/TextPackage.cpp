@@ -278,18 +278,18 @@ std::string UTF8FromText16(std::u16string_view text)
 
 TText16 Text16FromUTF8(std::string_view utf8, char16 replacement)
 {
-    TText16 result;
-    result.reserve(utf8.size());
+    // Files are mostly 7-bit: such runs are widened in place, a unit a byte,
+    // without the append's checks.
+    TText16 result(utf8.size(), u'\0');
+    std::size_t out = 0;
     std::size_t i = 0;
     while (i < utf8.size())
     {
-        const u8 lead = utf8[i];
-        if (lead < 0x80)
-        {
-            result += static_cast<char16>(lead);
-            ++i;
-            continue;
-        }
+        while (i < utf8.size() && static_cast<u8>(utf8[i]) < 0x80)
+            result[out++] = static_cast<char16>(utf8[i++]);
+        if (i >= utf8.size())
+            break;
+        result.resize(out);
         const u32 codePoint = DecodeStrictSequence(utf8, i);
         if (codePoint == kInvalidSequence)
             result += replacement;
@@ -298,7 +298,11 @@ TText16 Text16FromUTF8(std::string_view utf8, char16 replacement)
                        static_cast<char16>(0xDC00 + ((codePoint - 0x10000) & 0x3FF))};
         else
             result += static_cast<char16>(codePoint);
+        // No byte gives more than one unit, so the rest still fits behind out.
+        out = result.size();
+        result.resize(out + (utf8.size() - i));
     }
+    result.resize(out);
     return result;
 }
 

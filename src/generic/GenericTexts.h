@@ -12,6 +12,8 @@ inline constexpr u32 kTextMIDIOutputOptional = 3;  // "MIDI Output (optional)"
 inline constexpr u32 kTextLineMessage = 100;       // "Line  ^0: ^1"
 inline constexpr u32 kTextMissing = 101;           // "Missing: ^0."
 
-// The text of that id. Any thread.
+// The text of that id in the application's "TXT" 2000 resource, which this
+// loads when nobody has yet. Any thread, but it takes the table's lock: not
+// for the MIDI input path.
 TText16 GetGenericCodecText(u32 id);
 } // namespace NSGenericMidiCodec

@@ -9,7 +9,9 @@ VControlSurfaceMap::VControlSurfaceMap(TText16 manufacturer, TText16 model,
     : fManufacturer(std::move(manufacturer)), fModel(std::move(model)), fItems(std::move(items))
 {
     BF_ASSERT(!fManufacturer.empty() && !fModel.empty());
-    BF_ASSERT(fItems != nullptr && !fItems->empty());
+    // A surface without items is a codec's odd choice, not a fault of ours:
+    // its map lines are then simply all unknown.
+    BF_ASSERT(fItems != nullptr);
 }
 
 void VControlSurfaceMap::AddScope(const TScopeKey& key, const VMapScope& scope)

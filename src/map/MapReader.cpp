@@ -3,6 +3,7 @@
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
 #include "foundation/TextCompare.h"
+#include "foundation/FileHandling.h"
 #include "map/MapMessages.h"
 
 #include <algorithm>
@@ -26,7 +27,6 @@ constexpr std::u16string_view kKeywordScope = u"Scope";
 constexpr std::u16string_view kKeywordDefineGroup = u"Define Group";
 constexpr std::u16string_view kKeywordMap = u"Map";
 constexpr std::u16string_view kKeyboardShortcutVariations = u"Keyboard Shortcut Variations";
-constexpr std::size_t kHeaderLineCount = 5;
 constexpr std::size_t kMaxShortcutVariations = 10;
 // The line number of the one message that names no line of its own.
 constexpr i32 kWrongSurfaceLine = 4;
@@ -36,14 +36,58 @@ bool IsSevenBit(std::u16string_view text)
     return std::all_of(text.begin(), text.end(), [](char16 c) { return c < 0x80; });
 }
 
-// The number shown for position in lines: the line's own, the last line's
-// past the end, and 1 for a file without lines.
-i32 LineNumberAt(const TMapLines& lines, std::size_t position)
+// The lines of a map file one after another, and the number that a message
+// about the line in hand shows: its own, the last line's once the reader
+// stands past the end, and 1 for a file without lines.
+class ILineCursor
 {
-    if (lines.empty())
-        return 1;
-    return static_cast<i32>(lines[std::min(position, lines.size() - 1)].first) + 1;
-}
+public:
+    virtual const TMapLine* Current() const = 0; // null past the end
+    virtual void Advance() = 0;
+    virtual i32 Number() const = 0;
+
+protected:
+    ~ILineCursor() = default;
+};
+
+class CVectorCursor final : public ILineCursor
+{
+public:
+    explicit CVectorCursor(const TMapLines& lines) : fLines(lines) {}
+    const TMapLine* Current() const override { return fPosition < fLines.size() ? &fLines[fPosition] : nullptr; }
+    void Advance() override { ++fPosition; }
+    i32 Number() const override
+    {
+        if (fLines.empty())
+            return 1;
+        return static_cast<i32>(fLines[std::min(fPosition, fLines.size() - 1)].first) + 1;
+    }
+
+private:
+    const TMapLines& fLines;
+    std::size_t fPosition = 0;
+};
+
+// Reads the table as it goes: a large file is never held as a whole table.
+class CSourceCursor final : public ILineCursor
+{
+public:
+    explicit CSourceCursor(std::u16string_view text) : fSource(text, kMapTableOptions) { Advance(); }
+    const TMapLine* Current() const override { return fHasLine ? &fLine : nullptr; }
+    void Advance() override
+    {
+        fHasLine = fSource.Next(fLine);
+        if (fHasLine)
+            fNumber = static_cast<i32>(fLine.first) + 1;
+    }
+    i32 Number() const override { return fNumber; }
+
+private:
+    CTableLineSource fSource;
+    TMapLine fLine;
+    bool fHasLine = false;
+    i32 fNumber = 1;
+};
 
 std::u16string_view Column(const TMapLine& line, std::size_t index)
 {
@@ -54,32 +98,72 @@ std::u16string_view Column(const TMapLine& line, std::size_t index)
 class CMessageSink
 {
 public:
-    CMessageSink(const TMapLines& lines, TText16& errorText) : fLines(lines), fErrorText(errorText) {}
+    CMessageSink(TText16& errorText, TMapFaultList* faults) : fErrorText(errorText), fFaults(faults) {}
 
-    void Append(i32 lineNumber, const TText16& message) { fErrorText += MakeLineMessage(lineNumber, message); }
-    void Append(std::size_t position, EMapMessage id) { Append(LineNumberAt(fLines, position), GetMapMessageText(id)); }
-
-    [[noreturn]] void Fail(std::size_t position, EMapMessage id)
+    void Append(i32 lineNumber, const TText16& message)
     {
-        Append(position, id);
+        fErrorText += MakeLineMessage(lineNumber, message);
+        if (fFaults != nullptr)
+            fFaults->push_back({lineNumber, message});
+    }
+    void Append(i32 lineNumber, EMapMessage id) { Append(lineNumber, GetMapMessageText(id)); }
+
+    [[noreturn]] void Fail(i32 lineNumber, EMapMessage id)
+    {
+        Append(lineNumber, id);
         throw XBadFormat();
     }
 
-    [[noreturn]] void FailMissing(std::size_t position, std::u16string_view keyword)
+    [[noreturn]] void FailMissing(i32 lineNumber, std::u16string_view keyword)
     {
-        Append(LineNumberAt(fLines, position), MakeMissingMessage(TText16(keyword)));
+        Append(lineNumber, MakeMissingMessage(TText16(keyword)));
         throw XBadFormat();
     }
 
 private:
-    const TMapLines& fLines;
     TText16& fErrorText;
+    TMapFaultList* fFaults;
 };
 
+// Names of 7-bit printing characters compare equal, by the text comparison,
+// exactly when their lower-case forms are equal: such names can be looked up
+// in hash tables by that form instead of being compared one by one.
+bool IsPlainName(std::u16string_view name)
+{
+    return std::all_of(name.begin(), name.end(), [](char16 c) { return c >= 0x20 && c < 0x7F; });
+}
+
+char16 FoldUnit(char16 c) { return c >= u'A' && c <= u'Z' ? static_cast<char16>(c - u'A' + u'a') : c; }
+
+// Hashes and compares plain names by their lower-case form without making
+// that form: a lookup per map line then costs no allocation.
+struct TFoldedHash
+{
+    using is_transparent = void;
+    std::size_t operator()(std::u16string_view name) const
+    {
+        std::size_t hash = 14695981039346656037ull;
+        for (const char16 c : name)
+            hash = (hash ^ FoldUnit(c)) * 1099511628211ull;
+        return hash;
+    }
+};
+
+struct TFoldedEqual
+{
+    using is_transparent = void;
+    bool operator()(std::u16string_view a, std::u16string_view b) const
+    {
+        return a.size() == b.size() &&
+               std::equal(a.begin(), a.end(), b.begin(), [](char16 x, char16 y) { return FoldUnit(x) == FoldUnit(y); });
+    }
+};
+
+template <class T> using TFoldedMap = std::unordered_map<TText16, T, TFoldedHash, TFoldedEqual>;
+
 // Finds items by name as the text comparison does, in list order, without a
-// walk of the list per line: 7-bit names of printing characters compare
-// equal exactly when their lower-case forms are equal, so those go in a hash
-// table; the rare other names are compared one by one.
+// walk of the list per line: plain names through a hash table, the rare other
+// ones one by one.
 class CItemIndex
 {
 public:
@@ -89,7 +173,7 @@ public:
         {
             const TText16 name = NameOf(items[index]);
             if (IsPlainName(name))
-                fPlain.emplace(Fold(name), index); // keeps the first of equal names
+                fPlain.emplace(name, index); // keeps the first of equal names
             else
                 fOthers.push_back(index);
         }
@@ -100,7 +184,7 @@ public:
         std::optional<u32> found;
         if (IsPlainName(name))
         {
-            const auto hit = fPlain.find(Fold(name));
+            const auto hit = fPlain.find(name);
             if (hit != fPlain.end())
                 found = hit->second;
         }
@@ -125,20 +209,6 @@ private:
         return TText16(item.fName, length);
     }
 
-    static bool IsPlainName(std::u16string_view name)
-    {
-        return std::all_of(name.begin(), name.end(), [](char16 c) { return c >= 0x20 && c < 0x7F; });
-    }
-
-    static TText16 Fold(std::u16string_view name)
-    {
-        TText16 folded(name);
-        for (char16& c : folded)
-            if (c >= u'A' && c <= u'Z')
-                c = static_cast<char16>(c - u'A' + u'a');
-        return folded;
-    }
-
     std::optional<u32> FindByWalk(std::u16string_view name) const
     {
         for (u32 index = 0; index < fItems.size(); ++index)
@@ -148,8 +218,42 @@ private:
     }
 
     const TItemList& fItems;
-    std::unordered_map<TText16, u32> fPlain;
+    TFoldedMap<u32> fPlain;
     std::vector<u32> fOthers;
+};
+
+// The values of the current scope's groups by name, answering as
+// VMapScope::FindGroupValue does: the first group, in order, with the value.
+// A scope whose values are not all plain names is asked directly.
+class CGroupValueIndex
+{
+public:
+    void Clear()
+    {
+        fIndex.clear();
+        fAllPlain = true;
+    }
+
+    void Add(u32 group, const std::vector<TText16>& values)
+    {
+        for (u32 value = 0; value < values.size(); ++value)
+        {
+            fAllPlain = fAllPlain && IsPlainName(values[value]);
+            fIndex.emplace(values[value], TGroupValue{group, value}); // keeps the first
+        }
+    }
+
+    TGroupValue Find(const VMapScope& scope, std::u16string_view name) const
+    {
+        if (!fAllPlain || !IsPlainName(name))
+            return scope.FindGroupValue(name);
+        const auto found = fIndex.find(name);
+        return found == fIndex.end() ? kNoGroupValue : found->second;
+    }
+
+private:
+    TFoldedMap<TGroupValue> fIndex;
+    bool fAllPlain = true;
 };
 
 int SemitoneOf(char16 letter)
@@ -191,46 +295,51 @@ std::optional<i64> ReadNoteName(std::u16string_view text)
 class CHeaderReader
 {
 public:
-    CHeaderReader(const TMapLines& lines, CMessageSink& sink) : fLines(lines), fSink(sink) {}
+    CHeaderReader(ILineCursor& lines, CMessageSink& sink) : fLines(lines), fSink(sink) {}
 
     void Read(TText16& manufacturer, TText16& model, std::array<u32, 3>& version)
     {
-        ExpectKeyword(0, kKeywordFileHeader);
-        const auto format = ReadVersion(1, kKeywordFormatVersion);
-        if (format != std::array<i64, 3>{1, 0, 0})
-            fSink.FailMissing(1, kKeywordFormatVersion);
-        manufacturer = ReadName(2, kKeywordManufacturer);
-        model = ReadName(3, kKeywordModel);
-        const auto map = ReadVersion(4, kKeywordMapVersion);
+        ExpectKeyword(kKeywordFileHeader);
+        fLines.Advance();
+        if (ReadVersion(kKeywordFormatVersion) != std::array<i64, 3>{1, 0, 0})
+            fSink.FailMissing(fLines.Number(), kKeywordFormatVersion);
+        fLines.Advance();
+        manufacturer = ReadName(kKeywordManufacturer);
+        fLines.Advance();
+        model = ReadName(kKeywordModel);
+        fLines.Advance();
+        const auto map = ReadVersion(kKeywordMapVersion);
         for (std::size_t i = 0; i < version.size(); ++i)
             version[i] = static_cast<u32>(map[i]);
+        fLines.Advance();
     }
 
 private:
-    const TMapLine& ExpectKeyword(std::size_t position, std::u16string_view keyword)
+    const TMapLine& ExpectKeyword(std::u16string_view keyword)
     {
-        if (position >= fLines.size() || !EqualTexts(Column(fLines[position], 0), keyword))
-            fSink.FailMissing(position, keyword);
-        return fLines[position];
+        const TMapLine* line = fLines.Current();
+        if (line == nullptr || !EqualTexts(Column(*line, 0), keyword))
+            fSink.FailMissing(fLines.Number(), keyword);
+        return *line;
     }
 
-    std::array<i64, 3> ReadVersion(std::size_t position, std::u16string_view keyword)
+    std::array<i64, 3> ReadVersion(std::u16string_view keyword)
     {
-        const auto numbers = ReadVersionNumbers(Column(ExpectKeyword(position, keyword), 1));
+        const auto numbers = ReadVersionNumbers(Column(ExpectKeyword(keyword), 1));
         if (!numbers)
-            fSink.FailMissing(position, keyword);
+            fSink.FailMissing(fLines.Number(), keyword);
         return *numbers;
     }
 
-    TText16 ReadName(std::size_t position, std::u16string_view keyword)
+    TText16 ReadName(std::u16string_view keyword)
     {
-        const std::u16string_view name = Column(ExpectKeyword(position, keyword), 1);
+        const std::u16string_view name = Column(ExpectKeyword(keyword), 1);
         if (name.empty())
-            fSink.FailMissing(position, keyword);
+            fSink.FailMissing(fLines.Number(), keyword);
         return TText16(name);
     }
 
-    const TMapLines& fLines;
+    ILineCursor& fLines;
     CMessageSink& fSink;
 };
 
@@ -238,29 +347,29 @@ private:
 class CBodyReader
 {
 public:
-    CBodyReader(const TMapLines& lines, VControlSurfaceMap& map, const TStateNames& stateNames,
-                CMessageSink& sink)
+    CBodyReader(ILineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, CMessageSink& sink)
         : fLines(lines), fMap(map), fItems(*map.GetItems()), fStateNames(stateNames), fItemIndex(fItems),
           fSink(sink)
     {
     }
 
+    // The cursor stands behind the header.
     void Read()
     {
-        for (fPosition = kHeaderLineCount; fPosition < fLines.size(); ++fPosition)
-            ReadLine(fLines[fPosition]);
+        for (; fLines.Current() != nullptr; fLines.Advance())
+            ReadLine(*fLines.Current());
         CloseScope();
         if (fErrorsCollected)
             throw XBadFormat();
         if (!fMap.Check())
-            fSink.Fail(fLines.size(), kMsgBadMapping);
+            fSink.Fail(fLines.Number(), kMsgBadMapping);
     }
 
 private:
     void ReadLine(const TMapLine& line)
     {
         if (line.second.empty())
-            fSink.Fail(fPosition, kMsgUndefinedCommand);
+            fSink.Fail(fLines.Number(), kMsgUndefinedCommand);
         const std::u16string_view command = line.second[0];
         if (EqualTexts(command, kKeywordMap))
             ReadMapLine(line);
@@ -274,7 +383,7 @@ private:
 
     void Collect(EMapMessage id)
     {
-        fSink.Append(fPosition, id);
+        fSink.Append(fLines.Number(), id);
         fErrorsCollected = true;
     }
 
@@ -290,10 +399,11 @@ private:
         CloseScope();
         const TScopeKey key{TText16(Column(line, 1)), TText16(Column(line, 2))};
         if (line.second.size() < 3 || key.first.empty() || key.second.empty())
-            fSink.Fail(fPosition, kMsgScopeIncomplete);
+            fSink.Fail(fLines.Number(), kMsgScopeIncomplete);
         if (fMap.FindScope(key) != nullptr)
-            fSink.Fail(fPosition, kMsgScopeDefined);
+            fSink.Fail(fLines.Number(), kMsgScopeDefined);
         fScope = std::make_unique<VMapScope>(fMap.GetItems());
+        fValues.Clear();
         fScopeKey = key;
         fLineSeen = false;
     }
@@ -301,16 +411,16 @@ private:
     void ReadGroup(const TMapLine& line)
     {
         if (!fScope)
-            fSink.Fail(fPosition, kMsgNoScope);
+            fSink.Fail(fLines.Number(), kMsgNoScope);
         if (fLineSeen)
-            fSink.Fail(fPosition, kMsgGroupMisplaced);
+            fSink.Fail(fLines.Number(), kMsgGroupMisplaced);
         const TText16 name(Column(line, 1));
         if (name.empty())
-            fSink.Fail(fPosition, kMsgBadGroup);
+            fSink.Fail(fLines.Number(), kMsgBadGroup);
         if (!IsSevenBit(name))
-            fSink.Fail(fPosition, kMsgGroupNotASCII);
+            fSink.Fail(fLines.Number(), kMsgGroupNotASCII);
         if (fScope->FindGroup(name) != kAnyGroupValue)
-            fSink.Fail(fPosition, kMsgDuplicateGroup);
+            fSink.Fail(fLines.Number(), kMsgDuplicateGroup);
         const bool shortcuts = EqualTexts(name, kKeyboardShortcutVariations);
         std::vector<TText16> values;
         for (std::size_t column = 2; column < line.second.size(); ++column)
@@ -320,23 +430,24 @@ private:
                 continue;
             // A name that isn't 7-bit can't be in the scope: it would have
             // been refused when its group was defined.
-            if (IsSevenBit(value) && fScope->FindGroupValue(value) != kNoGroupValue)
-                fSink.Fail(fPosition, kMsgDuplicateGroupValue);
+            if (IsSevenBit(value) && fValues.Find(*fScope, value) != kNoGroupValue)
+                fSink.Fail(fLines.Number(), kMsgDuplicateGroupValue);
             if (shortcuts && values.size() >= kMaxShortcutVariations)
-                fSink.Fail(fPosition, kMsgTooManyVariations);
+                fSink.Fail(fLines.Number(), kMsgTooManyVariations);
             if (!IsSevenBit(value))
-                fSink.Fail(fPosition, kMsgVariationNotASCII);
+                fSink.Fail(fLines.Number(), kMsgVariationNotASCII);
             values.push_back(value);
         }
         if (values.empty())
-            fSink.Fail(fPosition, kMsgEmptyGroup);
+            fSink.Fail(fLines.Number(), kMsgEmptyGroup);
         fScope->AddGroup(name, values);
+        fValues.Add(fScope->GetGroupCount() - 1, values);
     }
 
     void ReadMapLine(const TMapLine& line)
     {
         if (!fScope)
-            fSink.Fail(fPosition, kMsgNoScope);
+            fSink.Fail(fLines.Number(), kMsgNoScope);
         fLineSeen = true;
         try
         {
@@ -350,7 +461,7 @@ private:
     }
 
     // Every fault of a map line: append and throw, for ReadMapLine to catch.
-    [[noreturn]] void Refuse(EMapMessage id) { fSink.Fail(fPosition, id); }
+    [[noreturn]] void Refuse(EMapMessage id) { fSink.Fail(fLines.Number(), id); }
 
     void ReadMapEntry(const TMapLine& line)
     {
@@ -372,10 +483,14 @@ private:
             Refuse(kMsgKinvarableNotASCII);
         const i64 scale = ReadScale(line);
         const u32 mode = ReadMode(line, *item);
-        const TVariation variation = ReadVariation(line);
+        TVariation variation = ReadVariation(line);
         if (fScope->IsItemMapped(key, variation))
             Refuse(kMsgItemMapped);
-        fScope->AddMapEntry(key, MakeEntry(key, TText16(target), variation, scale, mode));
+        VMapEntry entry = MakeEntry(key, target, std::move(variation), scale, mode);
+        if (entry.IsKinvarable())
+            fScope->AddMapEntry(key, std::move(entry), fHashes);
+        else
+            fScope->AddMapEntry(key, std::move(entry));
     }
 
     i64 ReadKey(const TMapLine& line)
@@ -420,7 +535,7 @@ private:
             const TText16& value = line.second[column];
             if (value.empty())
                 continue;
-            const TGroupValue found = IsSevenBit(value) ? fScope->FindGroupValue(value) : kNoGroupValue;
+            const TGroupValue found = IsSevenBit(value) ? fValues.Find(*fScope, value) : kNoGroupValue;
             if (found == kNoGroupValue)
                 Refuse(kMsgUnknownGroupValue);
             variation[found.fGroup] = found.fValue;
@@ -428,25 +543,26 @@ private:
         return variation;
     }
 
-    VMapEntry MakeEntry(const TMapKey& key, const TText16& target, const TVariation& variation, i64 scale, u32 mode)
+    VMapEntry MakeEntry(const TMapKey& key, std::u16string_view target, TVariation variation, i64 scale, u32 mode)
     {
         const bool constant = ReadLooseInteger(target).has_value() || target.front() == u'"' ||
-                              target.find(u'=') != TText16::npos;
+                              target.find(u'=') != std::u16string_view::npos;
         if (constant && key.fNote != kNoNote)
             Refuse(kMsgKeyWithConstant);
         if (const std::optional<i64> value = ReadLooseInteger(target))
-            return VMapEntry(variation, *value, mode);
+            return VMapEntry(std::move(variation), *value, mode);
         if (target.front() == u'"')
         {
             if (target.size() < 2 || target.back() != u'"')
                 Refuse(kMsgBadTextConstant);
-            return VMapEntry(variation, target.substr(1, target.size() - 2), mode);
+            return VMapEntry(std::move(variation), TText16(target.substr(1, target.size() - 2)), mode);
         }
-        if (const std::size_t equals = target.find(u'='); equals != TText16::npos)
-            return VMapEntry(variation, ReadAssignment(target, equals), mode);
-        if (fScope->IsKinvarableMapped(target, variation))
+        if (const std::size_t equals = target.find(u'='); equals != std::u16string_view::npos)
+            return VMapEntry(std::move(variation), ReadAssignment(target, equals), mode);
+        fHashes = VMapScope::KinvarableHashes(target, variation);
+        if (fScope->IsKinvarableMapped(target, variation, fHashes))
             Refuse(kMsgKinvarableMapped);
-        return VMapEntry(variation, target, scale, mode);
+        return VMapEntry(std::move(variation), TText16(target), scale, mode);
     }
 
     TGroupValue ReadAssignment(std::u16string_view target, std::size_t equals)
@@ -464,18 +580,38 @@ private:
         return {groupIndex, valueIndex};
     }
 
-    const TMapLines& fLines;
+    ILineCursor& fLines;
     VControlSurfaceMap& fMap;
     const TItemList& fItems;
     const TStateNames& fStateNames;
     CItemIndex fItemIndex;
     CMessageSink& fSink;
-    std::size_t fPosition = 0;
     std::unique_ptr<VMapScope> fScope;
+    CGroupValueIndex fValues;
+    VMapScope::TKinvarableHashes fHashes{}; // of the Kinvarable line in hand
     TScopeKey fScopeKey;
     bool fLineSeen = false;
     bool fErrorsCollected = false;
 };
+
+// The whole file from the cursor's first line on.
+void ReadMapFile(ILineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText,
+                 TMapFaultList* faults)
+{
+    errorText = MakeMapErrorsHeading();
+    CMessageSink sink(errorText, faults);
+    TText16 manufacturer;
+    TText16 model;
+    std::array<u32, 3> version{};
+    CHeaderReader(lines, sink).Read(manufacturer, model, version);
+    if (!EqualTexts(manufacturer, map.GetManufacturer()) || !EqualTexts(model, map.GetModel()))
+    {
+        sink.Append(kWrongSurfaceLine, GetMapMessageText(kMsgWrongSurface));
+        throw XBadFormat();
+    }
+    CBodyReader(lines, map, stateNames, sink).Read();
+    errorText.clear();
+}
 } // namespace
 
 TMapLines ReadMapLines(const std::filesystem::path& file, bool headerOnly)
@@ -499,27 +635,39 @@ std::optional<i64> ReadMapKey(std::u16string_view column)
     return ReadNoteName(column);
 }
 
-void ReadMapHeader(const TMapLines& lines, TText16& manufacturer, TText16& model, std::array<u32, 3>& version,
-                   TText16& errorText)
+TText16 ReadMapText(const std::filesystem::path& file)
 {
-    CMessageSink sink(lines, errorText);
-    CHeaderReader(lines, sink).Read(manufacturer, model, version);
+    const std::vector<u8> bytes = NSHarbryUtils::ReadWholeFile(file);
+    return DecodeTableText(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
-void ReadMapFile(const TMapLines& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText)
+void ReadMapHeader(const TMapLines& lines, TText16& manufacturer, TText16& model, std::array<u32, 3>& version,
+                   TText16& errorText, TMapFaultList* faults)
 {
-    errorText = MakeMapErrorsHeading();
-    CMessageSink sink(lines, errorText);
-    TText16 manufacturer;
-    TText16 model;
-    std::array<u32, 3> version{};
-    CHeaderReader(lines, sink).Read(manufacturer, model, version);
-    if (!EqualTexts(manufacturer, map.GetManufacturer()) || !EqualTexts(model, map.GetModel()))
-    {
-        sink.Append(kWrongSurfaceLine, GetMapMessageText(kMsgWrongSurface));
-        throw XBadFormat();
-    }
-    CBodyReader(lines, map, stateNames, sink).Read();
-    errorText.clear();
+    CVectorCursor cursor(lines);
+    CMessageSink sink(errorText, faults);
+    CHeaderReader(cursor, sink).Read(manufacturer, model, version);
+}
+
+void ReadMapHeader(std::u16string_view text, TText16& manufacturer, TText16& model, std::array<u32, 3>& version,
+                   TText16& errorText, TMapFaultList* faults)
+{
+    CSourceCursor cursor(text);
+    CMessageSink sink(errorText, faults);
+    CHeaderReader(cursor, sink).Read(manufacturer, model, version);
+}
+
+void ReadMapFile(const TMapLines& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText,
+                 TMapFaultList* faults)
+{
+    CVectorCursor cursor(lines);
+    ReadMapFile(cursor, map, stateNames, errorText, faults);
+}
+
+void ReadMapFile(std::u16string_view text, VControlSurfaceMap& map, const TStateNames& stateNames,
+                 TText16& errorText, TMapFaultList* faults)
+{
+    CSourceCursor cursor(text);
+    ReadMapFile(cursor, map, stateNames, errorText, faults);
 }
 } // namespace NSKinvar

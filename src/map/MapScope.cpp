@@ -115,16 +115,27 @@ void VMapScope::AddGroup(const TText16& name, const std::vector<TText16>& valueN
     fGroupValueNames->push_back(valueNames);
 }
 
-void VMapScope::AddMapEntry(const TMapKey& key, const VMapEntry& entry)
+void VMapScope::AddMapEntry(const TMapKey& key, VMapEntry entry)
+{
+    const TKinvarableHashes hashes =
+        entry.IsKinvarable() ? KinvarableHashes(entry.GetKinvarableName(), entry.GetVariation()) : TKinvarableHashes{};
+    AddMapEntry(key, std::move(entry), hashes);
+}
+
+void VMapScope::AddMapEntry(const TMapKey& key, VMapEntry entry, const TKinvarableHashes& hashes)
 {
     BF_ASSERT(key.fItemIndex < fItems->size());
-    BF_ASSERT(!IsItemMapped(key, entry.GetVariation()));
     MakeUnique(fItemMap, "VMapScope::AddMapEntry() - Copy On Write in action: fItemMap (performance warning)");
-    fItemMap->emplace(key, entry);
-    if (!entry.IsKinvarable())
+    // One walk down the tree serves the test and the insertion behind the
+    // last entry of the key, which keeps the order of insertion.
+    const auto [first, last] = fItemMap->equal_range(key);
+    BF_ASSERT(std::none_of(first, last, [&](const auto& pair) { return pair.second.GetVariation() == entry.GetVariation(); }));
+    const bool kinvarable = entry.IsKinvarable();
+    fItemMap->emplace_hint(last, key, std::move(entry));
+    if (!kinvarable)
         return;
     MakeUnique(fKinvarableFilter, nullptr);
-    for (const u32 bit : KinvarableHashes(entry.GetKinvarableName(), entry.GetVariation()))
+    for (const u32 bit : hashes)
         fKinvarableFilter->set(bit);
 }
 
@@ -168,24 +179,44 @@ bool VMapScope::IsItemMapped(const TMapKey& key, const TVariation& variation) co
     return std::any_of(first, last, [&](const auto& pair) { return pair.second.GetVariation() == variation; });
 }
 
-std::array<u32, 6> VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variation)
+// Names are short: the vectorised form of these loops costs more in setting
+// up than it saves, so the compiler is asked for plain scalar code.
+__attribute__((optimize("no-tree-vectorize"))) VMapScope::TKinvarableHashes
+VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variation)
 {
-    std::array<u32, 6> hashes{};
-    for (u32 i = 0; i < hashes.size(); ++i)
+    // The six hashes advance side by side in one pass over the name; written
+    // out, since this runs twice for every Kinvarable line of a map. Hash i
+    // adds c * (i + 1000000), that is c * 1000000 plus i times c.
+    u32 h0 = kFilterSeeds[0], h1 = kFilterSeeds[1], h2 = kFilterSeeds[2];
+    u32 h3 = kFilterSeeds[3], h4 = kFilterSeeds[4], h5 = kFilterSeeds[5];
+    for (const char16 unit : name)
     {
-        u32 h = kFilterSeeds[i];
-        for (const char16 c : name)
-            h = h * 33 + static_cast<u32>(c) * (i + 1000000);
-        for (const u32 v : variation)
-            h = h ^ ((v * i) ^ (v << 4));
-        hashes[i] = h % kFilterBits;
+        const u32 c = unit;
+        const u32 base = c * 1000000u;
+        h0 = h0 * 33 + base;
+        h1 = h1 * 33 + base + c;
+        h2 = h2 * 33 + base + 2 * c;
+        h3 = h3 * 33 + base + 3 * c;
+        h4 = h4 * 33 + base + 4 * c;
+        h5 = h5 * 33 + base + 5 * c;
     }
-    return hashes;
+    for (const u32 v : variation)
+    {
+        const u32 shifted = v << 4;
+        h0 ^= (v * 0) ^ shifted;
+        h1 ^= (v * 1) ^ shifted;
+        h2 ^= (v * 2) ^ shifted;
+        h3 ^= (v * 3) ^ shifted;
+        h4 ^= (v * 4) ^ shifted;
+        h5 ^= (v * 5) ^ shifted;
+    }
+    const u32 bits = kFilterBits;
+    return {h0 % bits, h1 % bits, h2 % bits, h3 % bits, h4 % bits, h5 % bits};
 }
 
-bool VMapScope::FilterContains(std::u16string_view name, const TVariation& variation) const
+bool VMapScope::FilterContains(const TKinvarableHashes& hashes) const
 {
-    for (const u32 bit : KinvarableHashes(name, variation))
+    for (const u32 bit : hashes)
         if (!fKinvarableFilter->test(bit))
             return false;
     return true;
@@ -193,8 +224,14 @@ bool VMapScope::FilterContains(std::u16string_view name, const TVariation& varia
 
 bool VMapScope::IsKinvarableMapped(std::u16string_view name, const TVariation& variation) const
 {
+    return IsKinvarableMapped(name, variation, KinvarableHashes(name, variation));
+}
+
+bool VMapScope::IsKinvarableMapped(std::u16string_view name, const TVariation& variation,
+                                   const TKinvarableHashes& hashes) const
+{
     BF_ASSERT(IsVariationInRange(variation, true));
-    if (!FilterContains(name, variation))
+    if (!FilterContains(hashes))
         return false;
     // The filter hashes the name as written, the walk compares it caselessly:
     // names that differ only in case meet here only when their hashes collide.

@@ -41,14 +41,14 @@ TControlSurfacePtr MakeSurfaceFor(const TCodecSurfaceList& surfaces, const TText
 
 TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file)
 {
-    const TMapLines lines = ReadMapLines(file, false);
+    const TText16 text = ReadMapText(file);
     TMapCheckResult result;
     TText16 manufacturer;
     TText16 model;
     std::array<u32, 3> version{};
     try
     {
-        ReadMapHeader(lines, manufacturer, model, version, result.fErrorText);
+        ReadMapHeader(text, manufacturer, model, version, result.fErrorText, &result.fFaults);
     }
     catch (const XBadFormat&)
     {
@@ -66,7 +66,7 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
     VControlSurfaceMap map(GetRecordText(info.fManufacturer), GetRecordText(info.fModel), GetItemInfos(*surface));
     try
     {
-        ReadMapFile(lines, map, *GetItemStateNames(*surface), result.fErrorText);
+        ReadMapFile(text, map, *GetItemStateNames(*surface), result.fErrorText, &result.fFaults);
     }
     catch (const XBadFormat&)
     {

@@ -6,6 +6,7 @@
 // Main thread.
 
 #include "codec/CodecSurfaces.h"
+#include "map/MapReader.h"
 
 #include <filesystem>
 
@@ -23,6 +24,8 @@ struct TMapCheckResult
 {
     EMapCheckOutcome fOutcome = EMapCheckOutcome::kGood;
     TText16 fErrorText;
+    // The faults of fErrorText one by one.
+    TMapFaultList fFaults;
 };
 
 // The one line of the log when no codec offers the file's surface.

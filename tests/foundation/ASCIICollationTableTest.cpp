@@ -161,21 +161,34 @@ TEST(ASCIICollationTable, AnswersSevenBitTextsItself)
     EXPECT_EQ(CompareByTable(u"ab", u"bc\u0301", Root().fTable, false), kTextLess);
 }
 
-TEST(ASCIICollationTable, LocalesWithSevenBitContractionsGoToTheCollator)
+// The table takes the root collation's facts for granted; this proves them
+// for the ICU the program is built with.
+TEST(ASCIICollationTable, RootHasNoSevenBitContractionOrExpansion)
 {
-    // "ch" is one letter after "h" in Czech, "aa" one after "z" in Danish.
-    for (const char* locale : {"cs", "da", "hu"})
+    const TTailoringFacts root = ExamineContractionsAndExpansions("");
+    EXPECT_TRUE(root.fOneRankPerCharacter);
+    EXPECT_TRUE(root.fDecidesEarly);
+    // And the examination does see them where they are: "ch" in Czech.
+    EXPECT_FALSE(ExamineContractionsAndExpansions("cs").fOneRankPerCharacter);
+}
+
+TEST(ASCIICollationTable, LocalesThatTailorSevenBitCharactersGoToTheCollator)
+{
+    // "ch" is one letter after "h" in Czech, "aa" one after "z" in Danish; the
+    // Turkish i has a dotless partner.
+    for (const char* locale : {"cs", "da", "hu", "tr"})
     {
         const TLocaleCollation collation(locale);
         EXPECT_FALSE(collation.fTable.fRanksExact) << locale;
         EXPECT_EQ(CompareByTable(u"chata", u"hrad", collation.fTable, false), kTableUndecided);
     }
-    // Turkish has no such contraction but a dotless i: its table still agrees.
-    const TLocaleCollation turkish("tr");
-    EXPECT_TRUE(turkish.fTable.fRanksExact);
-    EXPECT_FALSE(turkish.fTable.fFoldIsRank);
-    for (const char16* a : {u"file", u"FILE", u"fIle", u"fjle", u"fhle"})
-        for (const char16* b : {u"file", u"FILE", u"fIle", u"fjle", u"fhle"})
-            turkish.ExpectAgreement(a, b);
+    // Swedish tailors "a" with a combining diaeresis, which begins with a
+    // 7-bit unit: the table steps aside there too. German tailors nothing.
+    EXPECT_FALSE(TLocaleCollation("sv").fTable.fRanksExact);
+    const TLocaleCollation german("de");
+    EXPECT_TRUE(german.fTable.fRanksExact);
+    for (const char16* a : {u"zebra", u"\u00e4ra", u"ara", u"a\u0308ra", u"Zebra"})
+        for (const char16* b : {u"zebra", u"\u00e4ra", u"ara", u"a\u0308ra", u"Zebra"})
+            german.ExpectAgreement(a, b);
 }
 } // namespace

@@ -275,3 +275,35 @@ TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
     EXPECT_TRUE(shutdown.fCalls[0].empty());
 }
 } // namespace
+
+namespace
+{
+TEST(GenericSurface, TakesMessagesOfUpTo1024Bytes)
+{
+    TSurface surface = MakeSurface({}, {"Dump\tvalue\t0\t127"}, {"F0 7D xx\tDump\tx\t\t\t"});
+    CRecordingInputHandler handler;
+    surface->IControlSurface_SetInputHandler(&handler);
+    TMIDIEvent event = MakeEvent({0xF0, 0x7D, 0x05});
+    event.fSize = kMaxMIDIEventSize;
+    event.fData[kMaxMIDIEventSize - 1] = 0xF7;
+    CCodecTextGetter messages;
+    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecOK);
+    EXPECT_EQ(handler.fInputs.size(), 1u);
+    event.fSize = kMaxMIDIEventSize + 1;
+    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecInvalidArgument);
+}
+
+TEST(GenericSurface, RefusesToSendASetupMessageOver1024Bytes)
+{
+    CGenericMidiCodecConfig config = ReadConfig(DefinitionText("Acme", "Box", {}, {}, {}));
+    config.fSetupMessages.assign(1, TMIDIBytes(kMaxMIDIEventSize + 1, 0x01));
+    TSurface surface(new CGenericMidiControlSurface(std::move(config)));
+    CRecordingEventGetter getter;
+    CCodecTextGetter messages;
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(surface->IControlSurface_GetStartupEvents(getter, 0, messages), kCodecUnknownError)
+        << "sysex data too large";
+    EXPECT_EQ(expect.Count(), 1u);
+    EXPECT_TRUE(getter.fCalls.empty());
+}
+} // namespace

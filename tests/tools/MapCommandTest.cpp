@@ -1,0 +1,93 @@
+// brassfold-check map, run as a whole process.
+
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+using namespace NSToolTesting;
+
+namespace
+{
+const std::string kKinvar = std::string(BRASSFOLD_SOURCE_DIR) + "/examples/Thistlemarrow Software/Kinvar/";
+const std::string kCodecs = kKinvar + "Codecs/MIDI Codecs";
+
+const std::string kHeader = "Thistlemarrow Kinvar Mapping File\n"
+                            "File Format Version\t1.0.0\n"
+                            "Control Surface Manufacturer\tQuillfeather Instruments\n"
+                            "Control Surface Model\tQF-8 Fader Box\n"
+                            "Map Version\t1.0.0\n";
+
+class MapCommand : public testing::Test
+{
+protected:
+    std::string Map(const std::string& body) { return fScratch.Write("test.kinvarmap", kHeader + body).string(); }
+    CScratchFolder fScratch;
+};
+
+TEST_F(MapCommand, AcceptsTheBundledMapsAgainstTheirDefinitions)
+{
+    for (const auto& entry : std::filesystem::directory_iterator(kKinvar + "Maps"))
+    {
+        const TRunResult result = RunTool("brassfold-check", {"map", entry.path().string(), "--codecs", kCodecs});
+        EXPECT_EQ(result.fExitCode, 0) << entry.path() << "\n" << result.fOut << result.fError;
+        EXPECT_EQ(result.fOut, "Kinvar map is ok!\n");
+    }
+}
+
+TEST_F(MapCommand, PrintsTheErrorTextAsTheLogGetsIt)
+{
+    const std::string map = Map("Scope\tHost\tMixer\nMap\tFader 9\t\tA\nMap\tFader 1\tC3\tB\nBogus\n");
+    const TRunResult result =
+        RunTool("brassfold-check", {"map", map, "--midicodec", kCodecs + "/Quillfeather QF-8.midicodec"});
+    EXPECT_EQ(result.fExitCode, 1);
+    EXPECT_EQ(result.fOut, "Map File Errors:\n"
+                           "Line  7: Map entry with unknown control surface item.\n"
+                           "Line  8: Map entry with note number for non-keyboard control surface item.\n"
+                           "Line  9: Undefined command.\n");
+}
+
+TEST_F(MapCommand, GccFormatNamesFileAndLine)
+{
+    const std::string map = Map("Scope\tHost\tMixer\nMap\tFader 9\t\tA\n");
+    const TRunResult result = RunTool("brassfold-check", {"map", map, "--codecs", kCodecs, "--format", "gcc"});
+    EXPECT_EQ(result.fExitCode, 1);
+    EXPECT_EQ(result.fOut, map + ":7: error: Map entry with unknown control surface item.\n");
+}
+
+TEST_F(MapCommand, AHeaderFaultPrintsItsLineMessage)
+{
+    const std::string map = fScratch.Write("bad.kinvarmap", "Thistlemarrow Kinvar Mapping File\nFile Format Version\t9\n");
+    const TRunResult result = RunTool("brassfold-check", {"map", map, "--codecs", kCodecs});
+    EXPECT_EQ(result.fExitCode, 1);
+    EXPECT_EQ(result.fOut, "Line  2: Missing: File Format Version.\n");
+}
+
+TEST_F(MapCommand, AMapForASurfaceNoDefinitionOffersIsAMissingCodec)
+{
+    const std::string map = Map("");
+    const TRunResult result =
+        RunTool("brassfold-check", {"map", map, "--midicodec", kCodecs + "/Loambridge Tessera 16.midicodec"});
+    EXPECT_EQ(result.fExitCode, 2);
+    EXPECT_EQ(result.fOut, "The codec for this map file has not been loaded yet!\n");
+}
+
+TEST_F(MapCommand, UsageErrorsEndWithExitCode2)
+{
+    const std::string map = Map("");
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"map", map},
+             {"map", "--codecs", kCodecs},
+             {"map", map, "--codecs"},
+             {"map", map, "--codecs", kCodecs, "--midicodec", kCodecs + "/Quillfeather QF-8.midicodec"},
+             {"map", map, "--codecs", fScratch.Write("x", "").string() + "-absent"},
+             {"map", map + "-absent", "--codecs", kCodecs}})
+    {
+        const TRunResult result = RunTool("brassfold-check", arguments);
+        EXPECT_EQ(result.fExitCode, 2) << result.fError;
+        EXPECT_FALSE(result.fError.empty());
+    }
+}
+} // namespace
