@@ -34,7 +34,10 @@ constexpr u64 kStreamLength = 500000;
 constexpr auto kPatience = std::chrono::seconds(10);
 constexpr auto kPause = std::chrono::microseconds(100);
 
-i64 Nanoseconds() { return Clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
+i64 Nanoseconds()
+{
+    return Clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
 
 // Notes the time of each arrival.
 class CTimingReceiver final : public IMIDIReceiver

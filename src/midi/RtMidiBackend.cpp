@@ -5,10 +5,10 @@
 #include <RtMidi.h>
 
 #include <cerrno>
-#include <utility>
 #include <cstring>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace NSTonewell
 {
@@ -263,8 +263,8 @@ bool CRtMidiBackend::Start()
     if (started)
     {
         if (!fDelivery)
-            fDelivery = std::make_unique<CDeliveryThread>(
-                fKind == EBackend::kALSA ? "bf-alsa" : "bf-jack");
+            fDelivery =
+                std::make_unique<CDeliveryThread>(fKind == EBackend::kALSA ? "bf-alsa" : "bf-jack");
         if (fSaidWhy)
             fDebug.Note(std::string(NameOf(fKind)) + ": the backend runs now");
         fSaidWhy = false;
@@ -351,14 +351,14 @@ std::unique_ptr<TPort> KeepIfOpen(std::unique_ptr<TPort> port, TOpening opening,
     status = opening.fStatus;
     if (status == kTonewellOK)
         return port;
-    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() +
-               ": " + opening.fError);
+    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() + ": " +
+               opening.fError);
     return nullptr;
 }
 } // namespace
 
-std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler,
-                                                    const CPortSpec& spec, u32& status)
+std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+                                                    u32& status)
 {
     if (!Start())
     {
@@ -399,8 +399,8 @@ bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<C
         seen = generation;
         return watch->HasPort(spec.GetListedName());
     }
-    const u64 generation = static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() /
-                                            kALSACheckInterval);
+    const u64 generation =
+        static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() / kALSACheckInterval);
     if (generation == seen)
         return true;
     seen = generation;

@@ -16,9 +16,9 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <cstdlib>
 #include <filesystem>
 #include <jack/jack.h>
 #include <spawn.h>
@@ -80,11 +80,12 @@ public:
         // A client that misses its cycle loses that cycle's MIDI. In
         // synchronous mode the server waits for every client, up to the
         // timeout, so that slow builds (sanitizers) lose nothing.
-        const char* argv[] = {jackd.c_str(), "--no-realtime", "--sync", "-t", "5000", "-d",
-                              "dummy", "-r", "48000", "-p", "512", nullptr};
+        const char* argv[] = {jackd.c_str(), "--no-realtime", "--sync", "-t",    "5000",
+                              "-d",          "dummy",         "-r",     "48000", "-p",
+                              "512",         nullptr};
         pid_t pid = 0;
-        const int failed = posix_spawn(&pid, jackd.c_str(), &actions, nullptr,
-                                       const_cast<char**>(argv), environ);
+        const int failed =
+            posix_spawn(&pid, jackd.c_str(), &actions, nullptr, const_cast<char**>(argv), environ);
         posix_spawn_file_actions_destroy(&actions);
         if (failed != 0)
         {
@@ -135,8 +136,7 @@ private:
                 int status = 0;
                 if (waitpid(fPid, &status, WNOHANG) == fPid)
                     return true;
-                jack_client_t* client =
-                    jack_client_open("bf-probe", JackNoStartServer, nullptr);
+                jack_client_t* client = jack_client_open("bf-probe", JackNoStartServer, nullptr);
                 if (client == nullptr)
                     return false;
                 jack_client_close(client);
@@ -286,7 +286,8 @@ TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
             return !fromLater.IsEmpty();
         }));
     for (const auto& spec : fHub->GetInPorts())
-        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf")) << spec.GetDisplayName().size();
+        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf"))
+            << spec.GetDisplayName().size();
     CRecordingReceiver receiver;
     CMIDIInPort port(*fHub, fromLater, &receiver);
     auto toLater = fHub->GetSender(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in"));
@@ -322,8 +323,7 @@ TEST_F(JackTransportTest, TwoUsersShareOneJackPort)
     {
         CMIDIInPort a(*fHub, fFromResponder, &first);
         // A spec of a new listing finds the same open port.
-        CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo:out"),
-                      &second);
+        CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo:out"), &second);
         EXPECT_EQ(1u, CJackServer::Ports(pattern).size());
         fHub->GetSender(fToResponder)->Send(nullptr, {0xB0, 0x07, 0x40});
         EXPECT_TRUE(first.WaitForCount(1));
