@@ -189,10 +189,20 @@ class CRtMidiOutPort final : public IMIDISender
 public:
     CRtMidiOutPort(CRtMidiBackend& backend, const CPortSpec& spec,
                    std::shared_ptr<CJackWatch> watch)
-        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false)
+        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false),
+          fSent(false)
     {
         if (fWatch)
             fSeen = fWatch->GetGeneration();
+    }
+
+    ~CRtMidiOutPort() override
+    {
+        // RtMidi hands JACK what was sent at the client's next cycle; a
+        // client closed before that takes the last messages with it (the
+        // shutdown messages of a surface, say).
+        if (fWatch && fSent && !fGone)
+            fWatch->WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
     }
 
     TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
@@ -223,6 +233,7 @@ private:
             fGone = true;
         if (fGone)
             return kTonewellPortGone;
+        fSent = true;
         u32 status = GuardEdge(kTonewellEdge, [&] { fMidi->sendMessage(bytes, size); });
         if (status == kTonewellOK && !fErrors.Take().empty())
             status = kTonewellSendFailed;
@@ -234,6 +245,7 @@ private:
     const std::shared_ptr<CJackWatch> fWatch;
     u64 fSeen;
     bool fGone;
+    bool fSent;
     CRtMidiErrors fErrors;
     std::unique_ptr<RtMidiOut> fMidi;
 };
