@@ -123,7 +123,7 @@ bool CTableLineSource::SplitLine(TMapLine& line)
         }
         else
         {
-            ++fPosition;
+            fPosition = SkipPlainText(fPosition);
         }
     }
     // A last line without its own line end stays only with two or more columns.
@@ -131,6 +131,22 @@ bool CTableLineSource::SplitLine(TMapLine& line)
     if (fText.size() > columnStart)
         SetColumn(line, columnStart, fText.size());
     return fColumnCount > 1 && EndLine(line);
+}
+
+std::size_t CTableLineSource::SkipPlainText(std::size_t position) const
+{
+    // Most characters are plain text; only TAB, the line ends and the double
+    // quote need a look.
+    const char16* text = fText.data();
+    const std::size_t size = fText.size();
+    while (position < size)
+    {
+        const char16 c = text[position];
+        if (c == kTab || c == kLineFeed || c == kReturn || c == kQuote)
+            break;
+        ++position;
+    }
+    return position;
 }
 
 void CTableLineSource::SetColumn(TMapLine& line, std::size_t start, std::size_t end)

@@ -67,6 +67,7 @@ public:
 
 private:
     bool SplitLine(TMapLine& line);
+    std::size_t SkipPlainText(std::size_t position) const;
     void SetColumn(TMapLine& line, std::size_t start, std::size_t end);
     bool EndLine(TMapLine& line);
 

@@ -7,24 +7,24 @@
 namespace NSKinvar
 {
 VMapEntry::VMapEntry(TVariation variation, TText16 kinvarableName, i64 scale, u32 mode)
-    : fVariation(std::move(variation)), fIsKinvarable(true), fKinvarableName(std::move(kinvarableName)),
-      fScale(scale), fMode(mode)
+    : fVariation(std::move(variation)), fIsKinvarable(true), fMode(mode), fText(std::move(kinvarableName)),
+      fNumber(scale)
 {
-    BF_ASSERT(!fKinvarableName.empty());
+    BF_ASSERT(!fText.empty());
 }
 
 VMapEntry::VMapEntry(TVariation variation, TText16 text, u32 mode)
-    : fVariation(std::move(variation)), fIsTextConstant(true), fText(std::move(text)), fMode(mode)
+    : fVariation(std::move(variation)), fIsTextConstant(true), fMode(mode), fText(std::move(text))
 {
 }
 
 VMapEntry::VMapEntry(TVariation variation, i64 value, u32 mode)
-    : fVariation(std::move(variation)), fIsValueConstant(true), fValue(value), fMode(mode)
+    : fVariation(std::move(variation)), fIsValueConstant(true), fMode(mode), fNumber(value)
 {
 }
 
 VMapEntry::VMapEntry(TVariation variation, TGroupValue assignment, u32 mode)
-    : fVariation(std::move(variation)), fIsGroupAssignment(true), fAssignment(assignment), fMode(mode)
+    : fVariation(std::move(variation)), fIsGroupAssignment(true), fMode(mode), fAssignment(assignment)
 {
 }
 
@@ -41,13 +41,13 @@ bool VMapEntry::HasValidKind() const
 const TText16& VMapEntry::GetKinvarableName() const
 {
     BF_ASSERT(fIsKinvarable);
-    return fKinvarableName;
+    return fText;
 }
 
 i64 VMapEntry::GetScale() const
 {
     BF_ASSERT(fIsKinvarable);
-    return fScale;
+    return fNumber;
 }
 
 const TText16& VMapEntry::GetText() const
@@ -59,7 +59,7 @@ const TText16& VMapEntry::GetText() const
 i64 VMapEntry::GetValue() const
 {
     BF_ASSERT(fIsValueConstant);
-    return fValue;
+    return fNumber;
 }
 
 TGroupValue VMapEntry::GetAssignment() const

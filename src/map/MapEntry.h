@@ -66,16 +66,17 @@ public:
     u32 GetMode() const { return fMode; }
 
 private:
+    // A line has one kind, so the kinds share their payload fields: the
+    // Kinvarable's name and the text constant one text, the scale and the
+    // number constant one number. A large map holds many entries.
     TVariation fVariation;
     bool fIsKinvarable = false;
     bool fIsTextConstant = false;
     bool fIsValueConstant = false;
     bool fIsGroupAssignment = false;
-    TText16 fKinvarableName;
-    i64 fScale = 0;
-    TText16 fText;
-    i64 fValue = 0;
-    TGroupValue fAssignment;
     u32 fMode = 0;
+    TText16 fText;   // Kinvarable name or text constant
+    i64 fNumber = 0; // scale or number constant
+    TGroupValue fAssignment;
 };
 } // namespace NSKinvar

@@ -133,14 +133,33 @@ bool IsPlainName(std::u16string_view name)
     return std::all_of(name.begin(), name.end(), [](char16 c) { return c >= 0x20 && c < 0x7F; });
 }
 
-TText16 Fold(std::u16string_view name)
+char16 FoldUnit(char16 c) { return c >= u'A' && c <= u'Z' ? static_cast<char16>(c - u'A' + u'a') : c; }
+
+// Hashes and compares plain names by their lower-case form without making
+// that form: a lookup per map line then costs no allocation.
+struct TFoldedHash
 {
-    TText16 folded(name);
-    for (char16& c : folded)
-        if (c >= u'A' && c <= u'Z')
-            c = static_cast<char16>(c - u'A' + u'a');
-    return folded;
-}
+    using is_transparent = void;
+    std::size_t operator()(std::u16string_view name) const
+    {
+        std::size_t hash = 14695981039346656037ull;
+        for (const char16 c : name)
+            hash = (hash ^ FoldUnit(c)) * 1099511628211ull;
+        return hash;
+    }
+};
+
+struct TFoldedEqual
+{
+    using is_transparent = void;
+    bool operator()(std::u16string_view a, std::u16string_view b) const
+    {
+        return a.size() == b.size() &&
+               std::equal(a.begin(), a.end(), b.begin(), [](char16 x, char16 y) { return FoldUnit(x) == FoldUnit(y); });
+    }
+};
+
+template <class T> using TFoldedMap = std::unordered_map<TText16, T, TFoldedHash, TFoldedEqual>;
 
 // Finds items by name as the text comparison does, in list order, without a
 // walk of the list per line: plain names through a hash table, the rare other
@@ -154,7 +173,7 @@ public:
         {
             const TText16 name = NameOf(items[index]);
             if (IsPlainName(name))
-                fPlain.emplace(Fold(name), index); // keeps the first of equal names
+                fPlain.emplace(name, index); // keeps the first of equal names
             else
                 fOthers.push_back(index);
         }
@@ -165,7 +184,7 @@ public:
         std::optional<u32> found;
         if (IsPlainName(name))
         {
-            const auto hit = fPlain.find(Fold(name));
+            const auto hit = fPlain.find(name);
             if (hit != fPlain.end())
                 found = hit->second;
         }
@@ -199,7 +218,7 @@ private:
     }
 
     const TItemList& fItems;
-    std::unordered_map<TText16, u32> fPlain;
+    TFoldedMap<u32> fPlain;
     std::vector<u32> fOthers;
 };
 
@@ -220,7 +239,7 @@ public:
         for (u32 value = 0; value < values.size(); ++value)
         {
             fAllPlain = fAllPlain && IsPlainName(values[value]);
-            fIndex.emplace(Fold(values[value]), TGroupValue{group, value}); // keeps the first
+            fIndex.emplace(values[value], TGroupValue{group, value}); // keeps the first
         }
     }
 
@@ -228,12 +247,12 @@ public:
     {
         if (!fAllPlain || !IsPlainName(name))
             return scope.FindGroupValue(name);
-        const auto found = fIndex.find(Fold(name));
+        const auto found = fIndex.find(name);
         return found == fIndex.end() ? kNoGroupValue : found->second;
     }
 
 private:
-    std::unordered_map<TText16, TGroupValue> fIndex;
+    TFoldedMap<TGroupValue> fIndex;
     bool fAllPlain = true;
 };
 
@@ -467,7 +486,11 @@ private:
         TVariation variation = ReadVariation(line);
         if (fScope->IsItemMapped(key, variation))
             Refuse(kMsgItemMapped);
-        fScope->AddMapEntry(key, MakeEntry(key, target, std::move(variation), scale, mode));
+        VMapEntry entry = MakeEntry(key, target, std::move(variation), scale, mode);
+        if (entry.IsKinvarable())
+            fScope->AddMapEntry(key, std::move(entry), fHashes);
+        else
+            fScope->AddMapEntry(key, std::move(entry));
     }
 
     i64 ReadKey(const TMapLine& line)
@@ -536,7 +559,8 @@ private:
         }
         if (const std::size_t equals = target.find(u'='); equals != std::u16string_view::npos)
             return VMapEntry(std::move(variation), ReadAssignment(target, equals), mode);
-        if (fScope->IsKinvarableMapped(target, variation))
+        fHashes = VMapScope::KinvarableHashes(target, variation);
+        if (fScope->IsKinvarableMapped(target, variation, fHashes))
             Refuse(kMsgKinvarableMapped);
         return VMapEntry(std::move(variation), TText16(target), scale, mode);
     }
@@ -564,6 +588,7 @@ private:
     CMessageSink& fSink;
     std::unique_ptr<VMapScope> fScope;
     CGroupValueIndex fValues;
+    VMapScope::TKinvarableHashes fHashes{}; // of the Kinvarable line in hand
     TScopeKey fScopeKey;
     bool fLineSeen = false;
     bool fErrorsCollected = false;

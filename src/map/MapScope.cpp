@@ -117,17 +117,25 @@ void VMapScope::AddGroup(const TText16& name, const std::vector<TText16>& valueN
 
 void VMapScope::AddMapEntry(const TMapKey& key, VMapEntry entry)
 {
+    const TKinvarableHashes hashes =
+        entry.IsKinvarable() ? KinvarableHashes(entry.GetKinvarableName(), entry.GetVariation()) : TKinvarableHashes{};
+    AddMapEntry(key, std::move(entry), hashes);
+}
+
+void VMapScope::AddMapEntry(const TMapKey& key, VMapEntry entry, const TKinvarableHashes& hashes)
+{
     BF_ASSERT(key.fItemIndex < fItems->size());
     MakeUnique(fItemMap, "VMapScope::AddMapEntry() - Copy On Write in action: fItemMap (performance warning)");
     // One walk down the tree serves the test and the insertion behind the
     // last entry of the key, which keeps the order of insertion.
     const auto [first, last] = fItemMap->equal_range(key);
     BF_ASSERT(std::none_of(first, last, [&](const auto& pair) { return pair.second.GetVariation() == entry.GetVariation(); }));
-    const VMapEntry& stored = fItemMap->emplace_hint(last, key, std::move(entry))->second;
-    if (!stored.IsKinvarable())
+    const bool kinvarable = entry.IsKinvarable();
+    fItemMap->emplace_hint(last, key, std::move(entry));
+    if (!kinvarable)
         return;
     MakeUnique(fKinvarableFilter, nullptr);
-    for (const u32 bit : KinvarableHashes(stored.GetKinvarableName(), stored.GetVariation()))
+    for (const u32 bit : hashes)
         fKinvarableFilter->set(bit);
 }
 
@@ -173,7 +181,7 @@ bool VMapScope::IsItemMapped(const TMapKey& key, const TVariation& variation) co
 
 // Names are short: the vectorised form of these loops costs more in setting
 // up than it saves, so the compiler is asked for plain scalar code.
-__attribute__((optimize("no-tree-vectorize"))) std::array<u32, 6>
+__attribute__((optimize("no-tree-vectorize"))) VMapScope::TKinvarableHashes
 VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variation)
 {
     // The six hashes advance side by side in one pass over the name; written
@@ -206,9 +214,9 @@ VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variatio
     return {h0 % bits, h1 % bits, h2 % bits, h3 % bits, h4 % bits, h5 % bits};
 }
 
-bool VMapScope::FilterContains(std::u16string_view name, const TVariation& variation) const
+bool VMapScope::FilterContains(const TKinvarableHashes& hashes) const
 {
-    for (const u32 bit : KinvarableHashes(name, variation))
+    for (const u32 bit : hashes)
         if (!fKinvarableFilter->test(bit))
             return false;
     return true;
@@ -216,8 +224,14 @@ bool VMapScope::FilterContains(std::u16string_view name, const TVariation& varia
 
 bool VMapScope::IsKinvarableMapped(std::u16string_view name, const TVariation& variation) const
 {
+    return IsKinvarableMapped(name, variation, KinvarableHashes(name, variation));
+}
+
+bool VMapScope::IsKinvarableMapped(std::u16string_view name, const TVariation& variation,
+                                   const TKinvarableHashes& hashes) const
+{
     BF_ASSERT(IsVariationInRange(variation, true));
-    if (!FilterContains(name, variation))
+    if (!FilterContains(hashes))
         return false;
     // The filter hashes the name as written, the walk compares it caselessly:
     // names that differ only in case meet here only when their hashes collide.

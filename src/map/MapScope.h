@@ -43,8 +43,14 @@ public:
     // The first group, in order, with a value of that name; kNoGroupValue otherwise.
     TGroupValue FindGroupValue(std::u16string_view name) const;
 
+    // The filter positions of a Kinvarable name and variation.
+    using TKinvarableHashes = std::array<u32, 6>;
+
     void AddGroup(const TText16& name, const std::vector<TText16>& valueNames);
     void AddMapEntry(const TMapKey& key, VMapEntry entry);
+    // As above for a Kinvarable entry whose hashes the caller has already
+    // made for IsKinvarableMapped: a reader then hashes each line once.
+    void AddMapEntry(const TMapKey& key, VMapEntry entry, const TKinvarableHashes& hashes);
 
     // The best-scoring entry under key for the groups' current values, or the
     // empty entry.
@@ -52,6 +58,8 @@ public:
     bool IsItemMapped(const TMapKey& key, const TVariation& variation) const;
     // The filter answers for names it has never seen; only a hit walks the map.
     bool IsKinvarableMapped(std::u16string_view name, const TVariation& variation) const;
+    bool IsKinvarableMapped(std::u16string_view name, const TVariation& variation,
+                            const TKinvarableHashes& hashes) const;
 
     // The deep test of a finished scope; a failure leaves a debug line and is false.
     bool Check() const;
@@ -59,12 +67,11 @@ public:
     const TItemMap& GetItemMap() const { return *fItemMap; }
     const TItemList& GetItems() const { return *fItems; }
 
-    // The six filter positions of a name and variation.
-    static std::array<u32, 6> KinvarableHashes(std::u16string_view name, const TVariation& variation);
+    static TKinvarableHashes KinvarableHashes(std::u16string_view name, const TVariation& variation);
 
 private:
     bool IsVariationInRange(const TVariation& variation, bool anyAllowed) const;
-    bool FilterContains(std::u16string_view name, const TVariation& variation) const;
+    bool FilterContains(const TKinvarableHashes& hashes) const;
     bool CheckGroups() const;
     bool CheckEntry(const TMapKey& key, const VMapEntry& entry) const;
 

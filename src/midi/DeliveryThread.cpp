@@ -1,6 +1,7 @@
 #include "midi/DeliveryThread.h"
 
 #include "foundation/Assert.h"
+#include "midi/Backend.h"
 #include "midi/MIDIBytes.h"
 
 #include <algorithm>
@@ -41,6 +42,13 @@ void DeliverMessage(IMIDIInHandler& handler, IMIDIInPort& port, u64 time, const 
     message.fTime = time;
     std::copy(data, data + size, message.fBytes);
     handler.IMIDIInHandler_OnShortMessage(&port, &message);
+}
+
+void NoteLost(const CLibraryDebug& debug, const CInputChannel& channel, const std::string& port)
+{
+    if (const u64 lost = channel.GetLostCount(); lost > 0)
+        debug.Note(port + ": " + std::to_string(lost) +
+                   " messages were lost, since they came faster than they were taken");
 }
 
 CInputChannel::CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler,

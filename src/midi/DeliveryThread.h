@@ -94,6 +94,12 @@ private:
     std::thread fThread;
 };
 
+class CLibraryDebug;
+
+// Says on the debug channel how many messages the channel of that port lost,
+// if any. For a port's destructor, after the channel closed.
+void NoteLost(const CLibraryDebug& debug, const CInputChannel& channel, const std::string& port);
+
 // Hands one whole message to handler as its callbacks: short messages padded
 // to 3 bytes, system exclusive as begin, data and end (abort when the F7 is
 // missing). A message that is neither is dropped.

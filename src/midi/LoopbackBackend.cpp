@@ -17,8 +17,8 @@ class CLoopbackInPort final : public IMIDIInPort
 {
 public:
     CLoopbackInPort(CLoopbackBackend::CCable& cable, CDeliveryThread& delivery,
-                    IMIDIInHandler& handler)
-        : fCable(cable), fDelivery(delivery),
+                    IMIDIInHandler& handler, const CLibraryDebug& debug)
+        : fDebug(debug), fCable(cable), fDelivery(delivery),
           fChannel(delivery.Open(handler, *this, kChannelCapacity))
     {
         fCable.Attach(fChannel);
@@ -28,9 +28,11 @@ public:
     {
         fCable.Detach(fChannel);
         fDelivery.Close(fChannel);
+        NoteLost(fDebug, *fChannel, fCable.GetName());
     }
 
 private:
+    const CLibraryDebug& fDebug;
     CLoopbackBackend::CCable& fCable;
     CDeliveryThread& fDelivery;
     std::shared_ptr<CInputChannel> fChannel;
@@ -87,15 +89,6 @@ void CLoopbackBackend::CCable::Detach(const std::shared_ptr<CInputChannel>& chan
     std::erase(fChannels, channel);
 }
 
-u64 CLoopbackBackend::CCable::GetLostCount()
-{
-    std::lock_guard lock(fLock);
-    u64 lost = 0;
-    for (const auto& channel : fChannels)
-        lost += channel->GetLostCount();
-    return lost;
-}
-
 void CLoopbackBackend::CCable::Transmit(const u8* data, std::size_t size)
 {
     // The message arrives at the far end of the cable at once.
@@ -136,8 +129,8 @@ void CLoopbackBackend::CCable::PostPatiently(std::unique_lock<std::mutex>& lock,
     }
 }
 
-CLoopbackBackend::CLoopbackBackend()
-    : fDelivery("bf-loopback"), fCables{CCable(kLoopbackCableNames[0], fDelivery),
+CLoopbackBackend::CLoopbackBackend(const CLibraryDebug& debug)
+    : fDebug(debug), fDelivery("bf-loopback"), fCables{CCable(kLoopbackCableNames[0], fDelivery),
                                         CCable(kLoopbackCableNames[1], fDelivery)}
 {
 }
@@ -167,7 +160,7 @@ std::unique_ptr<IMIDIInPort> CLoopbackBackend::OpenIn(IMIDIInHandler& handler,
         return nullptr;
     }
     status = kTonewellOK;
-    return std::make_unique<CLoopbackInPort>(*cable, fDelivery, handler);
+    return std::make_unique<CLoopbackInPort>(*cable, fDelivery, handler, fDebug);
 }
 
 std::unique_ptr<IMIDISender> CLoopbackBackend::OpenOut(const CPortSpec& spec, u32& status)

@@ -8,7 +8,8 @@
 // sent is gone. A sender that outruns the delivery thread waits for room,
 // up to a quarter of a second, rather than lose messages; on the delivery
 // thread itself (a handler that answers on a cable) nothing waits, and a
-// message that doesn't fit is lost and counted.
+// message that doesn't fit is lost; an input port that lost messages says
+// how many on the debug channel when it closes.
 
 #include "midi/Backend.h"
 #include "midi/DeliveryThread.h"
@@ -23,7 +24,7 @@ inline constexpr const char* kLoopbackCableNames[] = {"Loopback A", "Loopback B"
 class CLoopbackBackend final : public CBackend
 {
 public:
-    CLoopbackBackend();
+    explicit CLoopbackBackend(const CLibraryDebug& debug);
     ~CLoopbackBackend() override;
 
     EBackend GetKind() const override { return EBackend::kLoopback; }
@@ -42,8 +43,6 @@ public:
         void Detach(const std::shared_ptr<CInputChannel>& channel);
         // Any thread; see above.
         void Transmit(const u8* data, std::size_t size);
-        // Messages lost on this cable's input ports so far.
-        u64 GetLostCount();
 
     private:
         void PostPatiently(std::unique_lock<std::mutex>& lock, std::size_t index, u64 time,
@@ -60,6 +59,7 @@ public:
     CCable* FindCable(const std::string& name);
 
 private:
+    const CLibraryDebug& fDebug;
     // The delivery thread outlives the cables' channels: it is made first
     // and destroyed last.
     CDeliveryThread fDelivery;

@@ -3,7 +3,7 @@
 #include "foundation/DiagnosticText.h"
 
 #include <algorithm>
-#include <regex>
+#include <cctype>
 
 namespace NSTonewell
 {
@@ -24,12 +24,27 @@ void CopyName(const std::string& name, char16 (&target)[kPortNameLength])
 }
 } // namespace
 
+// Where the run of digits that ends at end begins.
+static std::size_t DigitsBefore(const std::string& text, std::size_t end)
+{
+    while (end > 0 && std::isdigit(static_cast<unsigned char>(text[end - 1])))
+        --end;
+    return end;
+}
+
 std::string IdentityName(EBackend backend, const std::string& listedName)
 {
     if (backend != EBackend::kALSA)
         return listedName;
-    static const std::regex numbers(R"( \d+:\d+$)");
-    return std::regex_replace(listedName, numbers, "");
+    // " <client>:<port>" at the end goes.
+    const std::size_t portStart = DigitsBefore(listedName, listedName.size());
+    if (portStart == listedName.size() || portStart == 0 || listedName[portStart - 1] != ':')
+        return listedName;
+    const std::size_t clientEnd = portStart - 1;
+    const std::size_t clientStart = DigitsBefore(listedName, clientEnd);
+    if (clientStart == clientEnd || clientStart == 0 || listedName[clientStart - 1] != ' ')
+        return listedName;
+    return listedName.substr(0, clientStart - 1);
 }
 
 CPortSpec::CPortSpec(EBackend backend, EDirection direction, const std::string& listedName,

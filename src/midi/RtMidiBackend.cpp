@@ -95,11 +95,53 @@ bool WaitForConnection(const CJackWatch& watch, const std::string& ownName,
     return watch.WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
 }
 
+// What opening a port came to: a status, and the reason of a failure.
+struct TOpening
+{
+    u32 fStatus = kTonewellOK;
+    std::string fError;
+};
+
+// Makes the RtMidi object of a port and opens the port of spec on it. The
+// port is looked up in that object's own listing, our own ports included,
+// since its positions are the ones that openPort takes. prepare runs just
+// before the port opens.
+template <class TRtMidi, class Prepare>
+TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, EBackend kind,
+                         const CPortSpec& spec, const std::string& ownName, Prepare&& prepare)
+{
+    try
+    {
+        midi = std::make_unique<TRtMidi>(ApiOf(kind), kClientName);
+    }
+    catch (const RtMidiError& e)
+    {
+        return {kTonewellOpenFailed, e.getMessage()};
+    }
+    midi->setErrorCallback(&CRtMidiErrors::Record, &errors);
+    std::vector<std::string> names;
+    const unsigned count = midi->getPortCount();
+    for (unsigned i = 0; i < count; ++i)
+        names.push_back(midi->getPortName(i)); // empty for one that left meanwhile
+    errors.Take();
+    const std::optional<u32> index = FindPort(spec, names);
+    if (!index)
+        return {kTonewellPortGone, "the port is no longer listed"};
+    prepare(*midi);
+    midi->openPort(*index, ownName);
+    std::string error = errors.Take();
+    if (error.empty() && !midi->isPortOpen())
+        error = "the port did not open";
+    return {error.empty() ? kTonewellOK : kTonewellOpenFailed, error};
+}
+
 class CRtMidiInPort final : public IMIDIInPort
 {
 public:
-    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler)
-        : fDelivery(delivery), fChannel(delivery.Open(handler, *this, kChannelCapacity))
+    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler, const CLibraryDebug& debug,
+                  const CPortSpec& spec)
+        : fDebug(debug), fName(spec.GetDisplayName()), fDelivery(delivery),
+          fChannel(delivery.Open(handler, *this, kChannelCapacity))
     {
     }
 
@@ -109,27 +151,18 @@ public:
         // channel may close.
         fMidi.reset();
         fDelivery.Close(fChannel);
+        NoteLost(fDebug, *fChannel, fName);
     }
 
-    // The reason of a failure, or empty.
-    std::string Open(EBackend kind, u32 index, const std::string& ownName)
+    TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
     {
-        try
-        {
-            fMidi = std::make_unique<RtMidiIn>(ApiOf(kind), kClientName);
-        }
-        catch (const RtMidiError& e)
-        {
-            return e.getMessage();
-        }
-        fMidi->setErrorCallback(&CRtMidiErrors::Record, &fErrors);
-        fMidi->ignoreTypes(false, false, false);
-        fMidi->setCallback(&CRtMidiInPort::OnInput, this);
-        fMidi->openPort(index, ownName);
-        std::string error = fErrors.Take();
-        if (error.empty() && !fMidi->isPortOpen())
-            error = "the port did not open";
-        return error;
+        return OpenOnNewClient(fMidi, fErrors, kind, spec, ownName,
+                               [this](RtMidiIn& midi)
+                               {
+                                   // Sysex, clock and active sensing too: the hub filters.
+                                   midi.ignoreTypes(false, false, false);
+                                   midi.setCallback(&CRtMidiInPort::OnInput, this);
+                               });
     }
 
 private:
@@ -143,6 +176,8 @@ private:
             port->fChannel->CountLost();
     }
 
+    const CLibraryDebug& fDebug;
+    const std::string fName;
     CDeliveryThread& fDelivery;
     std::shared_ptr<CInputChannel> fChannel;
     CRtMidiErrors fErrors;
@@ -160,22 +195,9 @@ public:
             fSeen = fWatch->GetGeneration();
     }
 
-    std::string Open(EBackend kind, u32 index, const std::string& ownName)
+    TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
     {
-        try
-        {
-            fMidi = std::make_unique<RtMidiOut>(ApiOf(kind), kClientName);
-        }
-        catch (const RtMidiError& e)
-        {
-            return e.getMessage();
-        }
-        fMidi->setErrorCallback(&CRtMidiErrors::Record, &fErrors);
-        fMidi->openPort(index, ownName);
-        std::string error = fErrors.Take();
-        if (error.empty() && !fMidi->isPortOpen())
-            error = "the port did not open";
-        return error;
+        return OpenOnNewClient(fMidi, fErrors, kind, spec, ownName, [](RtMidiOut&) {});
     }
 
     u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
@@ -314,57 +336,54 @@ std::string CRtMidiBackend::NextOwnPortName(const char* kind)
     return OwnPortPrefix() + kind + std::to_string(++fPortsMade);
 }
 
+namespace
+{
+// The port when it opened (and, for JACK, is connected); else null, with a
+// debug note that says why.
+template <class TPort>
+std::unique_ptr<TPort> KeepIfOpen(std::unique_ptr<TPort> port, TOpening opening, EBackend kind,
+                                  const CJackWatch* watch, const CLibraryDebug& debug,
+                                  const CPortSpec& spec, const std::string& ownName, u32& status)
+{
+    if (opening.fStatus == kTonewellOK && kind == EBackend::kJACK &&
+        !WaitForConnection(*watch, ownName, spec.GetListedName()))
+        opening = {kTonewellOpenFailed, "no connection was made"};
+    status = opening.fStatus;
+    if (status == kTonewellOK)
+        return port;
+    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() +
+               ": " + opening.fError);
+    return nullptr;
+}
+} // namespace
+
 std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler,
                                                     const CPortSpec& spec, u32& status)
 {
-    const std::optional<u32> index = Start() ? FindPort(spec, ListPorts(EDirection::kIn))
-                                             : std::nullopt;
-    if (!index)
+    if (!Start())
     {
         status = kTonewellPortGone;
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("in");
-    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler);
-    std::string error = port->Open(fKind, *index, ownName);
-    if (error.empty() && fKind == EBackend::kJACK &&
-        !WaitForConnection(*fWatch, ownName, spec.GetListedName()))
-        error = "no connection was made";
-    if (!error.empty())
-    {
-        fDebug.Note(std::string(NameOf(fKind)) + ": can't open the input port " +
-                    spec.GetDisplayName() + ": " + error);
-        status = kTonewellOpenFailed;
-        return nullptr;
-    }
-    status = kTonewellOK;
-    return port;
+    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler, fDebug, spec);
+    TOpening opening = port->Open(fKind, spec, ownName);
+    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, spec,
+                      ownName, status);
 }
 
 std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortSpec& spec, u32& status)
 {
-    const std::optional<u32> index = Start() ? FindPort(spec, ListPorts(EDirection::kOut))
-                                             : std::nullopt;
-    if (!index)
+    if (!Start())
     {
         status = kTonewellPortGone;
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("out");
     auto port = std::make_unique<CRtMidiOutPort>(*this, spec, fWatch);
-    std::string error = port->Open(fKind, *index, ownName);
-    if (error.empty() && fKind == EBackend::kJACK &&
-        !WaitForConnection(*fWatch, ownName, spec.GetListedName()))
-        error = "no connection was made";
-    if (!error.empty())
-    {
-        fDebug.Note(std::string(NameOf(fKind)) + ": can't open the output port " +
-                    spec.GetDisplayName() + ": " + error);
-        status = kTonewellOpenFailed;
-        return nullptr;
-    }
-    status = kTonewellOK;
-    return port;
+    TOpening opening = port->Open(fKind, spec, ownName);
+    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, spec,
+                      ownName, status);
 }
 
 bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<CJackWatch>& watch,

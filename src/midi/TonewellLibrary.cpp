@@ -27,7 +27,7 @@ std::string Trimmed(const std::string& word)
 std::unique_ptr<CBackend> MakeBackend(EBackend kind, const CLibraryDebug& debug)
 {
     if (kind == EBackend::kLoopback)
-        return std::make_unique<CLoopbackBackend>();
+        return std::make_unique<CLoopbackBackend>(debug);
     return std::make_unique<CRtMidiBackend>(kind, debug);
 }
 } // namespace

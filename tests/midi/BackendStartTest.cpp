@@ -2,6 +2,8 @@
 
 #include "midi/TonewellLibrary.h"
 
+#include "MIDITestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -105,21 +107,7 @@ TEST(BackendStartTest, PortsOfAnotherLibraryAreRefused)
     const CPortSpec jack(EBackend::kJACK, EDirection::kIn, "x:y", 0);
     const CPortSpec cableOut(EBackend::kLoopback, EDirection::kOut, "Loopback A", 0);
     const CPortSpec noCable(EBackend::kLoopback, EDirection::kIn, "Loopback Z", 0);
-    class CNoHandler final : public IMIDIInHandler
-    {
-        u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
-        {
-            return kTonewellOK;
-        }
-        u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
-        {
-            return kTonewellOK;
-        }
-        u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
-    } handler;
+    NSMIDITesting::CQuietHandler handler;
     const std::vector<std::pair<const IMIDIPortSpec*, u32>> cases = {
         {nullptr, kTonewellInvalidArgument},
         {&cableOut, kTonewellInvalidArgument},

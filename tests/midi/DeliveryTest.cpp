@@ -168,7 +168,7 @@ TEST(DeliveryTest, WholeMessagesBecomeCallbacks)
 }
 
 // Counts deliveries, and those after its channel was closed.
-class CWatchingHandler final : public IMIDIInHandler
+class CWatchingHandler final : public CQuietHandler
 {
 public:
     u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
@@ -179,14 +179,6 @@ public:
         std::this_thread::sleep_for(std::chrono::microseconds(20));
         return kTonewellOK;
     }
-    u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
-    u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
-    {
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
-    u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
-    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
 
     std::atomic<bool> fClosed{false};
     std::atomic<int> fLate{0};
@@ -226,7 +218,7 @@ TEST(DeliveryTest, NoCallAfterCloseHasReturned)
 // is delivered to it, and nothing waits.
 TEST(DeliveryTest, AHandlerMayCloseItsOwnChannel)
 {
-    class CClosingHandler final : public IMIDIInHandler
+    class CClosingHandler final : public CQuietHandler
     {
     public:
         u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
@@ -235,14 +227,6 @@ TEST(DeliveryTest, AHandlerMayCloseItsOwnChannel)
                 fDelivery->Close(fChannel);
             return kTonewellOK;
         }
-        u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
-        {
-            return kTonewellOK;
-        }
-        u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
-        u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
 
         CDeliveryThread* fDelivery = nullptr;
         std::shared_ptr<CInputChannel> fChannel;

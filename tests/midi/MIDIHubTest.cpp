@@ -4,6 +4,7 @@
 #include "midi/MIDIHub.h"
 
 #include "AssertionRecorder.h"
+#include "FakeTonewell.h"
 #include "MIDITestSupport.h"
 #include "foundation/Exceptions.h"
 #include "midi/PortSpec.h"
@@ -19,109 +20,10 @@ using NSTonewell::CPortSpec;
 using NSTonewell::EBackend;
 using NSTonewell::EDirection;
 using NSTonewell::TTonewellShortMessage;
+using NSMIDITesting::CFakeTonewell;
 
 namespace
 {
-class CFakeLibrary;
-
-class CFakeInPort final : public NSTonewell::IMIDIInPort
-{
-public:
-    explicit CFakeInPort(int& closes) : fCloses(closes) {}
-    ~CFakeInPort() override { ++fCloses; }
-
-private:
-    int& fCloses;
-};
-
-struct TSent
-{
-    std::vector<u8> fBytes;
-    u64 fTime;
-};
-
-class CFakeOutPort final : public NSTonewell::IMIDISender
-{
-public:
-    CFakeOutPort(std::vector<TSent>& sent, int& closes) : fSent(sent), fCloses(closes) {}
-    ~CFakeOutPort() override { ++fCloses; }
-
-    u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
-    {
-        fSent.push_back({{message->fBytes, message->fBytes + 3}, message->fTime});
-        return kTonewellOK;
-    }
-    u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
-    {
-        if (bytes[size - 1] != 0xF7)
-            return NSTonewell::kTonewellInvalidArgument;
-        fSent.push_back({{bytes, bytes + size}, 0});
-        return kTonewellOK;
-    }
-
-private:
-    std::vector<TSent>& fSent;
-    int& fCloses;
-};
-
-// Lists ports "A" and "B" of each direction, counts opens and closes, keeps
-// the last input handler, and fails an open when told to.
-class CFakeLibrary final : public NSTonewell::ITonewell
-{
-public:
-    u32 ITonewell_SetDebugger(NSTonewell::IDebugger*) override { return kTonewellOK; }
-    u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler* handler) override
-    {
-        fNotificationHandler = handler;
-        return kTonewellOK;
-    }
-    std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
-    {
-        *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(
-            NSTonewell::MakePortSpecs(EBackend::kJACK, EDirection::kIn, {"x:A", "x:B"}));
-    }
-    std::unique_ptr<NSTonewell::IMIDIInPort>
-    ITonewell_OpenInPort(NSTonewell::IMIDIInHandler* handler, const NSTonewell::IMIDIPortSpec*,
-                         u32* status) override
-    {
-        *status = fOpenStatus;
-        if (fOpenStatus != kTonewellOK)
-            return nullptr;
-        ++fInOpens;
-        fHandler = handler;
-        auto port = std::make_unique<CFakeInPort>(fInCloses);
-        fPort = port.get();
-        return port;
-    }
-    std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
-    {
-        *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(
-            NSTonewell::MakePortSpecs(EBackend::kJACK, EDirection::kOut, {"x:A", "x:B"}));
-    }
-    std::unique_ptr<NSTonewell::IMIDISender> ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*,
-                                                                   const NSTonewell::IMIDIPortSpec*,
-                                                                   u32* status) override
-    {
-        *status = fOpenStatus;
-        if (fOpenStatus != kTonewellOK)
-            return nullptr;
-        ++fOutOpens;
-        return std::make_unique<CFakeOutPort>(fSent, fOutCloses);
-    }
-
-    NSTonewell::IMIDINotificationHandler* fNotificationHandler = nullptr;
-    NSTonewell::IMIDIInHandler* fHandler = nullptr;
-    NSTonewell::IMIDIInPort* fPort = nullptr;
-    u32 fOpenStatus = kTonewellOK;
-    int fInOpens = 0;
-    int fInCloses = 0;
-    int fOutOpens = 0;
-    int fOutCloses = 0;
-    std::vector<TSent> fSent;
-};
-
 class MIDIHubTest : public testing::Test
 {
 protected:
@@ -157,7 +59,7 @@ protected:
             EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
     }
 
-    CFakeLibrary fLibrary;
+    CFakeTonewell fLibrary;
     CMIDIHub fHub{fLibrary};
     std::vector<CMIDIPortSpec> fIns = fHub.GetInPorts();
     std::vector<CMIDIPortSpec> fOuts = fHub.GetOutPorts();

@@ -92,6 +92,29 @@ inline NSMIDIHub::CMIDIPortSpec FindPortNamed(const std::vector<NSMIDIHub::CMIDI
     return {};
 }
 
+// An input handler that takes every callback and does nothing; tests
+// override what they watch.
+class CQuietHandler : public NSTonewell::IMIDIInHandler
+{
+public:
+    u32 IMIDIInHandler_OnShortMessage(NSTonewell::IMIDIInPort*,
+                                      const NSTonewell::TTonewellShortMessage*) override
+    {
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexBegin(NSTonewell::IMIDIInPort*) override { return kTonewellOK; }
+    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort*, const u64*, const u8*, u32) override
+    {
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexEnd(NSTonewell::IMIDIInPort*, const u64*) override
+    {
+        return kTonewellOK;
+    }
+    u32 IMIDIInHandler_OnSysexAbort(NSTonewell::IMIDIInPort*) override { return kTonewellOK; }
+    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+};
+
 // A system exclusive message of size bytes whose inner bytes count up.
 inline TBinary MakeSysex(std::size_t size)
 {

@@ -162,8 +162,9 @@ private:
 class CResponder
 {
 public:
-    CResponder()
-        : fOut(RtMidi::UNIX_JACK, kResponderOutClient), fIn(RtMidi::UNIX_JACK, kResponderInClient)
+    explicit CResponder(const char* inClient = kResponderInClient,
+                        const char* outClient = kResponderOutClient)
+        : fOut(RtMidi::UNIX_JACK, outClient), fIn(RtMidi::UNIX_JACK, inClient)
     {
         fOut.openVirtualPort("out");
         fIn.ignoreTypes(false, false, false);
@@ -271,15 +272,27 @@ protected:
 std::unique_ptr<CJackServer> JackTransportTest::gServer;
 std::string JackTransportTest::gWhy;
 
-TEST_F(JackTransportTest, OurOwnPortsAreNotListed)
+// Our output port is a source like any other to JACK. It isn't listed, and a
+// port that came after it is still found where it is.
+TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
 {
-    CRecordingReceiver receiver;
-    CMIDIInPort port(*fHub, fFromResponder, &receiver);
     auto sender = fHub->GetSender(fToResponder);
+    CResponder later("bf-responder-2", "bf-echo-2");
+    CMIDIPortSpec fromLater;
+    ASSERT_TRUE(WaitUntil(
+        [&]
+        {
+            fromLater = FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo-2:out");
+            return !fromLater.IsEmpty();
+        }));
     for (const auto& spec : fHub->GetInPorts())
-        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf"));
-    for (const auto& spec : fHub->GetOutPorts())
-        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf"));
+        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf")) << spec.GetDisplayName().size();
+    CRecordingReceiver receiver;
+    CMIDIInPort port(*fHub, fromLater, &receiver);
+    auto toLater = fHub->GetSender(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in"));
+    toLater->Send(nullptr, {0x90, 0x40, 0x7F});
+    ASSERT_TRUE(receiver.WaitForCount(1));
+    EXPECT_TRUE(receiver.Ports()[0] == fromLater);
 }
 
 TEST_F(JackTransportTest, WhatIsSentComesBack)

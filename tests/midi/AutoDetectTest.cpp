@@ -1,0 +1,424 @@
+// Auto-detection: the run over the models with its progress calls, the
+// prober's ports with their kept index asymmetry, the resolution of port
+// maps, the buffering input ports on the loopback, and a whole run through
+// the generic codec against a simulated surface.
+
+#include "midi/AutoDetect.h"
+
+#include "AssertionRecorder.h"
+#include "FakeTonewell.h"
+#include "MIDITestSupport.h"
+#include "codec/CodecSupport.h"
+#include "foundation/Exceptions.h"
+#include "foundation/LogText.h"
+#include "generic/GenericMidiCodec.h"
+#include "midi/TonewellLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+using namespace NSKinvarCodec;
+using namespace NSKinvarSetupUtils;
+using namespace NSMIDITesting;
+using NSMIDIHub::CMIDIHub;
+using NSMIDIHub::CMIDIInPort;
+using NSMIDIHub::CMIDIPortSpec;
+
+namespace
+{
+using TProbe = std::function<u32(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&,
+                                 ITextGetter&)>;
+
+// A codec whose probe the test writes.
+class CScriptedCodec final : public ICodec2
+{
+public:
+    explicit CScriptedCodec(TProbe probe) : fProbe(std::move(probe)) {}
+    virtual ~CScriptedCodec() = default;
+
+    u32 ICodec2_CheckInvariant() override { return 1; }
+    u32 ICodec2_SetDebugger(IDebugger*) override { return NSKinvarCodec::kCodecOK; }
+    u32 ICodec2_GetMayStayLoaded(u32* result) override
+    {
+        *result = 1;
+        return NSKinvarCodec::kCodecOK;
+    }
+    u32 ICodec2_GetControlSurfaces(IControlSurfaceInfoGetter&, ITextGetter&) override
+    {
+        return NSKinvarCodec::kCodecOK;
+    }
+    IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo&, u32* status) override
+    {
+        *status = kCodecUnsupportedInterface;
+        return nullptr;
+    }
+    IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32* status) override
+    {
+        *status = kCodecUnsupportedInterface;
+        return nullptr;
+    }
+    u32 ICodec2_GetControlSurfacePicture(const TControlSurfaceInfo&, u32* hasPicture, u32*) override
+    {
+        *hasPicture = 0;
+        return NSKinvarCodec::kCodecOK;
+    }
+    u32 ICodec2_ProbeForControlSurface(IMIDIProber& prober, const TControlSurfaceInfo& info,
+                                       IProbeResultGetter& results, ITextGetter& messages) override
+    {
+        ++fProbes;
+        return fProbe(prober, info, results, messages);
+    }
+    u32 ICodec2_Destroy() override
+    {
+        delete this;
+        return NSKinvarCodec::kCodecOK;
+    }
+
+    int fProbes = 0;
+
+private:
+    TProbe fProbe;
+};
+
+TCodecPtr MakeCodec(TProbe probe, CScriptedCodec** raw = nullptr)
+{
+    auto* codec = new CScriptedCodec(std::move(probe));
+    if (raw != nullptr)
+        *raw = codec;
+    return TCodecPtr(codec, codec_deleter());
+}
+
+TControlSurfaceInfo MakeInfo(const char16* model, std::vector<u32> inOptional,
+                             std::vector<u32> outOptional)
+{
+    TControlSurfaceInfo info{};
+    SetRecordText(info.fManufacturer, u"Acme");
+    SetRecordText(info.fModel, model);
+    info.fInPortCount = static_cast<u32>(inOptional.size());
+    std::copy(inOptional.begin(), inOptional.end(), info.fInPortOptional);
+    info.fOutPortCount = static_cast<u32>(outOptional.size());
+    std::copy(outOptional.begin(), outOptional.end(), info.fOutPortOptional);
+    return info;
+}
+
+// Reports one find with the given port words: out ports first, then in ports.
+TProbe Reporting(std::vector<u32> outWords, std::vector<u32> inWords)
+{
+    return [=](IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter& results, ITextGetter&)
+    {
+        u32 map[kPortMapSize];
+        std::fill(std::begin(map), std::end(map), kUnusedPort);
+        std::copy(outWords.begin(), outWords.end(), map);
+        std::copy(inWords.begin(), inWords.end(), map + kPortMapFirstInPort);
+        return results.IProbeResultGetter_Take("acme-unique", map);
+    };
+}
+
+u32 FindsNothing(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)
+{
+    return NSKinvarCodec::kCodecOK;
+}
+
+class CProgressLog final : public IAutoDetectProgress
+{
+public:
+    void IAutoDetectProgress_OnBegin() override { fLines.push_back("begin"); }
+    void IAutoDetectProgress_OnModelCount(u32 count) override
+    {
+        fLines.push_back("count " + std::to_string(count));
+    }
+    void IAutoDetectProgress_OnModelBegin(u32 index, const TControlSurfaceInfo&) override
+    {
+        fLines.push_back("model " + std::to_string(index));
+    }
+    void IAutoDetectProgress_OnSurfaceFound(u32 index,
+                                            const VDetectedKinvarControlSurface& surface) override
+    {
+        fLines.push_back("found " + std::to_string(index) + " " + surface.fUniqueName);
+    }
+    void IAutoDetectProgress_OnModelEnd(u32 index, const TControlSurfaceInfo&) override
+    {
+        fLines.push_back("model end " + std::to_string(index));
+    }
+    void IAutoDetectProgress_OnEnd() override { fLines.push_back("end"); }
+
+    std::vector<std::string> fLines;
+};
+
+class AutoDetectTest : public testing::Test
+{
+protected:
+    CFakeTonewell fLibrary;
+    CMIDIHub fHub{fLibrary};
+};
+
+TEST_F(AutoDetectTest, NoModelsFindNothing)
+{
+    CProgressLog progress;
+    EXPECT_TRUE(AutodetectControlSurfaces({}, &progress, fHub).empty());
+    EXPECT_EQ((std::vector<std::string>{"begin", "count 0", "end"}), progress.fLines);
+    EXPECT_TRUE(AutodetectControlSurfaces({}, nullptr, fHub).empty());
+}
+
+// A model without finds adds no entry and no OnSurfaceFound; every port is
+// open during the run and closed after it.
+TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
+{
+    TControlSurfaceInfo found = MakeInfo(u"Found", {0}, {0});
+    SetRecordText(found.fSetupUserActionText, u"Hold SELECT");
+    const std::vector<TCodecModel> models = {
+        {MakeCodec(&FindsNothing), MakeInfo(u"Absent", {0}, {0})},
+        {MakeCodec(Reporting({0}, {1})), found},
+    };
+    for (CProgressLog* progress : {new CProgressLog, static_cast<CProgressLog*>(nullptr)})
+    {
+        const auto result = AutodetectControlSurfaces(models, progress, fHub);
+        ASSERT_EQ(1u, result.size());
+        ASSERT_EQ(1u, result[0].size());
+        const VDetectedKinvarControlSurface& find = result[0][0];
+        EXPECT_EQ(u"Acme", find.fManufacturer);
+        EXPECT_EQ(u"Found", find.fModel);
+        EXPECT_EQ("acme-unique", find.fUniqueName);
+        EXPECT_TRUE(find.fNeedsManualSetup);
+        EXPECT_EQ(u"Hold SELECT", find.fSetupUserActionText);
+        EXPECT_EQ(models[1].first, find.fCodec);
+        ASSERT_EQ(1u, find.fInPorts.size());
+        EXPECT_EQ(u"JACK: x:B", find.fInPorts[0].GetDisplayName());
+        ASSERT_EQ(1u, find.fOutPorts.size());
+        EXPECT_EQ(u"JACK: x:A", find.fOutPorts[0].GetDisplayName());
+        if (progress != nullptr)
+        {
+            const std::vector<std::string> expected = {
+                "begin",  "count 2",           "model 0",     "model end 0",
+                "model 1", "found 1 acme-unique", "model end 1", "end"};
+            EXPECT_EQ(expected, progress->fLines);
+            delete progress;
+        }
+    }
+    EXPECT_EQ(4, fLibrary.fInOpens);
+    EXPECT_EQ(4, fLibrary.fInCloses);
+    EXPECT_EQ(4, fLibrary.fOutOpens);
+    EXPECT_EQ(4, fLibrary.fOutCloses);
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
+}
+
+// Ports that the codec left unmapped close up: the found ports move forward
+// and empty specs stand at the end. A required port left out is a fault of
+// the codec.
+TEST_F(AutoDetectTest, PortMapsCloseUp)
+{
+    const TControlSurfaceInfo optionalFirst = MakeInfo(u"Two", {1, 0}, {1, 1});
+    auto result = AutodetectControlSurfaces(
+        {{MakeCodec(Reporting({kUnusedPort, 1}, {kUnusedPort, 0})), optionalFirst}}, nullptr, fHub);
+    ASSERT_EQ(1u, result.size());
+    const auto& find = result[0][0];
+    ASSERT_EQ(2u, find.fInPorts.size());
+    EXPECT_EQ(u"JACK: x:A", find.fInPorts[0].GetDisplayName());
+    EXPECT_TRUE(find.fInPorts[1].IsEmpty());
+    ASSERT_EQ(2u, find.fOutPorts.size());
+    EXPECT_EQ(u"JACK: x:B", find.fOutPorts[0].GetDisplayName());
+    EXPECT_TRUE(find.fOutPorts[1].IsEmpty());
+
+    NSTesting::CExpectAssertions expect;
+    const TControlSurfaceInfo required = MakeInfo(u"Required", {0, 0}, {0});
+    result = AutodetectControlSurfaces(
+        {{MakeCodec(Reporting({0}, {1, kUnusedPort})), required}}, nullptr, fHub);
+    EXPECT_EQ(1u, expect.Count());
+    result = AutodetectControlSurfaces({{MakeCodec(Reporting({7}, {0})), MakeInfo(u"Bad", {0}, {0})}},
+                                       nullptr, fHub);
+    EXPECT_EQ(3u, expect.Count()); // the bad index, and then the missing required port
+    ASSERT_EQ(1u, result[0][0].fOutPorts.size());
+    EXPECT_TRUE(result[0][0].fOutPorts[0].IsEmpty());
+}
+
+// A port that can't be opened is left out. The senders then count without
+// it while the output specs keep it, so a probe that sends on sender 0 and
+// reports output 0 has sent on x:B and names x:A: kept as it is.
+TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
+{
+    fLibrary.fOutNames = {"x:A", "x:B", "x:C"};
+    fLibrary.fFailingNames = {"x:A"};
+    u32 outCount = 0;
+    u32 inCount = 0;
+    const TProbe probe = [&](IMIDIProber& prober, const TControlSurfaceInfo& info,
+                             IProbeResultGetter& results, ITextGetter& messages)
+    {
+        prober.IMIDIProber_GetOutPortCount(&outCount);
+        prober.IMIDIProber_GetInPortCount(&inCount);
+        TMIDIEvent event{};
+        event.fTime = 5;
+        event.fSize = 2;
+        event.fData[0] = 0xC0;
+        event.fData[1] = 0x01;
+        EXPECT_EQ(NSKinvarCodec::kCodecOK, prober.IMIDIProber_SendEvents(0, 1, &event));
+        return Reporting({0}, {0})(prober, info, results, messages);
+    };
+    const auto result =
+        AutodetectControlSurfaces({{MakeCodec(probe), MakeInfo(u"M", {0}, {0})}}, nullptr, fHub);
+    EXPECT_EQ(2u, outCount);
+    EXPECT_EQ(1u, inCount);
+    ASSERT_EQ(1u, fLibrary.fSent.size());
+    EXPECT_EQ("x:B", fLibrary.fSent[0].fPort);
+    EXPECT_EQ(5u, fLibrary.fSent[0].fTime);
+    EXPECT_EQ(u"JACK: x:A", result[0][0].fOutPorts[0].GetDisplayName());
+    EXPECT_EQ(u"JACK: x:B", result[0][0].fInPorts[0].GetDisplayName());
+}
+
+// A failing probe ends the run: its text reaches the log first, the later
+// models aren't tried and OnEnd isn't called.
+TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
+{
+    TakePendingLog();
+    CScriptedCodec* later = nullptr;
+    const TProbe failing = [](IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&,
+                              ITextGetter& messages)
+    {
+        messages.ITextGetter_Take(u"the box did not answer");
+        return kCodecProgrammingError;
+    };
+    const std::vector<TCodecModel> models = {{MakeCodec(failing), MakeInfo(u"A", {0}, {0})},
+                                             {MakeCodec(&FindsNothing, &later), MakeInfo(u"B", {0}, {0})}};
+    CProgressLog progress;
+    EXPECT_THROW(AutodetectControlSurfaces(models, &progress, fHub), XProgrammingError);
+    EXPECT_EQ(0, later->fProbes);
+    EXPECT_EQ((std::vector<std::string>{"begin", "count 2", "model 0"}), progress.fLines);
+    EXPECT_NE(TText16::npos, TakePendingLog().find(u"the box did not answer"));
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
+}
+
+TEST_F(AutoDetectTest, AQuietPortStillCallsTheGetter)
+{
+    class CCountingGetter final : public IMIDIEventGetter
+    {
+    public:
+        u32 IMIDIEventGetter_Take(const TMIDIEvent*, u32 count) override
+        {
+            fCounts.push_back(count);
+            return NSKinvarCodec::kCodecOK;
+        }
+        std::vector<u32> fCounts;
+    };
+    CMIDIProber prober(fHub);
+    CCountingGetter getter;
+    EXPECT_EQ(NSKinvarCodec::kCodecOK, prober.IMIDIProber_GetEvents(1, getter));
+    EXPECT_EQ(std::vector<u32>{0}, getter.fCounts);
+
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(kCodecInvalidArgument, prober.IMIDIProber_GetEvents(2, getter));
+    EXPECT_EQ(1u, expect.Count());
+}
+
+class LoopbackProbeTest : public testing::Test
+{
+protected:
+    NSTonewell::CTonewellLibrary fLibrary{{NSTonewell::EBackend::kLoopback}};
+    CMIDIHub fHub{fLibrary};
+    CMIDIPortSpec fInA = FindPortNamed(fHub.GetInPorts(), u"Loopback A");
+    CMIDIPortSpec fOutA = FindPortNamed(fHub.GetOutPorts(), u"Loopback A");
+    CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
+};
+
+// The buffer takes what the codec boundary takes, clock included, and keeps
+// the first 1000 when nobody reads. A receiver that listens ahead of the
+// buffer tells when the buffer has had a batch: it sees the message behind
+// the batch only after the buffer has taken the batch.
+TEST_F(LoopbackProbeTest, BufferingPortsKeepWhatACodecCanTake)
+{
+    CRecordingReceiver ahead;
+    CMIDIInPort watch(fHub, fInA, &ahead);
+    auto sender = fHub.GetSender(fOutA);
+    const TBinary behind{0xFC};
+    {
+        CBufferingMIDIInPort port(fHub, fInA);
+        sender->Send(nullptr, MakeSysex(1025));
+        sender->Send(nullptr, MakeSysex(1024));
+        sender->Send(nullptr, {0xF8});
+        sender->Send(nullptr, behind);
+        ASSERT_TRUE(ahead.WaitForCount(4));
+        const std::vector<TMIDIEvent> events = port.TakeEvents();
+        ASSERT_GE(events.size(), 2u);
+        EXPECT_EQ(1024u, events[0].fSize);
+        EXPECT_EQ(MakeSysex(1024), TBinary(events[0].fData, events[0].fData + 1024));
+        EXPECT_EQ(3u, events[1].fSize);
+        EXPECT_EQ(0xF8, events[1].fData[0]);
+        EXPECT_NE(0u, events[1].fTime);
+    }
+    CBufferingMIDIInPort port(fHub, fInA);
+    for (int i = 0; i < 1100; ++i)
+        sender->Send(nullptr, {0x90, static_cast<u8>(i & 0x7F), static_cast<u8>(i >> 7)});
+    sender->Send(nullptr, behind);
+    ASSERT_TRUE(ahead.WaitForCount(4 + 1101));
+    const std::vector<TMIDIEvent> events = port.TakeEvents();
+    ASSERT_EQ(CBufferingMIDIInPort::kCapacity, events.size());
+    EXPECT_EQ(0x00, events.front().fData[1]);
+    EXPECT_EQ(999 & 0x7F, events.back().fData[1]);
+    EXPECT_EQ(999 >> 7, events.back().fData[2]);
+}
+
+// A surface simulated on the loopback cables: it listens on "Loopback A" and
+// answers the identity request on "Loopback B". The generic codec's probe,
+// run by auto-detection, finds it with output A and input B.
+TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
+{
+    class CResponder final : public NSMIDIHub::IMIDIReceiver
+    {
+    public:
+        CResponder(CMIDIHub& hub, const CMIDIPortSpec& listen, const CMIDIPortSpec& answer)
+            : fAnswer(hub.GetSender(answer)), fPort(hub, listen, this)
+        {
+        }
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
+        {
+            if (data == TBinary{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
+                fAnswer->Send(nullptr, {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
+        }
+
+    private:
+        std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer;
+        NSMIDIHub::CMIDIInPort fPort;
+    };
+    CResponder responder(fHub, fInA, fOutB);
+
+    const std::filesystem::path definition =
+        std::filesystem::path(BRASSFOLD_TEST_DATA_DIR) / "midi" / "Probe Box.midicodec";
+    const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}),
+                          codec_deleter());
+    class CInfoList final : public IControlSurfaceInfoGetter
+    {
+    public:
+        u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
+        {
+            fInfos.assign(infos, infos + count);
+            return NSKinvarCodec::kCodecOK;
+        }
+        std::vector<TControlSurfaceInfo> fInfos;
+    };
+    CInfoList models;
+    CCodecTextGetter messages;
+    ASSERT_EQ(NSKinvarCodec::kCodecOK, codec->ICodec2_GetControlSurfaces(models, messages));
+    ASSERT_EQ(1u, models.fInfos.size());
+
+    CProgressLog progress;
+    const auto result =
+        AutodetectControlSurfaces({{codec, models.fInfos[0]}}, &progress, fHub);
+    ASSERT_EQ(1u, result.size());
+    ASSERT_EQ(1u, result[0].size());
+    const VDetectedKinvarControlSurface& find = result[0][0];
+    EXPECT_EQ(u"Brassfold Tests", find.fManufacturer);
+    EXPECT_EQ(u"Probe Box", find.fModel);
+    ASSERT_EQ(1u, find.fInPorts.size());
+    EXPECT_EQ(u"Loopback B", find.fInPorts[0].GetDisplayName());
+    ASSERT_EQ(1u, find.fOutPorts.size());
+    EXPECT_EQ(u"Loopback A", find.fOutPorts[0].GetDisplayName());
+
+    u32 status = 0;
+    IControlSurface* surface =
+        codec->ICodec2_CreateControlSurfaceByName(find.fUniqueName.c_str(), &status);
+    EXPECT_EQ(NSKinvarCodec::kCodecOK, status);
+    ASSERT_NE(nullptr, surface);
+    surface->IControlSurface_Destroy();
+}
+} // namespace
