@@ -72,6 +72,9 @@ TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
 // plain value rather than std::optional: this sits on the hot path, and the
 // optional's two-part result costs a store-forwarding stall.)
 inline constexpr ECompareResult kTableUndecided = static_cast<ECompareResult>(0);
+// QuickCompare's word that the walk by table wouldn't decide either: a unit
+// above 127 stands where the answer falls, so only the collator can answer.
+inline constexpr ECompareResult kCollatorNeeded = static_cast<ECompareResult>(1);
 
 // The collator's answer when both texts are 7-bit, else kTableUndecided:
 // QuickCompare, then WalkByTable.
@@ -127,7 +130,7 @@ inline ECompareResult DecideByRank(std::u16string_view a, std::size_t i, std::u1
                                    std::size_t j, const TASCIICollationTable& table)
 {
     if (!CanDecideAt(a, i, table) || !CanDecideAt(b, j, table))
-        return kTableUndecided;
+        return kCollatorNeeded;
     return LessOrGreater(table.fRank[a[i]] > table.fRank[b[j]]);
 }
 
@@ -274,7 +277,8 @@ inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
 // 127: a first-unit difference, or a stretch equal but for case that ends in
 // a difference or at the end of a text. Makes no call, so a caller that
 // inlines it needs no stack frame on its fast path. kTableUndecided when the
-// walk (CompareByTable) must go on, or the collator must answer.
+// walk (WalkByTable) must go on, kCollatorNeeded when only the collator can
+// answer.
 template <bool kCaseCounts>
 inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
                                    const TASCIICollationTable& table)
@@ -294,12 +298,15 @@ inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
         return FromOrder(caseOrder);
     // A printable unit is never ignorable, so a text that goes on is the greater.
     if (endOfA && !NeedsTable(b[stop]))
-        return CanDecideAt(b, stop, table) ? kTextLess : kTableUndecided;
+        return CanDecideAt(b, stop, table) ? kTextLess : kCollatorNeeded;
     if (endOfB && !NeedsTable(a[stop]))
-        return CanDecideAt(a, stop, table) ? kTextGreater : kTableUndecided;
+        return CanDecideAt(a, stop, table) ? kTextGreater : kCollatorNeeded;
     // Two printable units that differ when folded differ in rank.
     if (!endOfA && !endOfB && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
         return DecideByRank(a, stop, b, stop, table);
+    // Everything before `stop` is plain, so the walk would meet this unit too.
+    if ((!endOfA && a[stop] >= kASCIICount) || (!endOfB && b[stop] >= kASCIICount))
+        return kCollatorNeeded;
     return kTableUndecided;
 }
 } // namespace NSASCIICollation
