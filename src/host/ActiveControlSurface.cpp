@@ -73,8 +73,11 @@ CActiveControlSurface::~CActiveControlSurface()
         fControlSurface->IControlSurface_SetInputHandler(nullptr);
         SendShutdownEvents();
     }
-    // The members go in reverse order: the ports close while the surface is
-    // still there for a message on its way in, which finds no handler.
+    // The ports close only now, with fLock released: a delivery thread may be
+    // inside Receive, waiting for fLock while it holds the open port's lock
+    // that closing the port needs. The members go in reverse order, so the
+    // surface is still there for a message on its way in, which finds no
+    // handler, and is destroyed last.
 }
 
 void CActiveControlSurface::OpenInPorts(const std::vector<CMIDIPortSpec>& inPorts)
