@@ -424,7 +424,10 @@ public:
     {
         fScript->Log("CreateControlSurface");
         *status = fScript->fCreateStatus;
-        return *status == ::kCodecOK ? new CScriptedSurface(fScript) : nullptr;
+        if (*status != ::kCodecOK)
+            return nullptr;
+        fScript->fSurface = new CScriptedSurface(fScript);
+        return fScript->fSurface;
     }
     IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32* status) override
     {

@@ -204,6 +204,9 @@ struct TScript
     // Each message handed in makes one input of item 0 whose fValue1 is its size.
     bool fReportInput = false;
 
+    // The last surface made.
+    NSKinvarCodec::IControlSurface* fSurface = nullptr;
+
     mutable std::mutex fLock;
     std::vector<std::string> fCalls;
     std::vector<std::pair<u32, TBinary>> fEvents; // port index, message
