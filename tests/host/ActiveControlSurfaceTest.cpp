@@ -1,6 +1,6 @@
-// A running surface over the loopback ports with a scripted codec: the order
-// of start and end, the refusals with their log lines, the filters of input,
-// the frames with their traffic record.
+// A running surface of the "State Box" test module over the loopback ports:
+// start and end messages, frames with their traffic record, the refusals
+// with their log lines, and the filters of input.
 
 #include "host/ActiveControlSurface.h"
 
@@ -15,168 +15,114 @@ using namespace NSKinvarCodec;
 
 namespace
 {
+// Keeps the sizes of what reached the codec (the module reports them).
 class CRecordingHandler final : public IControlSurfaceInputHandler
 {
 public:
-    u32 IControlSurfaceInputHandler_HandleInput(IControlSurface*, const TItemInput*) override
+    u32 IControlSurfaceInputHandler_HandleInput(IControlSurface*, const TItemInput* input) override
     {
-        ++fCount;
+        fSizes.push_back(input->fValue2);
         return ::kCodecOK;
     }
-    std::atomic<int> fCount{0};
+    std::vector<i64> fSizes;
 };
 
 class ActiveControlSurfaceTest : public testing::Test
 {
 protected:
-    std::unique_ptr<CActiveControlSurface> Start(const std::vector<CMIDIPortSpec>& inPorts,
-                                                 const std::vector<CMIDIPortSpec>& outPorts)
+    std::unique_ptr<CActiveControlSurface> Start(const TControlSurfaceInfo& info, const std::vector<CMIDIPortSpec>& in,
+                                                 const std::vector<CMIDIPortSpec>& out)
     {
-        return std::make_unique<CActiveControlSurface>(MakeScriptedCodec(fScript), inPorts, outPorts, &fHandler,
-                                                       fScript->fInfo);
+        return std::make_unique<CActiveControlSurface>(StatesCodec(), in, out, &fHandler, info);
     }
 
-    std::shared_ptr<TScript> fScript = std::make_shared<TScript>();
     CRecordingHandler fHandler;
     CLogCapture fLog;
-    std::size_t fOpenInPorts = NSMIDIHub::GetMIDIHub().GetOpenInPortCount();
-    std::size_t fOpenOutPorts = NSMIDIHub::GetMIDIHub().GetOpenOutPortCount();
+    NSMIDIHub::CMIDIHub& fPorts = NSMIDIHub::GetMIDIHub();
+    const std::size_t fOpenIn = fPorts.GetOpenInPortCount();
+    const std::size_t fOpenOut = fPorts.GetOpenOutPortCount();
 };
 
-// Ports open first, the surface is made, and the start messages go to the
-// assigned output ports; at the end the handler is withdrawn, the end
-// messages go, the ports close, and the surface is destroyed last.
-TEST_F(ActiveControlSurfaceTest, StartAndEndRunInOrderOnAssignedPortsOnly)
+// Start messages go to the assigned output ports (a sysex that the codec
+// splits arrives whole), a frame sends the changed states and is counted on
+// every assigned port, and the end messages go before the ports close.
+TEST_F(ActiveControlSurfaceTest, StartFramesAndEndOnTheAssignedPorts)
 {
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {false}, {false, true});
-    fScript->fStartupMessages = {{0xF0, 0x7D, 0x01, 0xF7}};
     CRecordingReceiver wire;
     {
         NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback B"), &wire);
-        auto surface = Start({InPort(u"Loopback A")}, {OutPort(u"Loopback B"), {}});
-        EXPECT_EQ(u"Box", surface->GetName());
-        EXPECT_EQ(2u, surface->GetItemCount());
-        EXPECT_EQ(u"High", surface->GetItemStateName(0, 1));
-        surface.reset();
-        ASSERT_TRUE(wire.WaitForCount(2));
-    }
-    EXPECT_EQ((std::vector<std::string>{"CreateControlSurface", "SetInputHandler", "GetStartupEvents 0",
-                                        "SetInputHandler null", "GetShutdownEvents 0", "Destroy"}),
-              fScript->Calls());
-    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0xF7}, {0xF0, 0x7D, 0x02, 0xF7}}), wire.Messages());
-    EXPECT_EQ(fOpenInPorts + 1, fScript->fOpenInPortsAtDestroy); // the watch's port alone
-    EXPECT_EQ(fOpenOutPorts, NSMIDIHub::GetMIDIHub().GetOpenOutPortCount());
-}
-
-TEST_F(ActiveControlSurfaceTest, AFrameHandsTheStatesToTheSurfaceAndRecordsEveryAssignedPort)
-{
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {}, {false, true});
-    fScript->fFrameMessages = {{0xB0, 0x01, 0x02}, {0xF0, 0x01, 0x02, 0xF7}};
-    auto surface = Start({}, {OutPort(u"Loopback B"), {}});
-    TItemState state{};
-    state.fEnabled = 1;
-    state.fValue = 1500;
-    surface->SetItemState(1, state);
-    EXPECT_EQ(1500, surface->GetItemState(1).fValue);
-    for (int frame = 0; frame < 3; ++frame)
+        auto surface = Start(StateBox({false}, {false, true}), {InPort(u"Loopback A")}, {OutPort(u"Loopback B"), {}});
+        EXPECT_EQ(u"State Box", surface->GetName());
+        EXPECT_EQ(4u, surface->GetItemCount());
+        EXPECT_EQ(u"Fast", surface->GetItemStateName(3, 2));
+        TItemState state{};
+        state.fEnabled = 1;
+        state.fValue = 100;
+        surface->SetItemState(0, state);
+        EXPECT_EQ(100, surface->GetItemState(0).fValue);
         surface->DriveOutput(104);
-
-    const auto calls = fScript->Calls();
-    EXPECT_EQ(3, std::count(calls.begin(), calls.end(), "GetOutputEvents 0 104"));
-    ASSERT_EQ(3u, fScript->fStates.size());
-    EXPECT_EQ(1500, fScript->fStates[0].at(1).fValue);
-    EXPECT_EQ(0u, fScript->fStates[0].at(0).fEnabled);
-    EXPECT_EQ(std::make_pair(3u, 21u), surface->GetOutputTraffic(0, 1000));
-    EXPECT_EQ(std::make_pair(0u, 0u), surface->GetOutputTraffic(1, 1000));
+        surface->DriveOutput(104);
+        EXPECT_EQ(std::make_pair(2u, 3u), surface->GetOutputTraffic(0, 1000));
+        EXPECT_EQ(std::make_pair(0u, 0u), surface->GetOutputTraffic(1, 1000));
+        surface.reset();
+        EXPECT_EQ(fOpenIn + 1, fPorts.GetOpenInPortCount()); // the watch's alone
+        ASSERT_TRUE(wire.WaitForCount(3));
+    }
+    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}, {0xF0, 0x7D, 0x02, 0x00, 0xF7}}),
+              wire.Messages());
+    EXPECT_EQ(fOpenOut, fPorts.GetOpenOutPortCount());
 }
-
-TEST_F(ActiveControlSurfaceTest, ASurfaceWithoutOutputPortsHasNoFrames)
-{
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {false}, {});
-    auto surface = Start({InPort(u"Loopback A")}, {});
-    surface->DriveOutput(104);
-    surface.reset();
-    EXPECT_EQ((std::vector<std::string>{"CreateControlSurface", "SetInputHandler", "SetInputHandler null",
-                                        "Destroy"}),
-              fScript->Calls());
-}
-
-struct TRefusal
-{
-    const char* fName;
-    std::vector<bool> fInOptional;
-    std::vector<bool> fOutOptional;
-    std::vector<CMIDIPortSpec> fIn;
-    std::vector<CMIDIPortSpec> fOut;
-    u32 fCreateStatus;
-    std::u16string fLog;
-};
 
 // A refusal leaves no surface and no port open, with its line in the log.
 TEST_F(ActiveControlSurfaceTest, RefusalsCloseWhatWasOpenedAndSayWhy)
 {
+    struct TRefusal
+    {
+        TControlSurfaceInfo fInfo;
+        std::vector<CMIDIPortSpec> fIn;
+        std::vector<CMIDIPortSpec> fOut;
+        std::u16string fLog;
+    };
     const std::u16string required = u"All non-optional MIDI ports need to be chosen!\n";
+    TControlSurfaceInfo otherModel = StateBox({false}, {false});
+    otherModel.fModel[0] = u'X';
     const TRefusal refusals[] = {
-        {"in port left out", {false}, {}, {{}}, {}, ::kCodecOK, required},
-        {"out port left out", {false}, {false}, {InPort(u"Loopback A")}, {{}}, ::kCodecOK, required},
-        {"in port gone", {false}, {}, {MissingPort(true)}, {}, ::kCodecOK,
+        {StateBox({false}, {}), {{}}, {}, required},
+        {StateBox({false}, {false}), {InPort(u"Loopback A")}, {{}}, required},
+        {StateBox({false}, {}), {MissingPort(true)}, {},
          u"Could not open MIDI in port! Check if another program is already using it!\n"},
-        {"out port gone", {false}, {false}, {InPort(u"Loopback A")}, {MissingPort(false)}, ::kCodecOK,
+        {StateBox({false}, {false}), {InPort(u"Loopback A")}, {MissingPort(false)},
          u"Could not open MIDI out port! Check if another program is already using it!\n"},
-        {"codec refuses", {false}, {false}, {InPort(u"Loopback A")}, {OutPort(u"Loopback B")},
-         NSKinvarCodec::kCodecBadFormat, u""},
+        {otherModel, {InPort(u"Loopback A")}, {OutPort(u"Loopback B")}, u""},
     };
     for (const TRefusal& refusal : refusals)
     {
-        SCOPED_TRACE(refusal.fName);
-        fScript = std::make_shared<TScript>();
-        fScript->fInfo = MakeInfo(u"Acme", u"Box", refusal.fInOptional, refusal.fOutOptional);
-        fScript->fCreateStatus = refusal.fCreateStatus;
-        EXPECT_ANY_THROW(Start(refusal.fIn, refusal.fOut));
+        EXPECT_ANY_THROW(Start(refusal.fInfo, refusal.fIn, refusal.fOut));
         EXPECT_EQ(refusal.fLog, fLog.Text());
-        EXPECT_EQ(fOpenInPorts, NSMIDIHub::GetMIDIHub().GetOpenInPortCount());
-        EXPECT_EQ(fOpenOutPorts, NSMIDIHub::GetMIDIHub().GetOpenOutPortCount());
-        const auto calls = fScript->Calls();
-        EXPECT_EQ(refusal.fCreateStatus != ::kCodecOK, !calls.empty());
+        EXPECT_EQ(fOpenIn, fPorts.GetOpenInPortCount());
+        EXPECT_EQ(fOpenOut, fPorts.GetOpenOutPortCount());
     }
-    fScript = std::make_shared<TScript>();
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {}, {});
-    fScript->fCreateStatus = NSKinvarCodec::kCodecBadFormat;
-    EXPECT_THROW(Start({}, {}), XBadFormat);
+    EXPECT_THROW(Start(otherModel, {InPort(u"Loopback A")}, {OutPort(u"Loopback B")}), XBadFormat);
 }
 
-// Clock-like status bytes and messages over 1024 bytes never reach the codec.
+// Clock-like status bytes and messages over 1024 bytes never reach the codec;
+// a codec's failure is logged and thrown to the port.
 TEST_F(ActiveControlSurfaceTest, ReceiveFiltersWhatACodecMustNotSee)
 {
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {false}, {});
     const CMIDIPortSpec port = InPort(u"Loopback A");
-    auto surface = Start({port}, {});
-    TBinary sysex1024(1024, 0x01);
-    sysex1024.front() = 0xF0;
-    sysex1024.back() = 0xF7;
-    TBinary sysex1025 = sysex1024;
-    sysex1025.insert(sysex1025.begin() + 1, 0x02);
-    const std::vector<TBinary> messages = {{0xF8}, {0xFE}, {0xF1, 0x01}, {0xF2, 0x01, 0x02},
-                                           {0xFA}, sysex1024, sysex1025, {0x90, 0x3C, 0x7F}};
-    const u64 time = 77;
-    for (const TBinary& message : messages)
-        surface->Receive(port, &time, message);
-    const auto events = fScript->Events();
-    ASSERT_EQ(3u, events.size());
-    EXPECT_EQ(TBinary{0xFA}, events[0].second);
-    EXPECT_EQ(sysex1024, events[1].second);
-    EXPECT_EQ((TBinary{0x90, 0x3C, 0x7F}), events[2].second);
-    EXPECT_EQ(0u, events[0].first);
-}
+    auto surface = Start(StateBox({false}, {}), {port}, {});
+    surface->DriveOutput(104); // no output port: nothing to do
+    TBinary sysex(1024, 0x01);
+    sysex.front() = 0xF0;
+    sysex.back() = 0xF7;
+    TBinary tooLong = sysex;
+    tooLong.push_back(0xF7);
+    for (const TBinary& message : {TBinary{0xF8}, TBinary{0xFE}, TBinary{0xF1, 0x01}, TBinary{0xF2, 0x01, 0x02},
+                                   TBinary{0xFA}, sysex, tooLong, TBinary{0x90, 0x3C, 0x7F}})
+        surface->Receive(port, nullptr, message);
+    EXPECT_EQ((std::vector<i64>{1, 1024, 3}), fHandler.fSizes);
 
-TEST_F(ActiveControlSurfaceTest, ACodecFailingOnInputHasItsTextLoggedAndItsStatusThrown)
-{
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {false}, {});
-    fScript->fInputStatus = NSKinvarCodec::kCodecBadFormat;
-    fScript->fInputText = u"Unknown message";
-    const CMIDIPortSpec port = InPort(u"Loopback A");
-    auto surface = Start({port}, {});
-    EXPECT_THROW(surface->Receive(port, nullptr, {0x90, 0x3C, 0x7F}), XBadFormat);
+    EXPECT_THROW(surface->Receive(port, nullptr, {0xF0, 0x7D, 0x7F, 0xF7}), XBadFormat);
     EXPECT_EQ(u"Unknown message", fLog.Text());
 }
 
@@ -184,24 +130,11 @@ TEST_F(ActiveControlSurfaceTest, ACodecFailingOnInputHasItsTextLoggedAndItsStatu
 // walk, and the message goes nowhere.
 TEST_F(ActiveControlSurfaceTest, InputBehindAnUnassignedPortIsAFailedAssertion)
 {
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {true, false}, {});
     const CMIDIPortSpec port = InPort(u"Loopback A");
-    auto surface = Start({{}, port}, {});
+    auto surface = Start(StateBox({true, false}, {}), {{}, port}, {});
     NSTesting::CExpectAssertions expect;
     EXPECT_THROW(surface->Receive(port, nullptr, {0x90, 0x3C, 0x7F}), XProgrammingError);
     EXPECT_EQ(1u, expect.Count());
-    EXPECT_TRUE(fScript->Events().empty());
-}
-
-// A failure of the end messages ends that step alone.
-TEST_F(ActiveControlSurfaceTest, AFailureAtTheEndStopsTheEndMessagesOnly)
-{
-    fScript->fInfo = MakeInfo(u"Acme", u"Box", {}, {false, false});
-    fScript->fShutdownStatus = NSKinvarCodec::kCodecBadFormat;
-    auto surface = Start({}, {OutPort(u"Loopback A"), OutPort(u"Loopback B")});
-    surface.reset();
-    const auto calls = fScript->Calls();
-    EXPECT_EQ((std::vector<std::string>{"SetInputHandler null", "GetShutdownEvents 0", "Destroy"}),
-              std::vector<std::string>(calls.end() - 3, calls.end()));
+    EXPECT_TRUE(fHandler.fSizes.empty());
 }
 } // namespace

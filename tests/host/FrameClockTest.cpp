@@ -68,12 +68,11 @@ TEST_F(OutputFrameClockTest, AStallBelowFiveFramesASecondIsTraced)
     fClock.Tick();
     for (const TCase& test : cases)
     {
-        const std::size_t before = debug.Lines().size();
+        const std::size_t before = debug.LineCount();
         fNow += test.fStall;
         fClock.Tick();
-        const std::vector<std::string> lines = debug.Lines();
         if (test.fLine == nullptr)
-            EXPECT_EQ(before, lines.size()) << test.fStall;
+            EXPECT_EQ(before, debug.LineCount()) << test.fStall;
         else
             EXPECT_EQ(1u, debug.Count(test.fLine)) << test.fStall;
     }
