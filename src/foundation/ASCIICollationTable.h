@@ -73,19 +73,18 @@ TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
 // optional's two-part result costs a store-forwarding stall.)
 inline constexpr ECompareResult kTableUndecided = static_cast<ECompareResult>(0);
 
-// The collator's answer when both texts are 7-bit, else kTableUndecided.
-// Inline: it sits on the hot path of every name comparison.
-inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
-                                     const TASCIICollationTable& table, bool caseCounts);
+// The collator's answer when both texts are 7-bit, else kTableUndecided:
+// QuickCompare, then WalkByTable.
+ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
+                              const TASCIICollationTable& table, bool caseCounts);
+// The same answers unit by unit, for what QuickCompare leaves undecided.
+ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b,
+                           const TASCIICollationTable& table, bool caseCounts);
 
 // Whether every unit is below 128.
 bool IsASCII(std::u16string_view text);
 
 // ---- the comparison itself
-
-// Past the folded prefix: controls, ignorables, units above 127, and the ends.
-ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b, std::size_t from,
-                           i32 caseOrder, const TASCIICollationTable& table, bool caseCounts);
 
 namespace NSASCIICollation
 {
@@ -101,11 +100,17 @@ inline char16 FoldCase(char16 c)
     return c >= u'A' && c <= u'Z' ? static_cast<char16>(c + 0x20) : c;
 }
 
+// Less or greater without a branch: which one it is can't be predicted, and
+// a mispredicted branch costs more than the rest of a short comparison.
+inline ECompareResult LessOrGreater(bool greater)
+{
+    static_assert(kTextGreater == kTextLess + 1);
+    return static_cast<ECompareResult>(kTextLess + static_cast<u32>(greater));
+}
+
 inline ECompareResult FromOrder(i32 order)
 {
-    if (order == 0)
-        return kTextEqual;
-    return order < 0 ? kTextLess : kTextGreater;
+    return order == 0 ? kTextEqual : LessOrGreater(order > 0);
 }
 
 // Whether the character at `at` keeps its own weight whatever follows: the
@@ -123,7 +128,7 @@ inline ECompareResult DecideByRank(std::u16string_view a, std::size_t i, std::u1
 {
     if (!CanDecideAt(a, i, table) || !CanDecideAt(b, j, table))
         return kTableUndecided;
-    return table.fRank[a[i]] < table.fRank[b[j]] ? kTextLess : kTextGreater;
+    return LessOrGreater(table.fRank[a[i]] > table.fRank[b[j]]);
 }
 
 // ---- the folded prefix: printable units that are equal but for case
@@ -265,17 +270,23 @@ inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
 }
 #endif
 
+// The answers that need no walk through controls, ignorables or units above
+// 127: a first-unit difference, or a stretch equal but for case that ends in
+// a difference or at the end of a text. Makes no call, so a caller that
+// inlines it needs no stack frame on its fast path. kTableUndecided when the
+// walk (CompareByTable) must go on, or the collator must answer.
 template <bool kCaseCounts>
-inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view b,
-                                      const TASCIICollationTable& table)
+inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
+                                   const TASCIICollationTable& table)
 {
-    i32 caseOrder = 0;
-    if (!table.fFoldIsRank)
-        return WalkByTable(a, b, 0, caseOrder, table, kCaseCounts);
+    const bool exact = kCaseCounts ? table.fCasesExact : table.fRanksExact;
+    if (!exact || !table.fFoldIsRank || !table.fDecidesEarly)
+        return kTableUndecided;
     // Most names that differ differ at once: that needs no block.
     if (!a.empty() && !b.empty() && FoldCase(a[0]) != FoldCase(b[0]) && !NeedsTable(a[0]) &&
         !NeedsTable(b[0]))
         return DecideByRank(a, 0, b, 0, table);
+    i32 caseOrder = 0;
     const std::size_t stop = ScanPrefix<kCaseCounts>(a, b, table, caseOrder);
     const bool endOfA = stop == a.size();
     const bool endOfB = stop == b.size();
@@ -289,16 +300,7 @@ inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view
     // Two printable units that differ when folded differ in rank.
     if (!endOfA && !endOfB && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
         return DecideByRank(a, stop, b, stop, table);
-    return WalkByTable(a, b, stop, caseOrder, table, kCaseCounts);
+    return kTableUndecided;
 }
 } // namespace NSASCIICollation
-
-inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
-                                     const TASCIICollationTable& table, bool caseCounts)
-{
-    using namespace NSASCIICollation;
-    if (!caseCounts)
-        return table.fRanksExact ? CompareSevenBit<false>(a, b, table) : kTableUndecided;
-    return table.fCasesExact ? CompareSevenBit<true>(a, b, table) : kTableUndecided;
-}
 } // namespace NSTextPackage
