@@ -83,20 +83,26 @@ TPairs MakePairs(const std::vector<TText16>& names, std::initializer_list<EKind>
     return pairs;
 }
 
-using TCompare = ECompareResult (*)(std::u16string_view, std::u16string_view);
-
-ECompareResult WithTable(std::u16string_view a, std::u16string_view b)
+// The two ways to compare, as functors so that the loop calls them directly.
+struct CWithTable
 {
-    return CompareText(a, b);
-}
+    ECompareResult operator()(std::u16string_view a, std::u16string_view b) const
+    {
+        return CompareText(a, b);
+    }
+};
 
-ECompareResult WithCollator(std::u16string_view a, std::u16string_view b)
+struct CWithCollator
 {
-    return CompareTextWithCollator(a, b);
-}
+    ECompareResult operator()(std::u16string_view a, std::u16string_view b) const
+    {
+        return CompareTextWithCollator(a, b);
+    }
+};
 
-void RunPairs(benchmark::State& state, const TPairs& pairs, TCompare compare)
+template <class TCompare> void RunPairs(benchmark::State& state, const TPairs& pairs)
 {
+    const TCompare compare;
     std::size_t i = 0;
     for (auto _ : state)
     {
@@ -161,9 +167,9 @@ int main(int argc, char** argv)
     for (const TWorkload& workload : workloads)
     {
         benchmark::RegisterBenchmark((std::string("CompareText/") + workload.fName).c_str(),
-                                     RunPairs, workload.fPairs, &WithTable);
-        benchmark::RegisterBenchmark((std::string("Collator/") + workload.fName).c_str(), RunPairs,
-                                     workload.fPairs, &WithCollator);
+                                     RunPairs<CWithTable>, workload.fPairs);
+        benchmark::RegisterBenchmark((std::string("Collator/") + workload.fName).c_str(),
+                                     RunPairs<CWithCollator>, workload.fPairs);
     }
     CSummaryReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

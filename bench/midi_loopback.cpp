@@ -3,7 +3,8 @@
 //
 // - latency: one message at a time, each sent a pause after the last has
 //   arrived, so that the delivery thread has gone to sleep; the median and
-//   the 99th percentile, in microseconds;
+//   the 99th percentile, in microseconds (also printed: the same back to
+//   back, with the delivery thread awake);
 // - throughput: a stream of three-byte messages sent as fast as the sender
 //   can, counted at the receiver, which must get every one of them.
 //
@@ -33,7 +34,10 @@ constexpr u64 kStreamLength = 500000;
 constexpr auto kPatience = std::chrono::seconds(10);
 constexpr auto kPause = std::chrono::microseconds(100);
 
-i64 Nanoseconds() { return Clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
+i64 Nanoseconds()
+{
+    return Clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
 
 // Notes the time of each arrival.
 class CTimingReceiver final : public IMIDIReceiver
@@ -78,7 +82,9 @@ CMIDIPortSpec Port(const std::vector<CMIDIPortSpec>& ports, const std::u16string
     std::exit(1);
 }
 
-TPercentiles MeasureLatency(CMIDIHub& hub)
+// pause 0: each message goes out as soon as the last has arrived, and the
+// delivery thread is still awake.
+TPercentiles MeasureLatency(CMIDIHub& hub, std::chrono::microseconds pause)
 {
     CTimingReceiver receiver;
     CMIDIInPort port(hub, Port(hub.GetInPorts(), u"Loopback A"), &receiver);
@@ -100,7 +106,8 @@ TPercentiles MeasureLatency(CMIDIHub& hub)
             samples.push_back((receiver.fArrival.load() - sent) / 1000.0);
         // A pause, as between a player's moves: the delivery thread goes to
         // sleep, and each message pays for waking it.
-        std::this_thread::sleep_for(kPause);
+        if (pause.count() > 0)
+            std::this_thread::sleep_for(pause);
     }
     return Percentiles(samples);
 }
@@ -169,7 +176,9 @@ int main()
     const TPercentiles bare = MeasureBareHandover();
     std::printf("baseline: bare thread hand-over median_us=%.1f p99_us=%.1f\n", bare.fMedian,
                 bare.fP99);
-    const TPercentiles latency = MeasureLatency(hub);
+    const TPercentiles awake = MeasureLatency(hub, std::chrono::microseconds(0));
+    std::printf("back to back: median_us=%.1f p99_us=%.1f\n", awake.fMedian, awake.fP99);
+    const TPercentiles latency = MeasureLatency(hub, kPause);
     u64 received = 0;
     const double rate = MeasureThroughput(hub, received);
     std::printf("stream: %llu of %llu messages arrived\n",

@@ -250,10 +250,25 @@ TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
     return table;
 }
 
-ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b, std::size_t from,
-                           i32 caseOrder, const TASCIICollationTable& table, bool caseCounts)
+ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
+                              const TASCIICollationTable& table, bool caseCounts)
 {
-    return caseCounts ? Walk<true>(a, b, from, from, caseOrder, table)
-                      : Walk<false>(a, b, from, from, caseOrder, table);
+    if (!(caseCounts ? table.fCasesExact : table.fRanksExact))
+        return kTableUndecided;
+    const ECompareResult quick =
+        caseCounts ? QuickCompare<true>(a, b, table) : QuickCompare<false>(a, b, table);
+    if (quick == kCollatorNeeded)
+        return kTableUndecided;
+    return quick != kTableUndecided ? quick : WalkByTable(a, b, table, caseCounts);
+}
+
+ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b,
+                           const TASCIICollationTable& table, bool caseCounts)
+{
+    if (!(caseCounts ? table.fCasesExact : table.fRanksExact))
+        return kTableUndecided;
+    const ECompareResult walked =
+        caseCounts ? Walk<true>(a, b, 0, 0, 0, table) : Walk<false>(a, b, 0, 0, 0, table);
+    return walked == kCollatorNeeded ? kTableUndecided : walked;
 }
 } // namespace NSTextPackage

@@ -72,20 +72,22 @@ TASCIICollationTable MakeASCIICollationTable(const icu::Collator& caseless,
 // plain value rather than std::optional: this sits on the hot path, and the
 // optional's two-part result costs a store-forwarding stall.)
 inline constexpr ECompareResult kTableUndecided = static_cast<ECompareResult>(0);
+// QuickCompare's word that the walk by table wouldn't decide either: a unit
+// above 127 stands where the answer falls, so only the collator can answer.
+inline constexpr ECompareResult kCollatorNeeded = static_cast<ECompareResult>(1);
 
-// The collator's answer when both texts are 7-bit, else kTableUndecided.
-// Inline: it sits on the hot path of every name comparison.
-inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
-                                     const TASCIICollationTable& table, bool caseCounts);
+// The collator's answer when both texts are 7-bit, else kTableUndecided:
+// QuickCompare, then WalkByTable.
+ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
+                              const TASCIICollationTable& table, bool caseCounts);
+// The same answers unit by unit, for what QuickCompare leaves undecided.
+ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b,
+                           const TASCIICollationTable& table, bool caseCounts);
 
 // Whether every unit is below 128.
 bool IsASCII(std::u16string_view text);
 
 // ---- the comparison itself
-
-// Past the folded prefix: controls, ignorables, units above 127, and the ends.
-ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b, std::size_t from,
-                           i32 caseOrder, const TASCIICollationTable& table, bool caseCounts);
 
 namespace NSASCIICollation
 {
@@ -101,11 +103,17 @@ inline char16 FoldCase(char16 c)
     return c >= u'A' && c <= u'Z' ? static_cast<char16>(c + 0x20) : c;
 }
 
+// Less or greater without a branch: which one it is can't be predicted, and
+// a mispredicted branch costs more than the rest of a short comparison.
+inline ECompareResult LessOrGreater(bool greater)
+{
+    static_assert(kTextGreater == kTextLess + 1);
+    return static_cast<ECompareResult>(kTextLess + static_cast<u32>(greater));
+}
+
 inline ECompareResult FromOrder(i32 order)
 {
-    if (order == 0)
-        return kTextEqual;
-    return order < 0 ? kTextLess : kTextGreater;
+    return order == 0 ? kTextEqual : LessOrGreater(order > 0);
 }
 
 // Whether the character at `at` keeps its own weight whatever follows: the
@@ -122,8 +130,8 @@ inline ECompareResult DecideByRank(std::u16string_view a, std::size_t i, std::u1
                                    std::size_t j, const TASCIICollationTable& table)
 {
     if (!CanDecideAt(a, i, table) || !CanDecideAt(b, j, table))
-        return kTableUndecided;
-    return table.fRank[a[i]] < table.fRank[b[j]] ? kTextLess : kTextGreater;
+        return kCollatorNeeded;
+    return LessOrGreater(table.fRank[a[i]] > table.fRank[b[j]]);
 }
 
 // ---- the folded prefix: printable units that are equal but for case
@@ -265,17 +273,24 @@ inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
 }
 #endif
 
+// The answers that need no walk through controls, ignorables or units above
+// 127: a first-unit difference, or a stretch equal but for case that ends in
+// a difference or at the end of a text. Makes no call, so a caller that
+// inlines it needs no stack frame on its fast path. kTableUndecided when the
+// walk (WalkByTable) must go on, kCollatorNeeded when only the collator can
+// answer.
 template <bool kCaseCounts>
-inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view b,
-                                      const TASCIICollationTable& table)
+inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
+                                   const TASCIICollationTable& table)
 {
-    i32 caseOrder = 0;
-    if (!table.fFoldIsRank)
-        return WalkByTable(a, b, 0, caseOrder, table, kCaseCounts);
+    const bool exact = kCaseCounts ? table.fCasesExact : table.fRanksExact;
+    if (!exact || !table.fFoldIsRank || !table.fDecidesEarly)
+        return kTableUndecided;
     // Most names that differ differ at once: that needs no block.
     if (!a.empty() && !b.empty() && FoldCase(a[0]) != FoldCase(b[0]) && !NeedsTable(a[0]) &&
         !NeedsTable(b[0]))
         return DecideByRank(a, 0, b, 0, table);
+    i32 caseOrder = 0;
     const std::size_t stop = ScanPrefix<kCaseCounts>(a, b, table, caseOrder);
     const bool endOfA = stop == a.size();
     const bool endOfB = stop == b.size();
@@ -283,22 +298,16 @@ inline ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view
         return FromOrder(caseOrder);
     // A printable unit is never ignorable, so a text that goes on is the greater.
     if (endOfA && !NeedsTable(b[stop]))
-        return CanDecideAt(b, stop, table) ? kTextLess : kTableUndecided;
+        return CanDecideAt(b, stop, table) ? kTextLess : kCollatorNeeded;
     if (endOfB && !NeedsTable(a[stop]))
-        return CanDecideAt(a, stop, table) ? kTextGreater : kTableUndecided;
+        return CanDecideAt(a, stop, table) ? kTextGreater : kCollatorNeeded;
     // Two printable units that differ when folded differ in rank.
     if (!endOfA && !endOfB && !NeedsTable(a[stop]) && !NeedsTable(b[stop]))
         return DecideByRank(a, stop, b, stop, table);
-    return WalkByTable(a, b, stop, caseOrder, table, kCaseCounts);
+    // Everything before `stop` is plain, so the walk would meet this unit too.
+    if ((!endOfA && a[stop] >= kASCIICount) || (!endOfB && b[stop] >= kASCIICount))
+        return kCollatorNeeded;
+    return kTableUndecided;
 }
 } // namespace NSASCIICollation
-
-inline ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
-                                     const TASCIICollationTable& table, bool caseCounts)
-{
-    using namespace NSASCIICollation;
-    if (!caseCounts)
-        return table.fRanksExact ? CompareSevenBit<false>(a, b, table) : kTableUndecided;
-    return table.fCasesExact ? CompareSevenBit<true>(a, b, table) : kTableUndecided;
-}
 } // namespace NSTextPackage

@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace NSTextPackage
@@ -38,7 +38,8 @@ ECompareResult FromCollation(UCollationResult result)
 std::unique_ptr<icu::Collator> MakeCollator(bool caseCounts)
 {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(icu::Locale::getRoot(), status));
+    std::unique_ptr<icu::Collator> collator(
+        icu::Collator::createInstance(icu::Locale::getRoot(), status));
     if (U_FAILURE(status) || !collator)
         throw std::runtime_error("text collation is not available");
     // Secondary strength keeps accents and drops case and width; the case
@@ -74,10 +75,22 @@ public:
         return FromCollation(result);
     }
 
-    // The table's answer for two 7-bit texts, or kTableUndecided.
-    ECompareResult CompareSevenBit(std::u16string_view a, std::u16string_view b, bool caseCounts) const
+    // The table's quick answers inline; the walk and the collator behind a
+    // call, so that the quick path needs no stack frame.
+    template <bool kCaseCounts>
+    ECompareResult Compare(std::u16string_view a, std::u16string_view b) const
     {
-        return CompareByTable(a, b, fTable, caseCounts);
+        const ECompareResult quick = NSASCIICollation::QuickCompare<kCaseCounts>(a, b, fTable);
+        if (quick == kTableUndecided)
+            return CompareSlowly(a, b, kCaseCounts);
+        return quick != kCollatorNeeded ? quick : Collate(a, b, kCaseCounts);
+    }
+
+    [[gnu::noinline]] ECompareResult CompareSlowly(std::u16string_view a, std::u16string_view b,
+                                                   bool caseCounts) const
+    {
+        const ECompareResult byTable = WalkByTable(a, b, fTable, caseCounts);
+        return byTable != kTableUndecided ? byTable : Collate(a, b, caseCounts);
     }
 
 private:
@@ -93,8 +106,7 @@ ECompareResult CompareText(std::u16string_view a, std::u16string_view b, const C
 {
     a = SkipByteOrderMark(a);
     b = SkipByteOrderMark(b);
-    const ECompareResult result = locale.Impl().CompareSevenBit(a, b, false);
-    return result != kTableUndecided ? result : locale.Impl().Collate(a, b, false);
+    return locale.Impl().Compare<false>(a, b);
 }
 
 ECompareResult CompareTextExactCase(std::u16string_view a, std::u16string_view b,
@@ -102,8 +114,7 @@ ECompareResult CompareTextExactCase(std::u16string_view a, std::u16string_view b
 {
     a = SkipByteOrderMark(a);
     b = SkipByteOrderMark(b);
-    const ECompareResult result = locale.Impl().CompareSevenBit(a, b, true);
-    return result != kTableUndecided ? result : locale.Impl().Collate(a, b, true);
+    return locale.Impl().Compare<true>(a, b);
 }
 
 ECompareResult CompareTextWithCollator(std::u16string_view a, std::u16string_view b,
@@ -122,16 +133,17 @@ TText16 MapCase(std::u16string_view text, TCaseMapper mapper)
     // so the first call may only tell the size.
     TText16 result(text.size(), u'\0');
     UErrorCode status = U_ZERO_ERROR;
-    int32_t size = mapper(reinterpret_cast<UChar*>(result.data()), static_cast<int32_t>(result.size()),
-                          reinterpret_cast<const UChar*>(text.data()),
-                          static_cast<int32_t>(text.size()), "", &status);
+    int32_t size =
+        mapper(reinterpret_cast<UChar*>(result.data()), static_cast<int32_t>(result.size()),
+               reinterpret_cast<const UChar*>(text.data()), static_cast<int32_t>(text.size()), "",
+               &status);
     if (status == U_BUFFER_OVERFLOW_ERROR)
     {
         result.assign(static_cast<std::size_t>(size), u'\0');
         status = U_ZERO_ERROR;
         size = mapper(reinterpret_cast<UChar*>(result.data()), size,
-                      reinterpret_cast<const UChar*>(text.data()), static_cast<int32_t>(text.size()), "",
-                      &status);
+                      reinterpret_cast<const UChar*>(text.data()),
+                      static_cast<int32_t>(text.size()), "", &status);
     }
     if (U_FAILURE(status) && status != U_STRING_NOT_TERMINATED_WARNING)
         throw std::exception();

@@ -63,10 +63,11 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
     }
     TControlSurfaceInfo info{};
     ThrowCodecResult(surface->IControlSurface_GetInfo(&info));
-    VControlSurfaceMap map(GetRecordText(info.fManufacturer), GetRecordText(info.fModel), GetItemInfos(*surface));
+    const auto map = std::make_shared<VControlSurfaceMap>(GetRecordText(info.fManufacturer),
+                                                          GetRecordText(info.fModel), GetItemInfos(*surface));
     try
     {
-        ReadMapFile(text, map, *GetItemStateNames(*surface), result.fErrorText, &result.fFaults);
+        ReadMapFile(text, *map, *GetItemStateNames(*surface), result.fErrorText, &result.fFaults);
     }
     catch (const XBadFormat&)
     {
@@ -74,6 +75,7 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
         return result;
     }
     result.fOutcome = result.fErrorText.empty() ? EMapCheckOutcome::kGood : EMapCheckOutcome::kFaulty;
+    result.fMap = map;
     return result;
 }
 

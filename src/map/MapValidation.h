@@ -9,6 +9,7 @@
 #include "map/MapReader.h"
 
 #include <filesystem>
+#include <memory>
 
 namespace NSKinvar
 {
@@ -26,6 +27,8 @@ struct TMapCheckResult
     TText16 fErrorText;
     // The faults of fErrorText one by one.
     TMapFaultList fFaults;
+    // The map of a sound file, for whoever wants to use it.
+    std::shared_ptr<const VControlSurfaceMap> fMap;
 };
 
 // The one line of the log when no codec offers the file's surface.

@@ -27,8 +27,8 @@ std::vector<CMIDIPortSpec> ResolvePorts(const u32* words, u32 portCount, const u
         if (words[i] < ports.size())
             resolved.push_back(ports[words[i]]);
     }
-    const auto optionalCount = std::count_if(optional, optional + portCount,
-                                             [](u32 flag) { return flag != 0; });
+    const auto optionalCount =
+        std::count_if(optional, optional + portCount, [](u32 flag) { return flag != 0; });
     BF_ASSERT(resolved.size() + optionalCount >= portCount);
     resolved.resize(std::max<std::size_t>(resolved.size(), portCount));
     return resolved;
@@ -45,7 +45,8 @@ public:
 
     u32 IProbeResultGetter_Take(const char* uniqueName, const u32* portMap) override
     {
-        return GuardEdge(kCodecEdge, [&] { rProbeResult.push_back(MakeFind(uniqueName, portMap)); });
+        return GuardEdge(kCodecEdge,
+                         [&] { rProbeResult.push_back(MakeFind(uniqueName, portMap)); });
     }
 
     TDetectedSurfaces rProbeResult;

@@ -52,11 +52,11 @@ public:
     virtual void IAutoDetectProgress_OnBegin() = 0;
     // Once, before the ports open.
     virtual void IAutoDetectProgress_OnModelCount(u32 count) = 0;
-    virtual void IAutoDetectProgress_OnModelBegin(u32 index,
-                                                  const NSKinvarCodec::TControlSurfaceInfo& info) = 0;
+    virtual void
+    IAutoDetectProgress_OnModelBegin(u32 index, const NSKinvarCodec::TControlSurfaceInfo& info) = 0;
     // For each find, after the model's probe.
-    virtual void IAutoDetectProgress_OnSurfaceFound(u32 index,
-                                                    const VDetectedKinvarControlSurface& surface) = 0;
+    virtual void
+    IAutoDetectProgress_OnSurfaceFound(u32 index, const VDetectedKinvarControlSurface& surface) = 0;
     virtual void IAutoDetectProgress_OnModelEnd(u32 index,
                                                 const NSKinvarCodec::TControlSurfaceInfo& info) = 0;
     // Once, at the end of a run that no probe failed.

@@ -51,10 +51,9 @@ void NoteLost(const CLibraryDebug& debug, const CInputChannel& channel, const st
                    " messages were lost, since they came faster than they were taken");
 }
 
-CInputChannel::CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler,
-                             IMIDIInPort& port, std::size_t capacity)
-    : fDelivery(delivery), fHandler(handler), fPort(port), fRing(capacity), fClosed(false),
-      fLost(0)
+CInputChannel::CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler, IMIDIInPort& port,
+                             std::size_t capacity)
+    : fDelivery(delivery), fHandler(handler), fPort(port), fRing(capacity), fClosed(false), fLost(0)
 {
 }
 

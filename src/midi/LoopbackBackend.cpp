@@ -101,9 +101,8 @@ void CLoopbackBackend::CCable::Transmit(const u8* data, std::size_t size)
 
 // Waits for room with the cable unlocked, so that a handler answering on
 // this cable from the delivery thread isn't held up behind us.
-void CLoopbackBackend::CCable::PostPatiently(std::unique_lock<std::mutex>& lock,
-                                             std::size_t index, u64 time, const u8* data,
-                                             std::size_t size)
+void CLoopbackBackend::CCable::PostPatiently(std::unique_lock<std::mutex>& lock, std::size_t index,
+                                             u64 time, const u8* data, std::size_t size)
 {
     std::shared_ptr<CInputChannel> channel = fChannels[index];
     if (fDelivery.IsCurrentThread() || size > channel->GetMaxMessageSize())
@@ -131,7 +130,7 @@ void CLoopbackBackend::CCable::PostPatiently(std::unique_lock<std::mutex>& lock,
 
 CLoopbackBackend::CLoopbackBackend(const CLibraryDebug& debug)
     : fDebug(debug), fDelivery("bf-loopback"), fCables{CCable(kLoopbackCableNames[0], fDelivery),
-                                        CCable(kLoopbackCableNames[1], fDelivery)}
+                                                       CCable(kLoopbackCableNames[1], fDelivery)}
 {
 }
 

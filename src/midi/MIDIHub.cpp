@@ -292,8 +292,7 @@ void CSender::Send(const u64* time, const TBinary& data)
     if (data.front() == kSysexBegin)
     {
         BF_ASSERT(data.back() == kSysexEnd);
-        ThrowTonewellResult(
-            port.IMIDISender_SendSysex(data.data(), static_cast<u32>(data.size())));
+        ThrowTonewellResult(port.IMIDISender_SendSysex(data.data(), static_cast<u32>(data.size())));
         return;
     }
     TTonewellShortMessage message{};

@@ -135,8 +135,8 @@ public:
     u32 IMIDIInHandler_OnShortMessage(NSTonewell::IMIDIInPort* port,
                                       const NSTonewell::TTonewellShortMessage* message) override;
     u32 IMIDIInHandler_OnSysexBegin(NSTonewell::IMIDIInPort* port) override;
-    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort* port, const u64* time,
-                                   const u8* bytes, u32 size) override;
+    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort* port, const u64* time, const u8* bytes,
+                                   u32 size) override;
     u32 IMIDIInHandler_OnSysexEnd(NSTonewell::IMIDIInPort* port, const u64* time) override;
     u32 IMIDIInHandler_OnSysexAbort(NSTonewell::IMIDIInPort* port) override;
     u32 IMIDIInHandler_OnNotification(u32 word) override;

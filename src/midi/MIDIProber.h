@@ -34,8 +34,7 @@ public:
     NSKinvarCodec::u32 IMIDIProber_GetOutPortCount(NSKinvarCodec::u32* count) override;
     // The events go out in order on the sender of that index, with their
     // times, unthrottled. A bad index is a failed assertion.
-    NSKinvarCodec::u32 IMIDIProber_SendEvents(NSKinvarCodec::u32 outPort,
-                                              NSKinvarCodec::u32 count,
+    NSKinvarCodec::u32 IMIDIProber_SendEvents(NSKinvarCodec::u32 outPort, NSKinvarCodec::u32 count,
                                               const NSKinvarCodec::TMIDIEvent* events) override;
     NSKinvarCodec::u32 IMIDIProber_GetInPortCount(NSKinvarCodec::u32* count) override;
     // Empties that port's buffer into one call of getter, also when nothing

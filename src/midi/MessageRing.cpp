@@ -7,8 +7,7 @@
 namespace NSTonewell
 {
 CMessageRing::CMessageRing(std::size_t capacity)
-    : fBytes(), fCapacity(std::bit_ceil(std::max<std::size_t>(capacity, 64))), fHead(0),
-      fTail(0)
+    : fBytes(), fCapacity(std::bit_ceil(std::max<std::size_t>(capacity, 64))), fHead(0), fTail(0)
 {
     fBytes = std::make_unique<u8[]>(fCapacity);
 }

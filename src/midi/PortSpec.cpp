@@ -124,9 +124,9 @@ std::vector<CPortSpec> MakePortSpecs(EBackend backend, EDirection direction,
     for (const std::string& name : listedNames)
     {
         const std::string identity = IdentityName(backend, name);
-        const auto occurrence =
-            std::count_if(specs.begin(), specs.end(), [&](const CPortSpec& earlier)
-                          { return earlier.GetIdentityName() == identity; });
+        const auto occurrence = std::count_if(specs.begin(), specs.end(),
+                                              [&](const CPortSpec& earlier)
+                                              { return earlier.GetIdentityName() == identity; });
         specs.emplace_back(backend, direction, name, static_cast<u32>(occurrence));
     }
     return specs;

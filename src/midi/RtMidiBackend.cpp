@@ -5,10 +5,10 @@
 #include <RtMidi.h>
 
 #include <cerrno>
-#include <utility>
 #include <cstring>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace NSTonewell
 {
@@ -189,10 +189,20 @@ class CRtMidiOutPort final : public IMIDISender
 public:
     CRtMidiOutPort(CRtMidiBackend& backend, const CPortSpec& spec,
                    std::shared_ptr<CJackWatch> watch)
-        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false)
+        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false),
+          fSent(false)
     {
         if (fWatch)
             fSeen = fWatch->GetGeneration();
+    }
+
+    ~CRtMidiOutPort() override
+    {
+        // RtMidi hands JACK what was sent at the client's next cycle; a
+        // client closed before that takes the last messages with it (the
+        // shutdown messages of a surface, say).
+        if (fWatch && fSent && !fGone)
+            fWatch->WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
     }
 
     TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
@@ -223,6 +233,7 @@ private:
             fGone = true;
         if (fGone)
             return kTonewellPortGone;
+        fSent = true;
         u32 status = GuardEdge(kTonewellEdge, [&] { fMidi->sendMessage(bytes, size); });
         if (status == kTonewellOK && !fErrors.Take().empty())
             status = kTonewellSendFailed;
@@ -234,6 +245,7 @@ private:
     const std::shared_ptr<CJackWatch> fWatch;
     u64 fSeen;
     bool fGone;
+    bool fSent;
     CRtMidiErrors fErrors;
     std::unique_ptr<RtMidiOut> fMidi;
 };
@@ -263,8 +275,8 @@ bool CRtMidiBackend::Start()
     if (started)
     {
         if (!fDelivery)
-            fDelivery = std::make_unique<CDeliveryThread>(
-                fKind == EBackend::kALSA ? "bf-alsa" : "bf-jack");
+            fDelivery =
+                std::make_unique<CDeliveryThread>(fKind == EBackend::kALSA ? "bf-alsa" : "bf-jack");
         if (fSaidWhy)
             fDebug.Note(std::string(NameOf(fKind)) + ": the backend runs now");
         fSaidWhy = false;
@@ -351,14 +363,14 @@ std::unique_ptr<TPort> KeepIfOpen(std::unique_ptr<TPort> port, TOpening opening,
     status = opening.fStatus;
     if (status == kTonewellOK)
         return port;
-    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() +
-               ": " + opening.fError);
+    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() + ": " +
+               opening.fError);
     return nullptr;
 }
 } // namespace
 
-std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler,
-                                                    const CPortSpec& spec, u32& status)
+std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+                                                    u32& status)
 {
     if (!Start())
     {
@@ -399,8 +411,8 @@ bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<C
         seen = generation;
         return watch->HasPort(spec.GetListedName());
     }
-    const u64 generation = static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() /
-                                            kALSACheckInterval);
+    const u64 generation =
+        static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() / kALSACheckInterval);
     if (generation == seen)
         return true;
     seen = generation;

@@ -24,10 +24,10 @@ namespace NSTonewell
 {
 // Status words of the library beyond those that stand for the family of
 // foundation/Exceptions.h: ThrowTonewellResult makes each a plain std::exception.
-inline constexpr u32 kTonewellInvalidArgument = 993; // std::invalid_argument
-inline constexpr u32 kTonewellPortGone = 997;        // the port is no longer there
-inline constexpr u32 kTonewellOpenFailed = 998;      // the backend refused to open it
-inline constexpr u32 kTonewellSendFailed = 999;      // the backend refused the message
+inline constexpr u32 kTonewellInvalidArgument = 993;  // std::invalid_argument
+inline constexpr u32 kTonewellPortGone = 997;         // the port is no longer there
+inline constexpr u32 kTonewellOpenFailed = 998;       // the backend refused to open it
+inline constexpr u32 kTonewellSendFailed = 999;       // the backend refused the message
 inline constexpr u32 kTonewellNoSuchInterface = 1000; // Tonewell_Create with another name
 
 // The kind codes of TTonewellPortInfo.
@@ -40,10 +40,10 @@ inline constexpr std::size_t kPortNameLength = 256;
 // library. Names are zero-terminated and cut at 255 units.
 struct TTonewellPortInfo
 {
-    u16 fKind;                          // kPortKindInput or kPortKindOutput
+    u16 fKind;                            // kPortKindInput or kPortKindOutput
     char16 fName[kPortNameLength];        // the backend's own name of the port
     char16 fDisplayName[kPortNameLength]; // what the program shows, such as "JACK: synth:out"
-    u8 fIsLoopback;                      // 1 for a loopback cable
+    u8 fIsLoopback;                       // 1 for a loopback cable
     u8 fReserved;
     u64 fOccurrence; // the position among ports of equal name, from 0
 };
@@ -172,13 +172,11 @@ public:
     virtual u32 ITonewell_SetNotificationHandler(IMIDINotificationHandler* handler) = 0;
     virtual std::unique_ptr<IMIDIPortList> ITonewell_GetInPorts(u32* status) = 0;
     // Opens the port and starts delivery to handler; fails if the port can't be had.
-    virtual std::unique_ptr<IMIDIInPort> ITonewell_OpenInPort(IMIDIInHandler* handler,
-                                                              const IMIDIPortSpec* port,
-                                                              u32* status) = 0;
+    virtual std::unique_ptr<IMIDIInPort>
+    ITonewell_OpenInPort(IMIDIInHandler* handler, const IMIDIPortSpec* port, u32* status) = 0;
     virtual std::unique_ptr<IMIDIPortList> ITonewell_GetOutPorts(u32* status) = 0;
-    virtual std::unique_ptr<IMIDISender> ITonewell_OpenOutPort(IMIDIOutHandler* handler,
-                                                               const IMIDIPortSpec* port,
-                                                               u32* status) = 0;
+    virtual std::unique_ptr<IMIDISender>
+    ITonewell_OpenOutPort(IMIDIOutHandler* handler, const IMIDIPortSpec* port, u32* status) = 0;
 };
 
 } // namespace NSTonewell

@@ -28,9 +28,8 @@ public:
     u32 ITonewell_SetDebugger(IDebugger* debugger) override;
     u32 ITonewell_SetNotificationHandler(IMIDINotificationHandler* handler) override;
     std::unique_ptr<IMIDIPortList> ITonewell_GetInPorts(u32* status) override;
-    std::unique_ptr<IMIDIInPort> ITonewell_OpenInPort(IMIDIInHandler* handler,
-                                                      const IMIDIPortSpec* port,
-                                                      u32* status) override;
+    std::unique_ptr<IMIDIInPort>
+    ITonewell_OpenInPort(IMIDIInHandler* handler, const IMIDIPortSpec* port, u32* status) override;
     std::unique_ptr<IMIDIPortList> ITonewell_GetOutPorts(u32* status) override;
     std::unique_ptr<IMIDISender> ITonewell_OpenOutPort(IMIDIOutHandler* handler,
                                                        const IMIDIPortSpec* port,

@@ -34,8 +34,7 @@ std::unique_ptr<NSTonewell::ITonewell> CreateTonewell(const char* interfaceName)
     try
     {
         u32 status = kTonewellOK;
-        std::unique_ptr<NSTonewell::ITonewell> library =
-            Tonewell_Create(interfaceName, 0, &status);
+        std::unique_ptr<NSTonewell::ITonewell> library = Tonewell_Create(interfaceName, 0, &status);
         ThrowTonewellResult(status);
         ThrowTonewellResult(library->ITonewell_SetDebugger(&gDebugger));
         return library;

@@ -29,8 +29,8 @@ using NSMIDIHub::CMIDIPortSpec;
 
 namespace
 {
-using TProbe = std::function<u32(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&,
-                                 ITextGetter&)>;
+using TProbe =
+    std::function<u32(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)>;
 
 // A codec whose probe the test writes.
 class CScriptedCodec final : public ICodec2
@@ -191,9 +191,10 @@ TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
         EXPECT_EQ(u"JACK: x:A", find.fOutPorts[0].GetDisplayName());
         if (progress != nullptr)
         {
-            const std::vector<std::string> expected = {
-                "begin",  "count 2",           "model 0",     "model end 0",
-                "model 1", "found 1 acme-unique", "model end 1", "end"};
+            const std::vector<std::string> expected = {"begin",       "count 2",
+                                                       "model 0",     "model end 0",
+                                                       "model 1",     "found 1 acme-unique",
+                                                       "model end 1", "end"};
             EXPECT_EQ(expected, progress->fLines);
             delete progress;
         }
@@ -224,11 +225,11 @@ TEST_F(AutoDetectTest, PortMapsCloseUp)
 
     NSTesting::CExpectAssertions expect;
     const TControlSurfaceInfo required = MakeInfo(u"Required", {0, 0}, {0});
-    result = AutodetectControlSurfaces(
-        {{MakeCodec(Reporting({0}, {1, kUnusedPort})), required}}, nullptr, fHub);
-    EXPECT_EQ(1u, expect.Count());
-    result = AutodetectControlSurfaces({{MakeCodec(Reporting({7}, {0})), MakeInfo(u"Bad", {0}, {0})}},
+    result = AutodetectControlSurfaces({{MakeCodec(Reporting({0}, {1, kUnusedPort})), required}},
                                        nullptr, fHub);
+    EXPECT_EQ(1u, expect.Count());
+    result = AutodetectControlSurfaces(
+        {{MakeCodec(Reporting({7}, {0})), MakeInfo(u"Bad", {0}, {0})}}, nullptr, fHub);
     EXPECT_EQ(3u, expect.Count()); // the bad index, and then the missing required port
     ASSERT_EQ(1u, result[0][0].fOutPorts.size());
     EXPECT_TRUE(result[0][0].fOutPorts[0].IsEmpty());
@@ -273,14 +274,15 @@ TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
 {
     TakePendingLog();
     CScriptedCodec* later = nullptr;
-    const TProbe failing = [](IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&,
-                              ITextGetter& messages)
+    const TProbe failing =
+        [](IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter& messages)
     {
         messages.ITextGetter_Take(u"the box did not answer");
         return kCodecProgrammingError;
     };
-    const std::vector<TCodecModel> models = {{MakeCodec(failing), MakeInfo(u"A", {0}, {0})},
-                                             {MakeCodec(&FindsNothing, &later), MakeInfo(u"B", {0}, {0})}};
+    const std::vector<TCodecModel> models = {
+        {MakeCodec(failing), MakeInfo(u"A", {0}, {0})},
+        {MakeCodec(&FindsNothing, &later), MakeInfo(u"B", {0}, {0})}};
     CProgressLog progress;
     EXPECT_THROW(AutodetectControlSurfaces(models, &progress, fHub), XProgrammingError);
     EXPECT_EQ(0, later->fProbes);
@@ -373,7 +375,8 @@ TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
         void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
         {
             if (data == TBinary{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
-                fAnswer->Send(nullptr, {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
+                fAnswer->Send(nullptr,
+                              {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
         }
 
     private:
@@ -402,8 +405,7 @@ TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
     ASSERT_EQ(1u, models.fInfos.size());
 
     CProgressLog progress;
-    const auto result =
-        AutodetectControlSurfaces({{codec, models.fInfos[0]}}, &progress, fHub);
+    const auto result = AutodetectControlSurfaces({{codec, models.fInfos[0]}}, &progress, fHub);
     ASSERT_EQ(1u, result.size());
     ASSERT_EQ(1u, result[0].size());
     const VDetectedKinvarControlSurface& find = result[0][0];

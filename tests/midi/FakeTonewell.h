@@ -93,9 +93,9 @@ public:
         return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortSpecs(
             NSTonewell::EBackend::kJACK, NSTonewell::EDirection::kOut, fOutNames));
     }
-    std::unique_ptr<NSTonewell::IMIDISender> ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*,
-                                                                   const NSTonewell::IMIDIPortSpec* port,
-                                                                   u32* status) override
+    std::unique_ptr<NSTonewell::IMIDISender>
+    ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*, const NSTonewell::IMIDIPortSpec* port,
+                          u32* status) override
     {
         *status = StatusFor(port);
         if (*status != kTonewellOK)

@@ -16,11 +16,11 @@
 
 using namespace NSMIDIHub;
 using namespace NSMIDITesting;
+using NSMIDITesting::CFakeTonewell;
 using NSTonewell::CPortSpec;
 using NSTonewell::EBackend;
 using NSTonewell::EDirection;
 using NSTonewell::TTonewellShortMessage;
-using NSMIDITesting::CFakeTonewell;
 
 namespace
 {
@@ -50,9 +50,9 @@ protected:
         const u64 time = 9;
         EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort));
         for (const auto& piece : pieces)
-            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexData(
-                                       fLibrary.fPort, &time, piece.data(),
-                                       static_cast<u32>(piece.size())));
+            EXPECT_EQ(kTonewellOK,
+                      handler->IMIDIInHandler_OnSysexData(fLibrary.fPort, &time, piece.data(),
+                                                          static_cast<u32>(piece.size())));
         if (abort)
             EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexAbort(fLibrary.fPort));
         else
@@ -175,7 +175,8 @@ TEST_F(MIDIHubTest, AThrowingReceiverStopsTheMessage)
     // The sysex in progress is dropped with it, and the next one is whole.
     const u64 time = 0;
     fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort);
-    EXPECT_EQ(kTonewellUnknown, fLibrary.fHandler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
+    EXPECT_EQ(kTonewellUnknown,
+              fLibrary.fHandler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
     EXPECT_EQ(kTonewellOK, fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort));
 }
 

@@ -18,7 +18,8 @@ using namespace std::chrono_literals;
 // Long enough for a loaded machine, short enough to fail fast in CI.
 inline constexpr auto kPatience = 10s;
 
-template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = kPatience)
+template <class Predicate>
+bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = kPatience)
 {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!predicate())

@@ -36,7 +36,8 @@ TEST(PortSpecTest, IdentityNames)
 {
     const std::vector<TIdentityCase> cases = {
         {EBackend::kALSA, "Synth:Synth MIDI 1 24:0", "Synth:Synth MIDI 1"},
-        {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0", "Midi Through:Midi Through Port-0"},
+        {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0",
+         "Midi Through:Midi Through Port-0"},
         {EBackend::kALSA, "Odd:Port 12:3 x", "Odd:Port 12:3 x"},
         {EBackend::kALSA, "NoNumbers:Port", "NoNumbers:Port"},
         {EBackend::kALSA, "A:B 24:", "A:B 24:"},

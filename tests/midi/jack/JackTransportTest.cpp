@@ -16,9 +16,9 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <cstdlib>
 #include <filesystem>
 #include <jack/jack.h>
 #include <spawn.h>
@@ -80,11 +80,12 @@ public:
         // A client that misses its cycle loses that cycle's MIDI. In
         // synchronous mode the server waits for every client, up to the
         // timeout, so that slow builds (sanitizers) lose nothing.
-        const char* argv[] = {jackd.c_str(), "--no-realtime", "--sync", "-t", "5000", "-d",
-                              "dummy", "-r", "48000", "-p", "512", nullptr};
+        const char* argv[] = {jackd.c_str(), "--no-realtime", "--sync", "-t",    "5000",
+                              "-d",          "dummy",         "-r",     "48000", "-p",
+                              "512",         nullptr};
         pid_t pid = 0;
-        const int failed = posix_spawn(&pid, jackd.c_str(), &actions, nullptr,
-                                       const_cast<char**>(argv), environ);
+        const int failed =
+            posix_spawn(&pid, jackd.c_str(), &actions, nullptr, const_cast<char**>(argv), environ);
         posix_spawn_file_actions_destroy(&actions);
         if (failed != 0)
         {
@@ -99,6 +100,8 @@ public:
 
     ~CJackServer()
     {
+        if (fLister != nullptr)
+            jack_client_close(fLister);
         kill(fPid, SIGTERM);
         if (!WaitForExit(std::chrono::seconds(5)))
         {
@@ -108,19 +111,16 @@ public:
     }
 
     // The full names of the MIDI ports whose names match pattern.
-    static std::vector<std::string> Ports(const std::string& pattern)
+    std::vector<std::string> Ports(const std::string& pattern) const
     {
-        jack_client_t* client = jack_client_open("bf-lister", JackNoStartServer, nullptr);
         std::vector<std::string> names;
-        if (client == nullptr)
-            return names;
-        if (const char** ports = jack_get_ports(client, pattern.c_str(), JACK_DEFAULT_MIDI_TYPE, 0))
+        if (const char** ports =
+                jack_get_ports(fLister, pattern.c_str(), JACK_DEFAULT_MIDI_TYPE, 0))
         {
             for (const char** port = ports; *port != nullptr; ++port)
                 names.emplace_back(*port);
             jack_free(static_cast<void*>(ports));
         }
-        jack_client_close(client);
         return names;
     }
 
@@ -135,11 +135,10 @@ private:
                 int status = 0;
                 if (waitpid(fPid, &status, WNOHANG) == fPid)
                     return true;
-                jack_client_t* client =
-                    jack_client_open("bf-probe", JackNoStartServer, nullptr);
-                if (client == nullptr)
+                // The first client that gets in stays, to list ports.
+                fLister = jack_client_open("bf-lister", JackNoStartServer, nullptr);
+                if (fLister == nullptr)
                     return false;
-                jack_client_close(client);
                 fReady = true;
                 return true;
             },
@@ -156,6 +155,7 @@ private:
 
     pid_t fPid;
     bool fReady = false;
+    jack_client_t* fLister = nullptr;
 };
 
 // Answers each message on "in" with the same on "out".
@@ -279,18 +279,20 @@ TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
     auto sender = fHub->GetSender(fToResponder);
     CResponder later("bf-responder-2", "bf-echo-2");
     CMIDIPortSpec fromLater;
+    CMIDIPortSpec toLater;
     ASSERT_TRUE(WaitUntil(
         [&]
         {
             fromLater = FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo-2:out");
-            return !fromLater.IsEmpty();
+            toLater = FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in");
+            return !fromLater.IsEmpty() && !toLater.IsEmpty();
         }));
     for (const auto& spec : fHub->GetInPorts())
-        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf")) << spec.GetDisplayName().size();
+        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf"))
+            << spec.GetDisplayName().size();
     CRecordingReceiver receiver;
     CMIDIInPort port(*fHub, fromLater, &receiver);
-    auto toLater = fHub->GetSender(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in"));
-    toLater->Send(nullptr, {0x90, 0x40, 0x7F});
+    fHub->GetSender(toLater)->Send(nullptr, {0x90, 0x40, 0x7F});
     ASSERT_TRUE(receiver.WaitForCount(1));
     EXPECT_TRUE(receiver.Ports()[0] == fromLater);
 }
@@ -322,14 +324,14 @@ TEST_F(JackTransportTest, TwoUsersShareOneJackPort)
     {
         CMIDIInPort a(*fHub, fFromResponder, &first);
         // A spec of a new listing finds the same open port.
-        CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo:out"),
-                      &second);
-        EXPECT_EQ(1u, CJackServer::Ports(pattern).size());
+        CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-echo:out"), &second);
+        EXPECT_EQ(1u, gServer->Ports(pattern).size());
+        // The sender closes at once: what it sent must still go out.
         fHub->GetSender(fToResponder)->Send(nullptr, {0xB0, 0x07, 0x40});
         EXPECT_TRUE(first.WaitForCount(1));
         EXPECT_TRUE(second.WaitForCount(1));
     }
-    EXPECT_TRUE(WaitUntil([&] { return CJackServer::Ports(pattern).empty(); }));
+    EXPECT_TRUE(WaitUntil([&] { return gServer->Ports(pattern).empty(); }));
 }
 
 // The responder's client ends while our ports are open: sends fail, the

@@ -1,0 +1,127 @@
+#pragma once
+// The hub of active surfaces: the one place where running surfaces are kept.
+// Windows hold a surface id and go through the hub; they never hold a
+// CActiveControlSurface.
+//
+// The hub owns the active surfaces and answers for them by id, moves decoded
+// input from MIDI threads to the user interface thread, and drives the output
+// frames.
+//
+// Input crosses threads like this: a surface's codec calls
+// IControlSurfaceInputHandler_HandleInput on the MIDI thread that delivered
+// the message; the hub copies the input into a bounded queue and, when the
+// queue leaves the empty state, posts the custom event kInputEvent through
+// IVistal. One post stands for any number of elements. On the user interface
+// thread the event leads to DriveInput, which empties the queue and calls the
+// listeners of each element's surface.
+//
+// Every operation but IControlSurfaceInputHandler_HandleInput is for the user
+// interface thread. An unknown surface id is a failed assertion and
+// NSException::XNotFound.
+
+#include "codec/CodecSupport.h"
+#include "codec/KinvarCodec.h"
+#include "foundation/FIFO.h"
+#include "foundation/Types.h"
+#include "host/ActiveControlSurface.h"
+#include "midi/MIDIHub.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+// Told of the input of one surface; implemented by the hardware panel. Called
+// on the user interface thread only.
+class IInputListener
+{
+public:
+    virtual void IInputListener_OnInput(const NSKinvarCodec::TItemInput* input) = 0;
+
+protected:
+    ~IInputListener() = default;
+};
+
+// One element of the input queue: the surface pointer that the codec passed,
+// and a copy of its input.
+struct TQueuedInput
+{
+    NSKinvarCodec::IControlSurface* fSurface;
+    NSKinvarCodec::TItemInput fInput;
+};
+
+inline constexpr std::size_t kInputQueueCapacity = 5000;
+// The bytes a MIDI wire carries in a second; a frame asks for its share.
+inline constexpr u32 kWireBytesPerSecond = 3125;
+
+class CKinvarHUB final : public NSKinvarCodec::IControlSurfaceInputHandler
+{
+public:
+    CKinvarHUB();
+    CKinvarHUB(const CKinvarHUB&) = delete;
+    CKinvarHUB& operator=(const CKinvarHUB&) = delete;
+
+    // Starts a surface (see CActiveControlSurface for what it throws) and
+    // returns its id. Ids count from 1 and are never given out twice, not even
+    // after a construction that failed. name is what GetName answers.
+    u32 CreateActiveControlSurface(const TCodecPtr& codec, const NSKinvarCodec::TControlSurfaceInfo& info,
+                                   const TText16& name, const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts,
+                                   const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts);
+    // The surface stops when its last user lets go; input that it left in
+    // the queue is dropped.
+    void DeleteActiveControlSurface(u32 id);
+
+    TText16 GetName(u32 id) const;
+    void GetControlSurfaceInfo(NSKinvarCodec::TControlSurfaceInfo* result, u32 id) const;
+    u32 GetItemCount(u32 id) const;
+    NSKinvarCodec::TItemInfo GetItemInfo(u32 id, u32 item) const;
+    TText16 GetItemStateName(u32 id, u32 item, u32 stateIndex) const;
+    NSKinvarCodec::TItemState GetItemState(u32 id, u32 item) const;
+    // Only stores the state; the next output frame sends it.
+    void SetItemState(u32 id, u32 item, const NSKinvarCodec::TItemState& state);
+
+    // A listener hears one surface. Null, or a listener that is registered
+    // already, is a failed assertion.
+    void AddInputListener(u32 id, IInputListener* listener);
+    // An unknown listener is passed over; one registered for another id is a
+    // failed assertion.
+    void RemoveInputListener(u32 id, IInputListener* listener);
+
+    // Frames per second and bytes per second of an output port.
+    std::pair<u32, u32> GetOutputTraffic(u32 id, u32 outPort, i64 milliseconds) const;
+
+    // Empties the input queue, calling for each element the listeners of its
+    // surface. A listener may set item states, but must not add or remove
+    // listeners.
+    void DriveInput();
+    // One output frame of every surface in id order, each asked for
+    // kWireBytesPerSecond / framesPerSecond bytes (framesPerSecond above 0).
+    // A surface's failure ends the frame for the surfaces after it.
+    void DriveOutput(u32 framesPerSecond);
+
+    // On a MIDI thread: queues the input and posts kInputEvent when the queue
+    // was empty. A full queue loses the input, and the codec hears 23021.
+    NSKinvarCodec::u32 IControlSurfaceInputHandler_HandleInput(NSKinvarCodec::IControlSurface* surface,
+                                                               const NSKinvarCodec::TItemInput* input) override;
+
+    std::size_t GetSurfaceCount() const { return fSurfaces.size(); }
+    // How many inputs wait. Any thread; a snapshot.
+    std::size_t GetQueuedInputCount() const { return fInputQueue.GetSize(); }
+
+private:
+    std::shared_ptr<CActiveControlSurface> GetSurface(u32 id) const;
+    u32 FindSurfaceId(const NSKinvarCodec::IControlSurface* surface) const;
+
+    std::map<u32, std::shared_ptr<CActiveControlSurface>> fSurfaces;
+    std::mutex fInputLock;
+    std::map<IInputListener*, u32> fInputListeners;
+    // The queue and the last id given out belong to the hub, so that every
+    // hub (the tests make their own) has its own; the process has one hub.
+    CFIFO<TQueuedInput> fInputQueue{kInputQueueCapacity};
+    u32 fNextSurfaceId = 0;
+};
+
+// The hub of the process, made at the first call. It lives until the
+// process ends. The user interface thread.
+CKinvarHUB& GetKinvarHUB();

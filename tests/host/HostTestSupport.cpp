@@ -1,0 +1,230 @@
+#include "HostTestSupport.h"
+
+#include "foundation/Debugger.h"
+#include "foundation/LogText.h"
+#include "host/CodecInstance.h"
+#include "host/CodecModules.h"
+#include "host/KinvarHUB.h"
+#include "midi/PortSpec.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+
+using namespace NSKinvarCodec;
+namespace fs = std::filesystem;
+
+namespace NSHostTesting
+{
+fs::path TestCodec(const char* kind) { return fs::path(BRASSFOLD_HOST_TEST_CODECS) / (std::string(kind) + ".kinvarcodec"); }
+
+fs::path NotALibrary() { return fs::path(BRASSFOLD_TEST_DATA_DIR) / "host" / "NotALibrary.kinvarcodec"; }
+
+const TCodecPtr& StatesCodec()
+{
+    // Outside the caching loader's cache, which the tests of the cache empty.
+    static const auto instance = std::make_shared<NSKinvar::CCodecInstance>(TestCodec("STATES"));
+    return instance->GetCodec();
+}
+
+TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional)
+{
+    TControlSurfaceInfo info = GetControlSurfacesForCodec(StatesCodec()).at(0);
+    info.fInPortCount = static_cast<u32>(inOptional.size());
+    info.fOutPortCount = static_cast<u32>(outOptional.size());
+    for (std::size_t i = 0; i < kMaxPortCount; ++i)
+    {
+        info.fInPortOptional[i] = i < inOptional.size() && inOptional[i];
+        info.fOutPortOptional[i] = i < outOptional.size() && outOptional[i];
+    }
+    return info;
+}
+
+CTemporaryFolder::CTemporaryFolder()
+    : fPath(fs::temp_directory_path() / ("brassfold-host-" + std::to_string(std::random_device()())))
+{
+    fs::create_directories(fPath);
+}
+
+CTemporaryFolder::~CTemporaryFolder()
+{
+    std::error_code ignored;
+    fs::remove_all(fPath, ignored);
+}
+
+fs::path CTemporaryFolder::Write(const fs::path& relative, const std::string& content) const
+{
+    const fs::path file = fPath / relative;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+    return file;
+}
+
+namespace
+{
+std::vector<std::string> gDebugLines;
+void CaptureDebugLine(const char* text) { gDebugLines.emplace_back(text); }
+} // namespace
+
+struct CDebugCapture::TState
+{
+    CTraceHookInstaller fTraceHook;
+    TDebugOutput fPreviousOutput = GetDebugOutput();
+};
+
+CDebugCapture::CDebugCapture() : fState(std::make_unique<TState>())
+{
+    gDebugLines.clear();
+    SetDebugOutput(&CaptureDebugLine);
+}
+
+CDebugCapture::~CDebugCapture() { SetDebugOutput(fState->fPreviousOutput); }
+
+std::size_t CDebugCapture::Count(const std::string& text) const
+{
+    return std::count_if(gDebugLines.begin(), gDebugLines.end(),
+                         [&](const std::string& line) { return line.find(text) != std::string::npos; });
+}
+
+std::size_t CDebugCapture::LineCount() const { return gDebugLines.size(); }
+
+CLogCapture::CLogCapture() { TakePendingLog(); }
+TText16 CLogCapture::Text() { return TakePendingLog(); }
+
+namespace
+{
+CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
+{
+    for (const CMIDIPortSpec& port : ports)
+        if (port.GetDisplayName() == name)
+            return port;
+    ADD_FAILURE() << "no loopback port";
+    return {};
+}
+} // namespace
+
+CMIDIPortSpec InPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetInPorts(), cable); }
+CMIDIPortSpec OutPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetOutPorts(), cable); }
+
+CMIDIPortSpec MissingPort(bool input)
+{
+    using namespace NSTonewell;
+    return CMIDIPortSpec(CPortSpec(EBackend::kLoopback, input ? EDirection::kIn : EDirection::kOut, "Nowhere", 0));
+}
+
+void CRecordingReceiver::Receive(const CMIDIPortSpec&, const u64*, const TBinary& data)
+{
+    std::lock_guard lock(fLock);
+    fMessages.push_back(data);
+}
+
+bool CRecordingReceiver::WaitForCount(std::size_t count) const
+{
+    return WaitUntil([&] { return Count() >= count; });
+}
+
+std::vector<TBinary> CRecordingReceiver::Messages() const
+{
+    std::lock_guard lock(fLock);
+    return fMessages;
+}
+
+std::size_t CRecordingReceiver::Count() const
+{
+    std::lock_guard lock(fLock);
+    return fMessages.size();
+}
+
+u32 CFakeVistal::IVistal_PostCustomEvent(u32 event, u32 data)
+{
+    EXPECT_EQ(kInputEvent, event);
+    EXPECT_EQ(0u, data);
+    ++fPostCount;
+    return fPostStatus;
+}
+
+u32 CFakeVistal::IVistal_UpdateCommands()
+{
+    ++fUpdateCount;
+    return fUpdateStatus;
+}
+
+u32 CFakeVistal::IVistal_RequestQuit()
+{
+    ++fQuitCount;
+    return fQuitStatus;
+}
+
+u32 CFakeVistal::IVistal_ShowAlert(const TAlertRecord&, IAlertListener& listener)
+{
+    return listener.IAlertListener_ButtonPressed(kAlertPressedFirst);
+}
+
+u32 CFakeVistal::IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener)
+{
+    fOpenRequests.push_back(request);
+    return listener.IOpenDialogListener_Chosen(fFilesToChoose);
+}
+
+u32 CFakeVistal::IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags)
+{
+    TWindow& window = *fWindows.emplace_back(std::make_unique<TWindow>());
+    window.fType = windowType;
+    window.fFlags = flags;
+    IDocumentWindowBehavior* behavior = nullptr;
+    const u32 status = creator.IDocumentWindowCreator_Create(window, &behavior);
+    window.fBehavior.reset(behavior);
+    return status;
+}
+
+namespace
+{
+class CFakeProgressDialog final : public IAutoDetectProgressDialog, public NSKinvarSetupUtils::IAutoDetectProgress
+{
+public:
+    explicit CFakeProgressDialog(std::vector<std::string>& calls) : fCalls(calls) {}
+
+    NSKinvarSetupUtils::IAutoDetectProgress& GetProgress() override { return *this; }
+    void Close() override { fCalls.push_back("CloseProgress"); }
+    void IAutoDetectProgress_OnBegin() override { fCalls.push_back("ProgressBegin"); }
+    void IAutoDetectProgress_OnModelCount(u32 count) override { fCalls.push_back("Models " + std::to_string(count)); }
+    void IAutoDetectProgress_OnModelBegin(u32, const TControlSurfaceInfo&) override {}
+    void IAutoDetectProgress_OnSurfaceFound(u32, const NSKinvarSetupUtils::VDetectedKinvarControlSurface&) override {}
+    void IAutoDetectProgress_OnModelEnd(u32, const TControlSurfaceInfo&) override {}
+    void IAutoDetectProgress_OnEnd() override { fCalls.push_back("ProgressEnd"); }
+
+private:
+    std::vector<std::string>& fCalls;
+};
+} // namespace
+
+CFakeWindows::~CFakeWindows()
+{
+    for (const u32 id : fPanelSurfaces)
+        GetKinvarHUB().DeleteActiveControlSurface(id);
+}
+
+void CFakeWindows::Call(const std::string& name)
+{
+    fCalls.push_back(name);
+    if (name == fThrowIn)
+        throw std::runtime_error(name);
+}
+
+void CFakeWindows::IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, const TControlSurfaceInfo& info,
+                                                       const std::vector<CMIDIPortSpec>& inPorts,
+                                                       const std::vector<CMIDIPortSpec>& outPorts)
+{
+    Call("OpenHardwarePanel");
+    fPanelSurfaces.push_back(GetKinvarHUB().CreateActiveControlSurface(codec, info, u"Name", inPorts, outPorts));
+}
+
+std::unique_ptr<IAutoDetectProgressDialog> CFakeWindows::IWorkbenchWindows_OpenAutoDetectProgress()
+{
+    Call("OpenProgress");
+    return std::make_unique<CFakeProgressDialog>(fCalls);
+}
+} // namespace NSHostTesting

@@ -1,0 +1,168 @@
+#pragma once
+// What the host's tests share: the test codec modules, a fake toolkit and
+// fake windows that record what the host asks of them, captures of the debug
+// channel and the log, the loopback ports, and bounded waits.
+
+#include "codec/CodecSupport.h"
+#include "host/Vistal.h"
+#include "host/WorkbenchWindows.h"
+#include "midi/MIDIHub.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace NSHostTesting
+{
+using namespace std::chrono_literals;
+using NSMIDIHub::CMIDIPortSpec;
+using NSMIDIHub::TBinary;
+
+// Long enough for a loaded machine, short enough to fail fast.
+template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 10s)
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!predicate())
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+// The test modules by kind: "GOOD", "NO_FACTORY", "FAILING_FACTORY", "STATES".
+std::filesystem::path TestCodec(const char* kind);
+std::filesystem::path NotALibrary();
+// The codec of the "STATES" module, loaded once for the test program, and the
+// record of its model "State Box" with the port counts and optional flags
+// given.
+const TCodecPtr& StatesCodec();
+NSKinvarCodec::TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional);
+
+// A fresh folder below the temporary folder, removed with its content.
+class CTemporaryFolder
+{
+public:
+    CTemporaryFolder();
+    ~CTemporaryFolder();
+    const std::filesystem::path& Path() const { return fPath; }
+    std::filesystem::path Write(const std::filesystem::path& relative, const std::string& content) const;
+
+private:
+    std::filesystem::path fPath;
+};
+
+// Lines of the debug channel while it lives. Main thread.
+class CDebugCapture
+{
+public:
+    CDebugCapture();
+    ~CDebugCapture();
+    // How many lines contain text.
+    std::size_t Count(const std::string& text) const;
+    std::size_t LineCount() const;
+
+private:
+    struct TState;
+    std::unique_ptr<TState> fState;
+};
+
+// The log's pending text since construction.
+class CLogCapture
+{
+public:
+    CLogCapture();
+    TText16 Text();
+};
+
+CMIDIPortSpec InPort(const char16_t* cable);
+CMIDIPortSpec OutPort(const char16_t* cable);
+// A loopback port that does not exist.
+CMIDIPortSpec MissingPort(bool input);
+
+class CRecordingReceiver final : public NSMIDIHub::IMIDIReceiver
+{
+public:
+    void Receive(const CMIDIPortSpec& port, const u64* time, const TBinary& data) override;
+    bool WaitForCount(std::size_t count) const;
+    std::vector<TBinary> Messages() const;
+    std::size_t Count() const;
+
+private:
+    mutable std::mutex fLock;
+    std::vector<TBinary> fMessages;
+};
+
+// Records what it is asked; answers with the statuses and files set in it.
+class CFakeVistal final : public IVistal
+{
+public:
+    u32 IVistal_PostCustomEvent(u32 event, u32 data) override;
+    u32 IVistal_UpdateCommands() override;
+    u32 IVistal_RequestQuit() override;
+    u32 IVistal_ShowAlert(const TAlertRecord& record, IAlertListener& listener) override;
+    u32 IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener) override;
+    u32 IVistal_Yield() override { return kVistalOK; }
+    u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags) override;
+
+    // Posts may come on MIDI threads.
+    std::atomic<std::size_t> fPostCount{0};
+    std::atomic<u32> fPostStatus{kVistalOK};
+    u32 fUpdateStatus = kVistalOK;
+    u32 fQuitStatus = kVistalOK;
+    int fUpdateCount = 0;
+    int fQuitCount = 0;
+    std::vector<TOpenDialogRequest> fOpenRequests;
+    // What the open dialogs answer; empty: cancelled.
+    std::vector<std::filesystem::path> fFilesToChoose;
+
+    struct TWindow final : public IVistalWindow
+    {
+        u32 IVistalWindow_Close() override
+        {
+            ++fCloseCount;
+            return kVistalOK;
+        }
+        u32 fType = 0;
+        u32 fFlags = 0;
+        int fCloseCount = 0;
+        std::unique_ptr<IDocumentWindowBehavior> fBehavior;
+    };
+    std::vector<std::unique_ptr<TWindow>> fWindows;
+};
+
+// Records the calls in order ("FlushLog", ...); the call named in fThrowIn
+// throws std::runtime_error. A panel is opened as the GUI opens it: its
+// surface is started through the process's hub, and deleted with this object.
+class CFakeWindows final : public IWorkbenchWindows
+{
+public:
+    ~CFakeWindows() override;
+
+    void IWorkbenchWindows_FlushLog() override { Call("FlushLog"); }
+    void IWorkbenchWindows_IdlePanels() override { Call("IdlePanels"); }
+    void IWorkbenchWindows_IdleMIDITestWindow() override { Call("IdleMIDITestWindow"); }
+    void IWorkbenchWindows_OpenSelectionDialog(IControlSurfaceSelectionListener&) override
+    {
+        Call("OpenSelectionDialog");
+    }
+    void IWorkbenchWindows_OpenMIDITestWindow() override { Call("OpenMIDITestWindow"); }
+    void IWorkbenchWindows_OpenLogWindow() override { Call("OpenLogWindow"); }
+    void IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, const NSKinvarCodec::TControlSurfaceInfo& info,
+                                             const std::vector<CMIDIPortSpec>& inPorts,
+                                             const std::vector<CMIDIPortSpec>& outPorts) override;
+    std::unique_ptr<IAutoDetectProgressDialog> IWorkbenchWindows_OpenAutoDetectProgress() override;
+
+    std::vector<std::string> fCalls;
+    std::string fThrowIn;
+    std::vector<u32> fPanelSurfaces;
+
+private:
+    void Call(const std::string& name);
+};
+} // namespace NSHostTesting

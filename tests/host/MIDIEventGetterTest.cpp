@@ -1,0 +1,144 @@
+// The sink of a surface's outgoing MIDI: whole messages to the sender, sysex
+// put together within one call only, the byte count, and the metering at
+// wire speed with its carried rounding.
+
+#include "host/MIDIEventGetter.h"
+
+#include "AssertionRecorder.h"
+#include "HostTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace NSHostTesting;
+using namespace NSKinvarCodec;
+
+namespace
+{
+class CRecordingSender final : public NSMIDIHub::IMIDISender
+{
+public:
+    void Send(const u64* time, const TBinary& data) override
+    {
+        if (fFail)
+            throw std::runtime_error("port gone");
+        fSent.push_back(data);
+        fTimes.push_back(*time);
+    }
+    std::vector<TBinary> fSent;
+    std::vector<u64> fTimes;
+    bool fFail = false;
+};
+
+std::vector<TMIDIEvent> Events(const std::vector<TBinary>& messages)
+{
+    std::vector<TMIDIEvent> events(messages.size());
+    for (std::size_t i = 0; i < messages.size(); ++i)
+    {
+        events[i].fTime = 100 + i;
+        events[i].fSize = static_cast<u32>(messages[i].size());
+        std::copy(messages[i].begin(), messages[i].end(), events[i].fData);
+    }
+    return events;
+}
+
+struct TAssemblyCase
+{
+    const char* fName;
+    std::vector<std::vector<TBinary>> fCalls; // the records of each Take
+    std::vector<TBinary> fSent;
+};
+
+class MIDIEventGetterAssembly : public testing::TestWithParam<TAssemblyCase>
+{
+};
+
+TEST_P(MIDIEventGetterAssembly, SendsWholeMessages)
+{
+    auto sender = std::make_shared<CRecordingSender>();
+    CMIDIEventGetter getter(sender, kThrottleOff);
+    u32 bytes = 0;
+    for (const auto& call : GetParam().fCalls)
+    {
+        const std::vector<TMIDIEvent> events = Events(call);
+        EXPECT_EQ(::kCodecOK, getter.IMIDIEventGetter_Take(events.data(), static_cast<u32>(events.size())));
+    }
+    EXPECT_EQ(GetParam().fSent, sender->fSent);
+    for (const TBinary& sent : sender->fSent)
+        bytes += static_cast<u32>(sent.size());
+    EXPECT_EQ(bytes, getter.GetByteCount());
+    // A message goes with the time of the record that completes it.
+    if (!sender->fTimes.empty())
+    {
+        EXPECT_EQ(100u + GetParam().fCalls.back().size() - 1, sender->fTimes.back());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, MIDIEventGetterAssembly,
+    testing::Values(
+        TAssemblyCase{"ShortMessagesAsTheyCome", {{{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
+                      {{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
+        TAssemblyCase{"SysexInOneRecord", {{{0xF0, 0x01, 0xF7}}}, {{0xF0, 0x01, 0xF7}}},
+        TAssemblyCase{"SysexOverThreeRecords",
+                      {{{0xF0, 0x01}, {0x02, 0x03}, {0x04, 0xF7}, {0xC0, 0x05}}},
+                      {{0xF0, 0x01, 0x02, 0x03, 0x04, 0xF7}, {0xC0, 0x05}}},
+        // No state survives a call: the open sysex is dropped, and the next
+        // call's data bytes go out as a message of their own.
+        TAssemblyCase{"AnOpenSysexDiesWithItsCall", {{{0xF0, 0x01}}, {{0x02, 0xF7}}}, {{0x02, 0xF7}}},
+        TAssemblyCase{"NothingAtAll", {{}}, {}}),
+    [](const testing::TestParamInfo<TAssemblyCase>& info) { return info.param.fName; });
+
+// Faults end the call with a status; no exception reaches the codec.
+TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
+{
+    auto sender = std::make_shared<CRecordingSender>();
+    CMIDIEventGetter getter(sender, kThrottleOff);
+    {
+        NSTesting::CExpectAssertions expect;
+        const std::vector<TMIDIEvent> nested = Events({{0xF0, 0x01}, {0xF0, 0x02, 0xF7}});
+        EXPECT_EQ(23005u, getter.IMIDIEventGetter_Take(nested.data(), 2));
+        std::vector<TMIDIEvent> empty = Events({{0x90}});
+        empty[0].fSize = 0;
+        EXPECT_EQ(23002u, getter.IMIDIEventGetter_Take(empty.data(), 1));
+        EXPECT_EQ(2u, expect.Count());
+    }
+    sender->fFail = true;
+    const std::vector<TMIDIEvent> note = Events({{0x90, 0x3C, 0x7F}});
+    EXPECT_EQ(::kCodecUnknown, getter.IMIDIEventGetter_Take(note.data(), 1));
+    EXPECT_EQ(0u, getter.GetByteCount());
+}
+
+// 3125 bytes take a second on the wire. Sleeps are whole milliseconds, and
+// what is below half a millisecond waits as debt for the next message. Frames
+// are not metered.
+TEST(MIDIEventGetterTest, MeteringSleepsTheWireTimeWithTheRoundingCarried)
+{
+    CMIDIEventGetter frame(std::make_shared<CRecordingSender>(), kThrottleOff, [](u32) { ADD_FAILURE(); });
+    const std::vector<TMIDIEvent> large = Events({TBinary(1000, 0x90)});
+    frame.IMIDIEventGetter_Take(large.data(), 1);
+
+    auto sender = std::make_shared<CRecordingSender>();
+    std::vector<u32> sleeps;
+    CMIDIEventGetter getter(sender, kThrottleOn, [&](u32 ms) { sleeps.push_back(ms); });
+    const TBinary note{0x90, 0x3C, 0x7F}; // 0.96 ms each
+    const std::vector<TMIDIEvent> events = Events({note, note, note});
+    getter.IMIDIEventGetter_Take(events.data(), 3);
+    EXPECT_EQ((std::vector<u32>{1, 1, 1}), sleeps);
+    EXPECT_NEAR(-0.12, getter.GetThrottleDebtMs(), 1e-4);
+
+    sleeps.clear();
+    const TBinary one{0xF8}; // 0.32 ms: below half, nothing sleeps
+    const std::vector<TMIDIEvent> tiny = Events({one});
+    getter.IMIDIEventGetter_Take(tiny.data(), 1);
+    EXPECT_TRUE(sleeps.empty());
+    EXPECT_NEAR(0.2, getter.GetThrottleDebtMs(), 1e-4);
+
+    std::vector<TMIDIEvent> big = Events({TBinary(1000, 0x01)});
+    big[0].fData[0] = 0x90;
+    getter.IMIDIEventGetter_Take(big.data(), 1); // 320 ms plus the debt
+    EXPECT_EQ(std::vector<u32>{320}, sleeps);
+}
+
+} // namespace

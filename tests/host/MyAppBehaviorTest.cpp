@@ -1,0 +1,185 @@
+// The run behaviour without a toolkit: its menu, command dispatch, idle step,
+// custom event, error alert, the small operations, and the end of the run.
+
+#include "host/MyAppBehavior.h"
+
+#include "AssertionRecorder.h"
+#include "HostTestSupport.h"
+#include "foundation/Alert.h"
+#include "foundation/TextResource.h"
+#include "host/CodecModules.h"
+
+#include <gtest/gtest.h>
+
+using namespace NSHostTesting;
+using namespace NSKinvarCodec;
+
+namespace
+{
+class CAlertRecorder final : public IAlertHandler
+{
+public:
+    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
+    std::vector<TText16> fTexts;
+};
+
+class MyAppBehaviorTest : public testing::Test
+{
+protected:
+    i64 fNow = 500;
+    CFakeVistal fVistal;
+    CVistalInstallation fInstallation{fVistal};
+    CFakeWindows fWindows;
+    CKinvarHUB fHub;
+    COutputFrameClock fClock{[this](u32) { fWindows.fCalls.push_back("Frame"); }, [this] { return fNow; }};
+    CMyAppBehavior fBehavior{fWindows, fHub, fClock};
+};
+
+TEST_F(MyAppBehaviorTest, TheTestMenuAlternatesCommandsAndSeparators)
+{
+    class CBuilder final : public IMenuBuilder
+    {
+    public:
+        u32 IMenuBuilder_AddItems(u32 menu, const std::vector<TMenuRecord>& records) override
+        {
+            for (const TMenuRecord& record : records)
+                fItems.push_back(record.fMenu == menu && record.fShortcut.empty() && !record.fSeparator
+                                     ? record.fTitle + u" " + char16_t(u'0' + record.fCommand)
+                                     : record.fSeparator ? u"-" : u"?");
+            return kVistalOK;
+        }
+        u32 IMenuBuilder_SetTitle(u32 menu, const TText16& title) override
+        {
+            fTitle = title + u" " + char16_t(u'0' + menu);
+            return kVistalOK;
+        }
+        std::vector<std::u16string> fItems;
+        std::u16string fTitle;
+    } builder;
+    EXPECT_EQ(kVistalOK, fBehavior.OnBuildMenus(builder));
+    EXPECT_EQ(u"Test 2", builder.fTitle);
+    EXPECT_EQ((std::vector<std::u16string>{u"Choose Codec File 0", u"-", u"AutoDetect 1", u"-", u"Create ControlSurface 2",
+                                           u"-", u"Validate Map File 5", u"-", u"MIDI Test 3", u"-",
+                                           u"Show Log Window 4", u"-", u"Load MIDI Codecs 6"}),
+              builder.fItems);
+}
+
+// An id past the table leaves handled alone; the menus are brought up to date
+// after every command that did not throw.
+TEST_F(MyAppBehaviorTest, CommandsAreDispatchedByIdAndTheMenusUpdatedAfterwards)
+{
+    const std::pair<u32, const char*> cases[] = {
+        {2, "OpenSelectionDialog"}, {3, "OpenMIDITestWindow"}, {4, "OpenLogWindow"}, {7, nullptr}, {1000, nullptr}};
+    for (const auto& [command, windowCall] : cases)
+    {
+        fWindows.fCalls.clear();
+        const int updates = fVistal.fUpdateCount;
+        u32 handled = 77;
+        EXPECT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, command}, &handled));
+        EXPECT_EQ(windowCall != nullptr ? 1u : 77u, handled) << command;
+        EXPECT_EQ(updates + 1, fVistal.fUpdateCount);
+        EXPECT_EQ(windowCall ? std::vector<std::string>{windowCall} : std::vector<std::string>{}, fWindows.fCalls);
+    }
+    fWindows.fThrowIn = "OpenLogWindow";
+    const int updates = fVistal.fUpdateCount;
+    u32 handled = 77;
+    EXPECT_EQ(kVistalUnknown, fBehavior.OnMenuCommand({kTestMenu, kShowLogWindowCommand}, &handled));
+    EXPECT_EQ(77u, handled);
+    EXPECT_EQ(updates, fVistal.fUpdateCount);
+}
+
+// The first idle call only starts the frame clock; a failing step stops the
+// ones after it.
+TEST_F(MyAppBehaviorTest, IdleRunsItsStepsInOrderAndAsksForTenMilliseconds)
+{
+    u64 nextIdle = 0;
+    EXPECT_EQ(kVistalOK, fBehavior.OnIdle(&nextIdle));
+    EXPECT_EQ(10u, nextIdle);
+    fNow += 1;
+    EXPECT_EQ(kVistalOK, fBehavior.OnIdle(&nextIdle));
+    EXPECT_EQ((std::vector<std::string>{"FlushLog", "IdlePanels", "IdleMIDITestWindow", "FlushLog", "Frame",
+                                        "IdlePanels", "IdleMIDITestWindow"}),
+              fWindows.fCalls);
+    fWindows.fCalls.clear();
+    fWindows.fThrowIn = "IdlePanels";
+    nextIdle = 0;
+    fNow += 100;
+    EXPECT_EQ(kVistalUnknown, fBehavior.OnIdle(&nextIdle));
+    EXPECT_EQ((std::vector<std::string>{"FlushLog", "Frame", "IdlePanels"}), fWindows.fCalls);
+    EXPECT_EQ(0u, nextIdle);
+}
+
+TEST_F(MyAppBehaviorTest, TheInputEventDrivesTheHubAndNoOtherEventIsExpected)
+{
+    TItemInput input{};
+    fHub.IControlSurfaceInputHandler_HandleInput(nullptr, &input);
+    {
+        NSTesting::CExpectAssertions expect;
+        EXPECT_EQ(kVistalOK, fBehavior.OnCustomEvent(kInputEvent, 1));
+        EXPECT_EQ(kVistalOK, fBehavior.OnCustomEvent(7, 0));
+        EXPECT_EQ(2u, expect.Count());
+    }
+    EXPECT_EQ(1u, fHub.GetQueuedInputCount());
+    EXPECT_EQ(kVistalOK, fBehavior.OnCustomEvent(0x10000001, 0));
+    EXPECT_EQ(0u, fHub.GetQueuedInputCount());
+}
+
+TEST_F(MyAppBehaviorTest, TheSmallOperationsAnswerAsTheWorkbenchNeeds)
+{
+    CAlertRecorder alerts;
+    CAlertInterception interception(alerts);
+    EXPECT_EQ(kVistalOK, fBehavior.OnError(12005));
+    EXPECT_EQ(std::vector<TText16>{u"[STOP][Error]An error occurred, check the Log Window![OK]"}, alerts.fTexts);
+    EXPECT_EQ(kVistalOK, fBehavior.OnStart());
+    EXPECT_EQ(u"Map File Errors:", GetText(102));
+    u32 word = 9;
+    EXPECT_EQ(kVistalOK, fBehavior.OnQueryCommand(0, &word));
+    EXPECT_EQ(0u, word);
+    EXPECT_EQ(kVistalOK, fBehavior.OnQueryQuit(&word));
+    EXPECT_EQ(1u, word);
+    fVistal.fQuitStatus = 12003;
+    EXPECT_EQ(12003u, fBehavior.OnQuitCommand());
+    int canvas = 0;
+    fBehavior.OnBeginDraw(&canvas);
+    EXPECT_EQ(kVistalOK, fBehavior.OnEndDraw(&canvas));
+    NSTesting::CExpectAssertions expect;
+    EXPECT_EQ(12003u, fBehavior.OnEndDraw(&canvas));
+    EXPECT_EQ(1u, expect.Count());
+}
+
+// The dummy document window brings the menus up to date when it comes to the
+// front, and closes when asked.
+TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
+{
+    EXPECT_EQ(kVistalOK, fBehavior.OnOpenDefaultDocument(0));
+    ASSERT_EQ(1u, fVistal.fWindows.size());
+    CFakeVistal::TWindow& window = *fVistal.fWindows[0];
+    EXPECT_EQ(std::make_pair(0x700000u, 1u), std::make_pair(window.fType, window.fFlags));
+    EXPECT_EQ(1, fVistal.fUpdateCount);
+    window.fBehavior->IDocumentWindowBehavior_Activated(0);
+    window.fBehavior->IDocumentWindowBehavior_Activated(1);
+    EXPECT_EQ(2, fVistal.fUpdateCount);
+    u32 enabled = 9;
+    u32 modified = 9;
+    window.fBehavior->IDocumentWindowBehavior_QueryCommand(3, &enabled);
+    window.fBehavior->IDocumentWindowBehavior_QueryModified(&modified);
+    EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(enabled, modified));
+    window.fBehavior->IDocumentWindowBehavior_CloseRequested();
+    EXPECT_EQ(1, window.fCloseCount);
+}
+
+// Codecs go before the modules that hold their code: the other way round a
+// codec's Destroy would run in an unloaded module.
+TEST_F(MyAppBehaviorTest, TheEndDropsTheCodecsBeforeTheirModules)
+{
+    CTemporaryFolder folder;
+    TCodecPtr codec = LoadCodec(TestCodec("GOOD"), folder.Write("s.luacodec", "A\tB\n"));
+    gCodecSurfaces.emplace_back(codec, GetControlSurfacesForCodec(codec).at(0));
+    std::weak_ptr<ICodec2> weak = codec;
+    codec.reset();
+    EXPECT_EQ(kVistalOK, fBehavior.OnEnd());
+    EXPECT_TRUE(weak.expired());
+    EXPECT_TRUE(gCodecSurfaces.empty());
+    EXPECT_TRUE(loadedModules.empty());
+}
+} // namespace
