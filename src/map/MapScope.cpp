@@ -50,7 +50,7 @@ VMapScope::VMapScope(std::shared_ptr<const TItemList> items)
     : fGroupNames(std::make_shared<std::vector<TText16>>()),
       fGroupValueNames(std::make_shared<std::vector<std::vector<TText16>>>()),
       fItemMap(std::make_shared<TItemMap>()), fItems(std::move(items)),
-      fKinvarableFilter(std::make_shared<TKinvarableFilter>())
+      fKinvarableFilter(std::make_shared<CKinvarableFilter>())
 {
     BF_ASSERT(fItems != nullptr);
 }
@@ -136,7 +136,7 @@ void VMapScope::AddMapEntry(const TMapKey& key, VMapEntry entry, const TKinvarab
         return;
     MakeUnique(fKinvarableFilter, nullptr);
     for (const u32 bit : hashes)
-        fKinvarableFilter->set(bit);
+        fKinvarableFilter->Set(bit);
 }
 
 VMapEntry VMapScope::FindMapEntry(const TMapKey& key, const TVariation& currentValues) const
@@ -214,10 +214,37 @@ VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variatio
     return {h0 % bits, h1 % bits, h2 % bits, h3 % bits, h4 % bits, h5 % bits};
 }
 
+void VMapScope::CKinvarableFilter::Set(u32 bit)
+{
+    BF_ASSERT(bit < kFilterBits);
+    if (!fWords.empty())
+    {
+        fWords[bit / kWordBits] |= u64{1} << (bit % kWordBits);
+        return;
+    }
+    const auto at = std::lower_bound(fSparse.begin(), fSparse.end(), bit);
+    if (at != fSparse.end() && *at == bit)
+        return;
+    fSparse.insert(at, bit);
+    if (fSparse.size() <= kSparseBits)
+        return;
+    fWords.assign((kFilterBits + kWordBits - 1) / kWordBits, 0);
+    for (const u32 set : fSparse)
+        fWords[set / kWordBits] |= u64{1} << (set % kWordBits);
+    fSparse = {};
+}
+
+bool VMapScope::CKinvarableFilter::Test(u32 bit) const
+{
+    if (!fWords.empty())
+        return (fWords[bit / kWordBits] >> (bit % kWordBits)) & 1;
+    return std::binary_search(fSparse.begin(), fSparse.end(), bit);
+}
+
 bool VMapScope::FilterContains(const TKinvarableHashes& hashes) const
 {
     for (const u32 bit : hashes)
-        if (!fKinvarableFilter->test(bit))
+        if (!fKinvarableFilter->Test(bit))
             return false;
     return true;
 }

@@ -11,7 +11,6 @@
 #include "map/MapEntry.h"
 
 #include <array>
-#include <bitset>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -26,7 +25,26 @@ class VMapScope
 public:
     // Bits of the filter of (Kinvarable name, variation).
     static constexpr std::size_t kFilterBits = 174763;
-    using TKinvarableFilter = std::bitset<kFilterBits>;
+
+    // The filter's bits. A scope with few Kinvarable lines keeps those that
+    // are set as a short sorted list and takes the whole set of bits (21 KB)
+    // only once the list would pass kSparseBits: a file of many small scopes
+    // then costs memory by its lines, not 21 KB a scope. Either form answers
+    // the same.
+    class CKinvarableFilter
+    {
+    public:
+        static constexpr std::size_t kSparseBits = 1024;
+
+        void Set(u32 bit);
+        bool Test(u32 bit) const;
+
+    private:
+        static constexpr std::size_t kWordBits = 64;
+
+        std::vector<u32> fSparse;   // sorted; empty once fWords is there
+        std::vector<u64> fWords;    // kFilterBits bits, or empty
+    };
     using TItemMap = std::multimap<TMapKey, VMapEntry>;
 
     explicit VMapScope(std::shared_ptr<const TItemList> items);
@@ -79,6 +97,6 @@ private:
     std::shared_ptr<std::vector<std::vector<TText16>>> fGroupValueNames;
     std::shared_ptr<TItemMap> fItemMap;
     std::shared_ptr<const TItemList> fItems;
-    std::shared_ptr<TKinvarableFilter> fKinvarableFilter;
+    std::shared_ptr<CKinvarableFilter> fKinvarableFilter;
 };
 } // namespace NSKinvar

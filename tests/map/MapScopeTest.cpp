@@ -4,11 +4,20 @@
 #include "MapTestSupport.h"
 
 #include "foundation/Assert.h"
+#include "foundation/TextCompare.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+#else
+#include <malloc.h>
+#endif
 
 using namespace NSKinvar;
 
@@ -83,6 +92,77 @@ TEST(MapScope, KinvarableFilterAnswersNewNamesAndTheWalkComparesCaseless)
     // The filter hashes the name as written, so another case is a new name
     // unless the hashes collide.
     EXPECT_FALSE(scope.IsKinvarableMapped(u"VOLUME", {0, kAnyGroupValue}));
+}
+
+// The filter keeps a few bits as a list and many as a set of bits. Whichever
+// it holds, it answers as the filter of every hash added so far: a probe is
+// mapped when all its hashes are in and the walk finds its name caselessly.
+TEST(MapScope, KinvarableFilterAnswersAlikeAsAListAndAsASetOfBits)
+{
+    VMapScope scope = ScopeWithGroups();
+    std::set<u32> bits;
+    std::vector<std::pair<TText16, TVariation>> added;
+    const TVariation variations[] = {{kAnyGroupValue, kAnyGroupValue}, {0, kAnyGroupValue}, {1, 2}};
+    const auto expected = [&](const TText16& name, const TVariation& variation) {
+        const auto hashes = VMapScope::KinvarableHashes(name, variation);
+        const bool inFilter = std::all_of(hashes.begin(), hashes.end(), [&](u32 bit) { return bits.count(bit) != 0; });
+        return inFilter && std::any_of(added.begin(), added.end(), [&](const auto& entry) {
+                   return entry.second == variation && NSTextPackage::EqualTexts(entry.first, name);
+               });
+    };
+    for (i64 note = 0; note < 128; ++note)
+    {
+        for (const TVariation& variation : variations)
+        {
+            const TText16 name = u"Name " + TText16(1, char16(u'A' + note % 26)) + TText16(note / 26 + 1, u'x');
+            scope.AddMapEntry(TMapKey{2, note}, VMapEntry(variation, name, 0, 0));
+            for (const u32 bit : VMapScope::KinvarableHashes(name, variation))
+                bits.insert(bit);
+            added.emplace_back(name, variation);
+        }
+        // Every eighth note: each entry so far, in its own and another case,
+        // and names never added.
+        if (note % 8 != 7)
+            continue;
+        for (const auto& [name, variation] : added)
+        {
+            EXPECT_TRUE(scope.IsKinvarableMapped(name, variation));
+            const TText16 upper = NSTextPackage::UpperCaseText(name);
+            EXPECT_EQ(scope.IsKinvarableMapped(upper, variation), expected(upper, variation));
+        }
+        for (const TText16 name : {u"Volume", u"Name Q", u"Name Zxxxxxx"})
+            EXPECT_EQ(scope.IsKinvarableMapped(name, variations[1]), expected(name, variations[1]));
+    }
+    EXPECT_GT(bits.size(), VMapScope::CKinvarableFilter::kSparseBits);
+}
+
+std::size_t AllocatedBytes()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return __sanitizer_get_current_allocated_bytes();
+#else
+    return mallinfo2().uordblks;
+#endif
+}
+
+// Each scope once took a set of 174763 bits (21 KB) as soon as it was made,
+// so that a mapping file of 100,000 small scopes took more than 2 GB.
+TEST(MapScope, SmallScopesCostMemoryByTheirLinesNotByTheWholeFilter)
+{
+    const auto items = NSMapTesting::MakeItems();
+    constexpr std::size_t kScopes = 2000;
+    std::vector<VMapScope> scopes;
+    scopes.reserve(kScopes);
+    const std::size_t before = AllocatedBytes();
+    for (std::size_t i = 0; i < kScopes; ++i)
+    {
+        VMapScope& scope = scopes.emplace_back(items);
+        scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({}, u"Volume", 0, 0));
+        scope.AddMapEntry(TMapKey{1, kNoNote}, VMapEntry({}, u"Play", 0, 0));
+    }
+    const std::size_t perScope = (AllocatedBytes() - before) / kScopes;
+    EXPECT_LT(perScope, 2048u);
+    EXPECT_TRUE(scopes.back().IsKinvarableMapped(u"Play", {}));
 }
 
 TEST(MapScope, KinvarableHashesFollowTheirSeeds)
