@@ -225,11 +225,11 @@ private:
 
 // The values of the current scope's groups by name, answering as
 // VMapScope::FindGroupValue does: the first group, in order, with the value.
-// Plain names go through a hash table. Once a value is not plain, every
-// lookup goes through a tree ordered by the text comparison instead, whose
-// equal names are exactly the comparison's: asking the scope, which walks
-// every value, made a file of many such values take time by the square of
-// their number.
+// Plain names go through a hash table. A name that is not plain, or any name
+// once a value is not, goes through a tree ordered by the text comparison,
+// whose equal names are exactly the comparison's; it is made at the first
+// such lookup. (Asking the scope, which walks every value, made a file of
+// many such values take time by the square of their number.)
 class CGroupValueIndex
 {
 public:
@@ -237,34 +237,50 @@ public:
     {
         fIndex.clear();
         fOrdered.clear();
+        fOrderedMade = false;
         fAllPlain = true;
     }
 
-    void Add(u32 group, const std::vector<TText16>& values)
+    // The scope's last group has just been added.
+    void AddLastGroup(const VMapScope& scope)
     {
-        for (u32 value = 0; value < values.size(); ++value)
+        const u32 group = scope.GetGroupCount() - 1;
+        for (u32 value = 0; value < scope.GetGroupValueCount(group); ++value)
         {
-            fAllPlain = fAllPlain && IsPlainName(values[value]);
+            const TText16& name = scope.GetGroupValueName(group, value);
+            fAllPlain = fAllPlain && IsPlainName(name);
             // Both keep the first of equal names, which is the first in order.
-            fIndex.emplace(values[value], TGroupValue{group, value});
-            fOrdered.emplace(values[value], TGroupValue{group, value});
+            fIndex.emplace(name, TGroupValue{group, value});
+            if (fOrderedMade)
+                fOrdered.emplace(name, TGroupValue{group, value});
         }
     }
 
-    TGroupValue Find(std::u16string_view name) const
+    TGroupValue Find(const VMapScope& scope, std::u16string_view name)
     {
         if (fAllPlain && IsPlainName(name))
         {
             const auto found = fIndex.find(name);
             return found == fIndex.end() ? kNoGroupValue : found->second;
         }
+        if (!fOrderedMade)
+            MakeOrdered(scope);
         const auto found = fOrdered.find(TText16(name));
         return found == fOrdered.end() ? kNoGroupValue : found->second;
     }
 
 private:
+    void MakeOrdered(const VMapScope& scope)
+    {
+        for (u32 group = 0; group < scope.GetGroupCount(); ++group)
+            for (u32 value = 0; value < scope.GetGroupValueCount(group); ++value)
+                fOrdered.emplace(scope.GetGroupValueName(group, value), TGroupValue{group, value});
+        fOrderedMade = true;
+    }
+
     TFoldedMap<TGroupValue> fIndex;
     std::map<TText16, TGroupValue, CMPCaseInsensitiveStringLess> fOrdered;
+    bool fOrderedMade = false;
     bool fAllPlain = true;
 };
 
@@ -442,7 +458,7 @@ private:
                 continue;
             // A name that isn't 7-bit can't be in the scope: it would have
             // been refused when its group was defined.
-            if (IsSevenBit(value) && fValues.Find(value) != kNoGroupValue)
+            if (IsSevenBit(value) && fValues.Find(*fScope, value) != kNoGroupValue)
                 fSink.Fail(fLines.Number(), kMsgDuplicateGroupValue);
             if (shortcuts && values.size() >= kMaxShortcutVariations)
                 fSink.Fail(fLines.Number(), kMsgTooManyVariations);
@@ -453,7 +469,7 @@ private:
         if (values.empty())
             fSink.Fail(fLines.Number(), kMsgEmptyGroup);
         fScope->AddGroup(name, values);
-        fValues.Add(fScope->GetGroupCount() - 1, values);
+        fValues.AddLastGroup(*fScope);
     }
 
     void ReadMapLine(const TMapLine& line)
@@ -547,7 +563,7 @@ private:
             const TText16& value = line.second[column];
             if (value.empty())
                 continue;
-            const TGroupValue found = IsSevenBit(value) ? fValues.Find(value) : kNoGroupValue;
+            const TGroupValue found = IsSevenBit(value) ? fValues.Find(*fScope, value) : kNoGroupValue;
             if (found == kNoGroupValue)
                 Refuse(kMsgUnknownGroupValue);
             variation[found.fGroup] = found.fValue;
