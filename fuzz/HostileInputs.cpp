@@ -21,6 +21,9 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLine = 10'000'000;
 constexpr std::size_t kMillion = 1'000'000;
+// Shapes whose cost grows with their count of lines or names: enough to show
+// the growth, few enough for a quick run under the sanitizers.
+constexpr std::size_t kMany = 200'000;
 
 std::string Repeat(std::string_view piece, std::size_t count)
 {
@@ -92,8 +95,8 @@ TInputs DefinitionInputs()
         {"million_quotes", Definition("Setup Info Text\t" + Repeat("\"\t\n", kMillion) + "\n", "", "")},
         {"million_empty_lines", Repeat("\n", kMillion) + kDefinitionHeader},
         {"million_comments", Repeat("// c\n", kMillion) + kDefinitionHeader},
-        {"million_info_rows", Definition(Repeat("Setup Info Text\tline\n", kMillion), "", "")},
-        {"million_setup_rows", Definition(Repeat("Setup\tB0 07 00\n", kMillion), "", "")},
+        {"many_info_rows", Definition(Repeat("Setup Info Text\tline\n", kMany), "", "")},
+        {"many_setup_rows", Definition(Repeat("Setup\tB0 07 00\n", kMany), "", "")},
         {"hundred_thousand_items", Definition("", Numbered("Item\tItem #\tbutton\t0\t1\n", 100'000), "")},
         {"hundred_thousand_rules", Definition("", "", Repeat("Map\tB0 07 xx\tFader\tx*2+1\ty\tz\n", 100'000))},
     };
@@ -121,15 +124,15 @@ TInputs MapInputs()
         {"long_scale", Map("Map\tFader 1\t\tVolume\t" + std::string(kLine, '9') + "\n")},
         {"long_key", Map("Map\tFader 1\t" + std::string(kLine, '1') + "\tVolume\n")},
         {"long_version", "Thistlemarrow Kinvar Mapping File\nFile Format Version\t" + std::string(kLine, '.') + "\n"},
-        {"million_group_values", Map("Define Group\tG" + Numbered("\tv#", kMillion) + "\n")},
-        {"million_control_group_values", Map("Define Group\tG" + Numbered("\t\x01v#", 300'000) +
-                                             "\nDefine Group\tH" + Numbered("\t\x02w#", 300'000) + "\n")},
+        {"many_group_values", Map("Define Group\tG" + Numbered("\tv#", kMany) + "\n")},
+        {"many_control_group_values", Map("Define Group\tG" + Numbered("\t\x01v#", kMany / 4) +
+                                          "\nDefine Group\tH" + Numbered("\t\x02w#", kMany / 4) + "\n")},
         {"million_variation_columns", Map("Define Group\tG\tA\tB\nMap\tFader 1\t\tVolume" +
                                           Repeat("\tA", kMillion) + "\n")},
         {"million_empty_columns", Map("Map\tFader 1\t\tVolume" + Repeat("\t", kMillion) + "x\n")},
-        {"million_map_lines", Map(Numbered("Map\tFader 1\t\tTarget #\n", kMillion))},
-        {"million_bad_lines", Map(Repeat("Map\tNo Such Item\t\tTarget\n", kMillion))},
-        {"million_unknown_commands", Map(Repeat("Frobnicate\n", kMillion))},
+        {"many_map_lines", Map(Numbered("Map\tFader 1\t\tTarget #\n", kMany))},
+        {"many_bad_lines", Map(Repeat("Map\tNo Such Item\t\tTarget\n", kMany))},
+        {"many_unknown_commands", Map(Repeat("Frobnicate\n", kMany))},
         {"hundred_thousand_scopes", kMapHeaderLines + Numbered("Scope\tHost\tModel #\nMap\tFader 1\t\tVolume\n", 100'000)},
         {"tabs_line", kMapHeaderLines + Repeat("\t", kLine) + "x\n"},
     };
@@ -215,11 +218,33 @@ TInputs VersionInputs()
     };
 }
 
+// The MIDI input target's operations (see MIDIInputFuzzer.cpp), on the
+// first sample surface and its first port.
+std::string SysexPieces(std::size_t bytes)
+{
+    const std::string piece = "\x02\xFF" + std::string(255, '\x01');
+    return Repeat(piece, bytes / 255);
+}
+
+TInputs MIDIInputInputs()
+{
+    const std::string surface(1, '\0');
+    return {
+        {"long_sysex", surface + "\x01" + SysexPieces(kLine) + "\x03\x05"},
+        {"long_sysex_without_begin", surface + SysexPieces(kLine) + "\x03\x05"},
+        {"long_sysex_aborted", surface + "\x01" + SysexPieces(kLine) + "\x04\x05"},
+        {"million_sysex_begins", surface + std::string(kMillion, '\x01') + "\x03\x05"},
+        {"million_sysex_ends", surface + std::string(kMillion, '\x03') + "\x05"},
+        {"messages_past_the_queue", surface + Repeat(std::string("\x00\x90\x3C\x40", 4), kMany) + "\x05"},
+    };
+}
+
 const std::map<std::string, std::function<TInputs()>> kMakers = {
     {"definition", DefinitionInputs}, {"map", MapInputs},
     {"pattern", PatternInputs},       {"expression", ExpressionInputs},
     {"string_script", StringScriptInputs}, {"alert_text", AlertTextInputs},
     {"text", TextInputs},             {"version", VersionInputs},
+    {"midi_input", MIDIInputInputs},
 };
 } // namespace
 

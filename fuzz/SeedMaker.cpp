@@ -13,6 +13,8 @@
 //               program's own alert shapes
 //   version     the version columns of definition and mapping files, and
 //               versions in text and in both binary forms
+//   midi_input  for each surface number, the messages that the rules of each
+//               definition file fit, as the MIDI input target's callbacks
 // Seeds are named after a hash of their content, so a rebuild rewrites the
 // same files and equal seeds collapse into one.
 
@@ -131,6 +133,61 @@ void MakeExpressionSeeds(CSeedFolder& seeds, const std::vector<fs::path>& files)
     }
 }
 
+// The MIDI input target's operations (see MIDIInputFuzzer.cpp) that bring one
+// message in on port 0, and then let the run loop deliver it.
+void AppendMessageOperations(std::string& operations, const std::string& message)
+{
+    if (!message.empty() && u8(message[0]) == 0xF0)
+    {
+        std::string data = message.substr(1);
+        if (!data.empty() && u8(data.back()) == 0xF7)
+            data.pop_back();
+        operations += '\1';
+        for (std::size_t at = 0; at < data.size(); at += 255)
+        {
+            const std::string piece = data.substr(at, 255);
+            operations += '\2';
+            operations += char(piece.size());
+            operations += piece;
+        }
+        operations += '\3';
+    }
+    else
+    {
+        for (std::size_t at = 0; at < message.size(); at += 3)
+        {
+            std::string piece = message.substr(at, 3);
+            piece.resize(3, '\0');
+            operations += '\0';
+            operations += piece;
+        }
+    }
+    operations += '\5';
+}
+
+void MakeMIDIInputSeeds(CSeedFolder& seeds, const std::vector<fs::path>& files)
+{
+    for (const fs::path& file : files)
+    {
+        std::string operations;
+        for (const TMapLine& row : RowsOf({file}, kDefinitionTableOptions))
+        {
+            const auto& fields = row.second;
+            if (!IsKey(row, u"Map") || fields.size() < 6)
+                continue;
+            try
+            {
+                AppendMessageOperations(operations, FittingMessage(NSGenericMidiCodec::CMapRule(fields[1], u"", u"", u"")));
+            }
+            catch (const std::runtime_error&)
+            {
+            }
+        }
+        for (std::size_t surface = 0; surface < files.size(); ++surface)
+            seeds.Add(char(surface) + operations);
+    }
+}
+
 void MakeAlertSeeds(CSeedFolder& seeds, const std::vector<fs::path>& files)
 {
     for (const char* shape : {"[STOP]Unknown exception.[OK]", "[NOTE]Kinvar map is ok![Close]",
@@ -194,6 +251,8 @@ int main(int argc, char** argv)
         MakeAlertSeeds(seeds, files);
     else if (kind == "version")
         MakeVersionSeeds(seeds, files);
+    else if (kind == "midi_input")
+        MakeMIDIInputSeeds(seeds, files);
     else
     {
         std::fprintf(stderr, "%s: unknown kind %s\n", argv[0], kind.c_str());
