@@ -1,5 +1,10 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test. Exits non-zero on any failure.
+#   1. the release build with everything in it, and all its tests (unit, jack, gui);
+#   2. the unit tests again under the address and undefined-behaviour sanitizers
+#      (the asan preset builds the test programs alone);
+#   3. every fuzz target for a short while (BRASSFOLD_FUZZ_SECONDS, 20 by default)
+#      and once over its hostile inputs (the fuzz preset, clang).
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -9,3 +14,11 @@ scripts/install-deps
 cmake --preset default
 cmake --build --preset default -j "$jobs"
 ctest --preset default -j "$jobs"
+
+cmake --preset asan
+cmake --build --preset asan -j "$jobs" --target brassfold_test_programs
+ctest --preset asan -j "$jobs" -L unit
+
+cmake --preset fuzz -DBRASSFOLD_FUZZ_SECONDS="${BRASSFOLD_FUZZ_SECONDS:-20}"
+cmake --build --preset fuzz -j "$jobs" --target fuzz_targets
+ctest --preset fuzz -j "$jobs"

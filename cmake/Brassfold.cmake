@@ -32,6 +32,11 @@ function(brassfold_test_program)
   if(NOT T_LABELS)
     set(T_LABELS unit)
   endif()
+  # Every test program, for builds that need the tests alone (./test.sh
+  # builds only these under the sanitizers).
+  if(TARGET brassfold_test_programs)
+    add_dependencies(brassfold_test_programs ${T_NAME})
+  endif()
   gtest_discover_tests(${T_NAME}
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     PROPERTIES LABELS "${T_LABELS}" ${T_PROPERTIES}
