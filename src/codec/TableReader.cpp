@@ -206,17 +206,20 @@ std::optional<i64> ReadLooseInteger(std::u16string_view text)
 
 std::optional<std::array<i64, 3>> ReadVersionNumbers(std::u16string_view text)
 {
-    std::vector<std::u16string_view> elements;
+    // A fourth element fails the version whatever follows it, so the split
+    // stops there: a line of ten million points costs no list of its parts.
+    std::array<std::u16string_view, 4> elements;
+    std::size_t count = 0;
     std::u16string_view rest = text;
     std::size_t point = 0;
-    while (!rest.empty() && (point = rest.find(u'.')) != std::u16string_view::npos)
+    while (count < elements.size() && !rest.empty() && (point = rest.find(u'.')) != std::u16string_view::npos)
     {
-        elements.push_back(rest.substr(0, point));
+        elements[count++] = rest.substr(0, point);
         rest.remove_prefix(point + 1);
     }
-    if (!rest.empty())
-        elements.push_back(rest);
-    if (elements.size() != 3)
+    if (count < elements.size() && !rest.empty())
+        elements[count++] = rest;
+    if (count != 3)
         return std::nullopt;
     std::array<i64, 3> numbers{};
     for (std::size_t index = 0; index < 3; ++index)

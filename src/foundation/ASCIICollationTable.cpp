@@ -257,6 +257,8 @@ ECompareResult CompareByTable(std::u16string_view a, std::u16string_view b,
         return kTableUndecided;
     const ECompareResult quick =
         caseCounts ? QuickCompare<true>(a, b, table) : QuickCompare<false>(a, b, table);
+    if (quick == kCollatorNeeded)
+        return kTableUndecided;
     return quick != kTableUndecided ? quick : WalkByTable(a, b, table, caseCounts);
 }
 
@@ -265,6 +267,8 @@ ECompareResult WalkByTable(std::u16string_view a, std::u16string_view b,
 {
     if (!(caseCounts ? table.fCasesExact : table.fRanksExact))
         return kTableUndecided;
-    return caseCounts ? Walk<true>(a, b, 0, 0, 0, table) : Walk<false>(a, b, 0, 0, 0, table);
+    const ECompareResult walked =
+        caseCounts ? Walk<true>(a, b, 0, 0, 0, table) : Walk<false>(a, b, 0, 0, 0, table);
+    return walked == kCollatorNeeded ? kTableUndecided : walked;
 }
 } // namespace NSTextPackage

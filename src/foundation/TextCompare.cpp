@@ -81,7 +81,9 @@ public:
     ECompareResult Compare(std::u16string_view a, std::u16string_view b) const
     {
         const ECompareResult quick = NSASCIICollation::QuickCompare<kCaseCounts>(a, b, fTable);
-        return quick != kTableUndecided ? quick : CompareSlowly(a, b, kCaseCounts);
+        if (quick == kTableUndecided)
+            return CompareSlowly(a, b, kCaseCounts);
+        return quick != kCollatorNeeded ? quick : Collate(a, b, kCaseCounts);
     }
 
     [[gnu::noinline]] ECompareResult CompareSlowly(std::u16string_view a, std::u16string_view b,

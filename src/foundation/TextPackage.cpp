@@ -278,29 +278,34 @@ std::string UTF8FromText16(std::u16string_view text)
 
 TText16 Text16FromUTF8(std::string_view utf8, char16 replacement)
 {
-    // Files are mostly 7-bit: such runs are widened in place, a unit a byte,
-    // without the append's checks.
+    // No byte gives more than one unit (a four-byte sequence gives two), so
+    // the result is made as long as the input once and cut to size at the
+    // end: growing it per sequence would cost a pass over the rest of the
+    // text for every character beyond 7 bits.
     TText16 result(utf8.size(), u'\0');
     std::size_t out = 0;
     std::size_t i = 0;
     while (i < utf8.size())
     {
-        while (i < utf8.size() && static_cast<u8>(utf8[i]) < 0x80)
+        if (static_cast<u8>(utf8[i]) < 0x80)
+        {
             result[out++] = static_cast<char16>(utf8[i++]);
-        if (i >= utf8.size())
-            break;
-        result.resize(out);
+            continue;
+        }
         const u32 codePoint = DecodeStrictSequence(utf8, i);
         if (codePoint == kInvalidSequence)
-            result += replacement;
+        {
+            result[out++] = replacement;
+        }
         else if (codePoint >= 0x10000)
-            result += {static_cast<char16>(0xD800 + ((codePoint - 0x10000) >> 10)),
-                       static_cast<char16>(0xDC00 + ((codePoint - 0x10000) & 0x3FF))};
+        {
+            result[out++] = static_cast<char16>(0xD800 + ((codePoint - 0x10000) >> 10));
+            result[out++] = static_cast<char16>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+        }
         else
-            result += static_cast<char16>(codePoint);
-        // No byte gives more than one unit, so the rest still fits behind out.
-        out = result.size();
-        result.resize(out + (utf8.size() - i));
+        {
+            result[out++] = static_cast<char16>(codePoint);
+        }
     }
     result.resize(out);
     return result;

@@ -372,6 +372,8 @@ TExpressionPtr CompileExpression(std::u16string_view text)
     const std::string narrow = NarrowWithoutBlanks(text);
     if (narrow.empty())
         return nullptr;
+    if (narrow.size() > kMaxExpressionLength)
+        throw std::runtime_error("Expression too long");
     return CExpressionParser().Parse(narrow);
 }
 } // namespace NSGenericMidiCodec

@@ -18,6 +18,7 @@
 
 #include "foundation/Types.h"
 
+#include <cstddef>
 #include <memory>
 #include <string_view>
 
@@ -121,9 +122,16 @@ private:
     TOperand fRight;
 };
 
+// The longest expression, counted once its blanks are gone. Definition files
+// hold a few characters; the bound keeps the parser's stacks, the compiled
+// tree and the recursion of its evaluation (on MIDI threads) small whatever a
+// file holds.
+inline constexpr std::size_t kMaxExpressionLength = 1024;
+
 // Compiles an expression's text; null when nothing is left of the text once
-// its blanks are gone. Throws std::runtime_error: "syntax error" for a
-// character or a ")" that has no place, and an empty text (after a failed
-// assertion) for an operator without enough operands, such as "+" or "1+".
+// its blanks are gone. Throws std::runtime_error: "Expression too long" past
+// kMaxExpressionLength, "syntax error" for a character or a ")" that has no
+// place, and an empty text (after a failed assertion) for an operator without
+// enough operands, such as "+" or "1+".
 TExpressionPtr CompileExpression(std::u16string_view text);
 } // namespace NSGenericMidiCodec

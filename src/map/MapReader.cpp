@@ -7,6 +7,7 @@
 #include "map/MapMessages.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -224,13 +225,18 @@ private:
 
 // The values of the current scope's groups by name, answering as
 // VMapScope::FindGroupValue does: the first group, in order, with the value.
-// A scope whose values are not all plain names is asked directly.
+// Plain names go through a hash table. Once a value is not plain, every
+// lookup goes through a tree ordered by the text comparison instead, whose
+// equal names are exactly the comparison's: asking the scope, which walks
+// every value, made a file of many such values take time by the square of
+// their number.
 class CGroupValueIndex
 {
 public:
     void Clear()
     {
         fIndex.clear();
+        fOrdered.clear();
         fAllPlain = true;
     }
 
@@ -239,20 +245,26 @@ public:
         for (u32 value = 0; value < values.size(); ++value)
         {
             fAllPlain = fAllPlain && IsPlainName(values[value]);
-            fIndex.emplace(values[value], TGroupValue{group, value}); // keeps the first
+            // Both keep the first of equal names, which is the first in order.
+            fIndex.emplace(values[value], TGroupValue{group, value});
+            fOrdered.emplace(values[value], TGroupValue{group, value});
         }
     }
 
-    TGroupValue Find(const VMapScope& scope, std::u16string_view name) const
+    TGroupValue Find(std::u16string_view name) const
     {
-        if (!fAllPlain || !IsPlainName(name))
-            return scope.FindGroupValue(name);
-        const auto found = fIndex.find(name);
-        return found == fIndex.end() ? kNoGroupValue : found->second;
+        if (fAllPlain && IsPlainName(name))
+        {
+            const auto found = fIndex.find(name);
+            return found == fIndex.end() ? kNoGroupValue : found->second;
+        }
+        const auto found = fOrdered.find(TText16(name));
+        return found == fOrdered.end() ? kNoGroupValue : found->second;
     }
 
 private:
     TFoldedMap<TGroupValue> fIndex;
+    std::map<TText16, TGroupValue, CMPCaseInsensitiveStringLess> fOrdered;
     bool fAllPlain = true;
 };
 
@@ -430,7 +442,7 @@ private:
                 continue;
             // A name that isn't 7-bit can't be in the scope: it would have
             // been refused when its group was defined.
-            if (IsSevenBit(value) && fValues.Find(*fScope, value) != kNoGroupValue)
+            if (IsSevenBit(value) && fValues.Find(value) != kNoGroupValue)
                 fSink.Fail(fLines.Number(), kMsgDuplicateGroupValue);
             if (shortcuts && values.size() >= kMaxShortcutVariations)
                 fSink.Fail(fLines.Number(), kMsgTooManyVariations);
@@ -535,7 +547,7 @@ private:
             const TText16& value = line.second[column];
             if (value.empty())
                 continue;
-            const TGroupValue found = IsSevenBit(value) ? fValues.Find(*fScope, value) : kNoGroupValue;
+            const TGroupValue found = IsSevenBit(value) ? fValues.Find(value) : kNoGroupValue;
             if (found == kNoGroupValue)
                 Refuse(kMsgUnknownGroupValue);
             variation[found.fGroup] = found.fValue;

@@ -130,5 +130,10 @@ TEST(VersionNumbers, NeedExactlyThreeNumbers)
     EXPECT_FALSE(ReadVersionNumbers(u"1.0"));
     EXPECT_FALSE(ReadVersionNumbers(u"1.0.0.0"));
     EXPECT_FALSE(ReadVersionNumbers(u""));
+    // Ten million points once made a list of ten million parts before the
+    // count was looked at.
+    EXPECT_FALSE(ReadVersionNumbers(TText16(10'000'000, u'.')));
+    EXPECT_FALSE(ReadVersionNumbers(u"1.0.0" + TText16(10'000'000, u'.')));
+    EXPECT_EQ(ReadVersionNumbers(u"1.2." + TText16(10'000'000, u'0') + u"3"), (std::array<i64, 3>{1, 2, 3}));
 }
 } // namespace

@@ -89,6 +89,23 @@ TEST(TextConversion, TextFromOutsideReplacesMalformedBytesAndKeepsTheRest)
     EXPECT_EQ(UTF8FromText16(Text16FromUTF8("Fader \xE2\x82\xAC")), "Fader \xE2\x82\xAC");
 }
 
+// Every character beyond 7 bits once cost a pass over the rest of the text,
+// so that a 10 MB file of accented names never finished decoding.
+TEST(TextConversion, TextFromOutsideOfTenMegabytesBeyondSevenBitsDecodesWhole)
+{
+    const std::string_view piece = "\xC3\xA9\xF0\x9F\x8E\xB9" "a\xFF"; // e acute, a pair, a, a bad byte
+    const TText16 decodedPiece = {0x00E9, 0xD83C, 0xDFB9, u'a', 0xFFFD};
+    constexpr std::size_t kPieces = 10'000'000 / 8;
+    std::string bytes;
+    bytes.reserve(kPieces * piece.size());
+    for (std::size_t i = 0; i < kPieces; ++i)
+        bytes += piece;
+    const TText16 text = Text16FromUTF8(bytes);
+    ASSERT_EQ(text.size(), kPieces * decodedPiece.size());
+    for (const std::size_t at : {std::size_t(0), kPieces / 2, kPieces - 1})
+        EXPECT_EQ(text.substr(at * decodedPiece.size(), decodedPiece.size()), decodedPiece) << "piece " << at;
+}
+
 TEST(TextConversion, ASCIIReplacementRules)
 {
     EXPECT_EQ(Text16FromASCII("a\xC3z", u'?'), u"a?z");

@@ -102,6 +102,49 @@ INSTANTIATE_TEST_SUITE_P(Texts, ExpressionErrors,
                                          TErrorCase{u"x\u00E9", "syntax error", 0},
                                          TErrorCase{u"x%2", "syntax error", 0}));
 
+TText16 Repeated(std::u16string_view piece, std::size_t count)
+{
+    TText16 text;
+    text.reserve(piece.size() * count);
+    for (std::size_t i = 0; i < count; ++i)
+        text += piece;
+    return text;
+}
+
+// Hostile texts once grew the parser's stacks and the tree with them: a tree
+// a million levels deep overflowed the stack when it was evaluated or freed,
+// and a million open parentheses were a million failed assertions. Now each
+// is refused before the parser starts; blanks don't count.
+TEST(ExpressionCompile, TextsPastTheLongestAreRefusedWhateverTheyHold)
+{
+    const TText16 texts[] = {TText16(1'000'000, u'('), TText16(1'000'000, u'-') + u"x",
+                             Repeated(u"1+", 5'000'000) + u"1", Repeated(u"x*(", 1000) + u"x",
+                             TText16(kMaxExpressionLength + 1, u'7')};
+    for (const TText16& text : texts)
+    {
+        NSTesting::CExpectAssertions expect;
+        try
+        {
+            CompileExpression(text);
+            ADD_FAILURE() << "accepted a text of " << text.size() << " units";
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_STREQ(e.what(), "Expression too long");
+        }
+        EXPECT_EQ(expect.Count(), 0u);
+    }
+}
+
+TEST(ExpressionCompile, TheLongestTextMakesTheDeepestTreeThatStillEvaluates)
+{
+    // 1023 unary minuses: the deepest tree that the bound allows.
+    const TText16 deepest = TText16(kMaxExpressionLength - 1, u'-') + u"x";
+    const TExpressionPtr expression = CompileExpression(u"  " + deepest + TText16(10'000'000, u' '));
+    ASSERT_NE(expression, nullptr);
+    EXPECT_EQ(expression->Evaluate(5, 0, 0), -5);
+}
+
 TEST(ExpressionCompile, AnUnclosedParenthesisIsReportedAndReadAsClosed)
 {
     NSTesting::CExpectAssertions expect;

@@ -294,6 +294,10 @@ INSTANTIATE_TEST_SUITE_P(
         TFaultCase{"ExpressionWithoutOperand",
                    File({}, Rows({kItemHeader, {u"Item\tFader\tvalue\t0\t1"}, kMapHeader, {u"Map\tB0 xx\tFader\t\t1+\t\t"}})),
                    u"Error: f.midicodec(9)", 1},
+        TFaultCase{"ExpressionOfAMillionParentheses",
+                   File({}, Rows({kItemHeader, {u"Item\tFader\tvalue\t0\t1"}, kMapHeader,
+                                  {u"Map\tB0 xx\tFader\t" + TText16(1'000'000, u'(') + u"x\t\t\t"}})),
+                   u"Error:Expression too long f.midicodec(9)"},
         // A quoted line end: the rows behind it count table rows, not line ends.
         TFaultCase{"RowsBehindAQuotedLineEnd",
                    File({u"Setup Info Text\t\"two\nlines\""}, {u"Item Header\tName\tType\tMin\tMax\tExtra", u"Item\tx"}),

@@ -198,6 +198,28 @@ TEST(MapFile, AGoodFileFillsTheMap)
     EXPECT_EQ(pan.GetKinvarableName(), u"Pan");
 }
 
+// Group values that are no plain names (here with control characters, which
+// the text comparison passes over) were once looked up by a walk of every
+// value, so two groups of 100,000 of them took time by the square of that.
+TEST(MapFile, ManyGroupValuesWithControlCharactersAreFoundAsTheComparisonFindsThem)
+{
+    std::string first = "Define Group\tFirst";
+    std::string second = "Define Group\tSecond";
+    for (int i = 0; i < 100'000; ++i)
+    {
+        first += "\t\x01" "a" + std::to_string(i);
+        second += "\t\x02" "b" + std::to_string(i);
+    }
+    const TReadResult result =
+        ReadMapText(Body(kScope + first + "\n" + second + "\nMap\tFader 1\t\tVolume\t\t\t\x01" "a99999\tB5\n"));
+    ASSERT_FALSE(result.fThrew) << result.fErrorText.substr(0, 300);
+    const NSKinvar::VMapScope* mixer = result.fMap->FindScope({u"Host", u"Mixer"});
+    ASSERT_NE(mixer, nullptr);
+    const NSKinvar::VMapEntry entry = mixer->FindMapEntry(TMapKey{0, -1}, {99'999, 5});
+    EXPECT_EQ(entry.GetKinvarableName(), u"Volume");
+    EXPECT_EQ(entry.GetVariation(), (NSKinvar::TVariation{99'999, 5}));
+}
+
 TEST(MapFile, HeaderAloneIsAGoodFile)
 {
     const TReadResult result = ReadMapText(Header());
