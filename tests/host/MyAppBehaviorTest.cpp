@@ -164,7 +164,8 @@ TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
 // destroys it, once, and fails.
 TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 {
-    static int destroyed = 0;
+    static int destroyed;
+    destroyed = 0;
     struct CCounted final : CMyAppBehavior
     {
         using CMyAppBehavior::CMyAppBehavior;
