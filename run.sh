@@ -15,20 +15,11 @@ if [ -x "$bin/brassfold" ]; then
 fi
 
 # Until the workbench window exists, the check tool shows what the codec
-# machinery makes of the bundled examples.
+# machinery makes of the bundled examples: their definitions, a few decoded
+# messages of each surface, and their mapping files.
 if [ -x "$bin/brassfold-check" ]; then
-  echo "The workbench window is not built yet; checking the bundled examples instead."
-  shopt -s globstar nullglob
-  status=0
-  definitions=(examples/**/*.midicodec)
-  if [ ${#definitions[@]} -gt 0 ]; then
-    "$bin/brassfold-check" definition "${definitions[@]}" || status=1
-  fi
-  for map in examples/**/*.kinvarmap; do
-    echo "$map:"
-    "$bin/brassfold-check" map "$map" --codecs examples || status=1
-  done
-  exit $status
+  echo "The workbench window is not built yet; showing the bundled examples with brassfold-check instead."
+  exec scripts/show-examples "$bin/brassfold-check"
 fi
 
 echo "Brassfold is not runnable yet: neither the workbench nor brassfold-check is built."

@@ -205,43 +205,50 @@ inline __m128i LoadFourToSeven(const char16* units, std::size_t count)
     return _mm_unpacklo_epi64(head, tail);
 }
 
-// The unit that lane `bit` / 2 of a block at `at` stands for.
-inline std::size_t UnitOfLane(u32 bit, std::size_t at, std::size_t count)
+// Which unit each lane of one or two blocks stands for: lanes below the split
+// count from the first unit, the others from the second. Two bits per lane.
+struct TLanes
 {
-    const std::size_t lane = bit / 2;
-    if (count >= kBlockUnits || lane < 4)
-        return at + lane;
-    return count - 4 + (lane - 4);
+    std::size_t fFirst;
+    std::size_t fSecond;
+    u32 fSplit;
+};
+
+inline std::size_t UnitOfLane(u32 bit, const TLanes& lanes)
+{
+    const u32 lane = bit / 2;
+    return lane < lanes.fSplit ? lanes.fFirst + lane : lanes.fSecond + (lane - lanes.fSplit);
 }
 
-// Returns the first unit that ends the folded prefix, or `count` for none.
-// With case counting, the first difference of case before it is noted. A
-// lane that overlaps an earlier block repeats what that block found, so the
-// first lane set is always the first unit.
+// Returns the first unit that ends the folded prefix, or `none`. With case
+// counting, the first difference of case before it is noted. A lane that
+// overlaps an earlier one repeats what that one found, so the first lane set
+// is always the first unit.
 template <bool kCaseCounts>
-inline std::size_t ScanMasks(const TBlockMasks& masks, std::size_t at, std::size_t count,
+inline std::size_t ScanMasks(const TBlockMasks& masks, const TLanes& lanes, std::size_t none,
                              std::u16string_view a, std::u16string_view b,
                              const TASCIICollationTable& table, i32& caseOrder)
 {
     if (kCaseCounts && caseOrder == 0)
     {
-        const u32 beforeStop = masks.fStop == 0 ? 0xFFFF : (masks.fStop & -masks.fStop) - 1;
+        const u32 beforeStop = masks.fStop == 0 ? ~0u : (masks.fStop & -masks.fStop) - 1;
         const u32 caseDifferent = masks.fDifferent & beforeStop;
         if (caseDifferent != 0)
         {
             const std::size_t unit =
-                UnitOfLane(static_cast<u32>(__builtin_ctz(caseDifferent)), at, count);
+                UnitOfLane(static_cast<u32>(__builtin_ctz(caseDifferent)), lanes);
             caseOrder = table.fCase[a[unit]] - table.fCase[b[unit]];
         }
     }
     if (masks.fStop == 0)
-        return count;
-    return UnitOfLane(static_cast<u32>(__builtin_ctz(masks.fStop)), at, count);
+        return none;
+    return UnitOfLane(static_cast<u32>(__builtin_ctz(masks.fStop)), lanes);
 }
 
-// Eight units at a time; the last block overlaps the one before it, and four
-// to seven units make one block of two overlapping halves, so that no unit is
-// read beyond either text.
+// Eight units at a time, in blocks that overlap where a text isn't a multiple
+// of eight long, so that no unit is read beyond either text: four to seven
+// units make one block of two overlapping halves, nine to sixteen two blocks
+// looked at together, longer texts a run of blocks.
 template <bool kCaseCounts>
 inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
                               const TASCIICollationTable& table, i32& caseOrder)
@@ -253,13 +260,23 @@ inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
     {
         const TBlockMasks masks =
             ScanUnits(LoadFourToSeven(a.data(), common), LoadFourToSeven(b.data(), common));
-        return ScanMasks<kCaseCounts>(masks, 0, common, a, b, table, caseOrder);
+        return ScanMasks<kCaseCounts>(masks, {0, common - 4, 4}, common, a, b, table, caseOrder);
+    }
+    if (common <= 2 * kBlockUnits)
+    {
+        const std::size_t tail = common - kBlockUnits;
+        const TBlockMasks head = ScanUnits(LoadEight(a.data()), LoadEight(b.data()));
+        const TBlockMasks rest = ScanUnits(LoadEight(a.data() + tail), LoadEight(b.data() + tail));
+        const TBlockMasks both{head.fStop | rest.fStop << 16,
+                               head.fDifferent | rest.fDifferent << 16};
+        return ScanMasks<kCaseCounts>(both, {0, tail, 8}, common, a, b, table, caseOrder);
     }
     for (std::size_t next = 0;; next += kBlockUnits)
     {
         const std::size_t at = std::min(next, common - kBlockUnits);
         const TBlockMasks masks = ScanUnits(LoadEight(a.data() + at), LoadEight(b.data() + at));
-        const std::size_t stop = ScanMasks<kCaseCounts>(masks, at, common, a, b, table, caseOrder);
+        const std::size_t stop =
+            ScanMasks<kCaseCounts>(masks, {at, 0, 8}, common, a, b, table, caseOrder);
         if (stop != common || at == common - kBlockUnits)
             return stop;
     }

@@ -11,7 +11,7 @@
 // as 29 or 30 frames per second, while the idle program sleeps nearly all the
 // time.
 //
-// Pure functions; any thread.
+// No state of its own; any thread.
 
 #include "foundation/Types.h"
 

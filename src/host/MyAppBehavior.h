@@ -36,7 +36,7 @@ inline constexpr u32 kCommandCount = 7;
 // The records of the "Test" menu, commands and separators alternating.
 const std::vector<TMenuRecord>& GetTestMenu();
 
-class CMyAppBehavior final : public IVistalRunBehavior, public IControlSurfaceSelectionListener
+class CMyAppBehavior : public IVistalRunBehavior, public IControlSurfaceSelectionListener
 {
 public:
     // With the process's hub and frame clock.

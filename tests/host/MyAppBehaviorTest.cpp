@@ -8,6 +8,8 @@
 #include "foundation/Alert.h"
 #include "foundation/TextResource.h"
 #include "host/CodecModules.h"
+#include "host/ProgramEntry.h"
+#include "foundation/Exceptions.h"
 
 #include <gtest/gtest.h>
 
@@ -42,26 +44,28 @@ TEST_F(MyAppBehaviorTest, TheTestMenuAlternatesCommandsAndSeparators)
     public:
         u32 IMenuBuilder_AddItems(u32 menu, const std::vector<TMenuRecord>& records) override
         {
-            for (const TMenuRecord& record : records)
-                fItems.push_back(record.fMenu == menu && record.fShortcut.empty() && !record.fSeparator
-                                     ? record.fTitle + u" " + char16_t(u'0' + record.fCommand)
-                                     : record.fSeparator ? u"-" : u"?");
+            fMenu = menu;
+            fRecords = records;
             return kVistalOK;
         }
         u32 IMenuBuilder_SetTitle(u32 menu, const TText16& title) override
         {
-            fTitle = title + u" " + char16_t(u'0' + menu);
+            fTitle = menu == fMenu ? title : u"?";
             return kVistalOK;
         }
-        std::vector<std::u16string> fItems;
-        std::u16string fTitle;
+        u32 fMenu = 0;
+        std::vector<TMenuRecord> fRecords;
+        TText16 fTitle;
     } builder;
     EXPECT_EQ(kVistalOK, fBehavior.OnBuildMenus(builder));
-    EXPECT_EQ(u"Test 2", builder.fTitle);
-    EXPECT_EQ((std::vector<std::u16string>{u"Choose Codec File 0", u"-", u"AutoDetect 1", u"-", u"Create ControlSurface 2",
-                                           u"-", u"Validate Map File 5", u"-", u"MIDI Test 3", u"-",
-                                           u"Show Log Window 4", u"-", u"Load MIDI Codecs 6"}),
-              builder.fItems);
+    EXPECT_EQ(2u, builder.fMenu);
+    EXPECT_EQ(u"Test", builder.fTitle);
+    std::u16string items;
+    for (const TMenuRecord& record : builder.fRecords)
+        items += (record.fSeparator ? u"-" : record.fTitle + u" " + char16_t(u'0' + record.fCommand)) + u"|";
+    EXPECT_EQ(u"Choose Codec File 0|-|AutoDetect 1|-|Create ControlSurface 2|-|Validate Map File 5|-|MIDI Test 3|-|"
+              u"Show Log Window 4|-|Load MIDI Codecs 6|",
+              items);
 }
 
 // An id past the table leaves handled alone; the menus are brought up to date
@@ -124,24 +128,17 @@ TEST_F(MyAppBehaviorTest, TheInputEventDrivesTheHubAndNoOtherEventIsExpected)
     EXPECT_EQ(0u, fHub.GetQueuedInputCount());
 }
 
-TEST_F(MyAppBehaviorTest, TheSmallOperationsAnswerAsTheWorkbenchNeeds)
+TEST_F(MyAppBehaviorTest, StartLoadsTheTextsAndAnErrorPointsTheUserToTheLog)
 {
+    EXPECT_EQ(kVistalOK, fBehavior.OnStart());
+    EXPECT_EQ(u"Map File Errors:", GetText(102));
     CAlertRecorder alerts;
     CAlertInterception interception(alerts);
     EXPECT_EQ(kVistalOK, fBehavior.OnError(12005));
     EXPECT_EQ(std::vector<TText16>{u"[STOP][Error]An error occurred, check the Log Window![OK]"}, alerts.fTexts);
-    EXPECT_EQ(kVistalOK, fBehavior.OnStart());
-    EXPECT_EQ(u"Map File Errors:", GetText(102));
-    u32 word = 9;
-    EXPECT_EQ(kVistalOK, fBehavior.OnQueryCommand(0, &word));
-    EXPECT_EQ(0u, word);
-    EXPECT_EQ(kVistalOK, fBehavior.OnQueryQuit(&word));
-    EXPECT_EQ(1u, word);
     fVistal.fQuitStatus = 12003;
     EXPECT_EQ(12003u, fBehavior.OnQuitCommand());
     int canvas = 0;
-    fBehavior.OnBeginDraw(&canvas);
-    EXPECT_EQ(kVistalOK, fBehavior.OnEndDraw(&canvas));
     NSTesting::CExpectAssertions expect;
     EXPECT_EQ(12003u, fBehavior.OnEndDraw(&canvas));
     EXPECT_EQ(1u, expect.Count());
@@ -159,13 +156,35 @@ TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
     window.fBehavior->IDocumentWindowBehavior_Activated(0);
     window.fBehavior->IDocumentWindowBehavior_Activated(1);
     EXPECT_EQ(2, fVistal.fUpdateCount);
-    u32 enabled = 9;
-    u32 modified = 9;
-    window.fBehavior->IDocumentWindowBehavior_QueryCommand(3, &enabled);
-    window.fBehavior->IDocumentWindowBehavior_QueryModified(&modified);
-    EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(enabled, modified));
     window.fBehavior->IDocumentWindowBehavior_CloseRequested();
     EXPECT_EQ(1, window.fCloseCount);
+}
+
+// A toolkit that refuses to run has not taken the behaviour over: the entry
+// destroys it, once, and fails.
+TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
+{
+    static int destroyed;
+    destroyed = 0;
+    struct CCounted final : CMyAppBehavior
+    {
+        using CMyAppBehavior::CMyAppBehavior;
+        ~CCounted() override { ++destroyed; }
+    };
+    CFakeWindows windows;
+    IVistalRunBehavior* kept = nullptr;
+    EXPECT_EQ(0, RunWorkbench([&](IVistalRunBehavior* behaviour, const TStartupParams& params) {
+                     EXPECT_EQ(u"About Brassfold...", params.fAboutItemText);
+                     kept = behaviour;
+                     return kVistalOK;
+                 },
+                 std::make_unique<CCounted>(windows)));
+    EXPECT_EQ(0, destroyed);
+    delete kept;
+    EXPECT_THROW(RunWorkbench([](IVistalRunBehavior*, const TStartupParams&) { return 12005u; },
+                              std::make_unique<CCounted>(windows)),
+                 XBadFormat);
+    EXPECT_EQ(2, destroyed);
 }
 
 // Codecs go before the modules that hold their code: the other way round a

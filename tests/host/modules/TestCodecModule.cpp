@@ -58,7 +58,7 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
 //
 // Start on port p: F0 7D 01 p F7, in two records. End: F0 7D 02 p F7. Each
 // frame sends, for every enabled item whose state changed since the last
-// frame on that port, B0 item value, or F0 7D 10 item text F7 for the text.
+// frame on that port, B0 item value.
 //
 // Input: B0 00 v gives the fader the value v; F0 7D 7F F7 fails with the text
 // "Unknown message"; any other message is reported as the fader's value 0
@@ -72,7 +72,7 @@ public:
     u32 IControlSurface_CheckInvariant() override { return 1; }
     u32 IControlSurface_GetUniqueName(char* buffer) override
     {
-        std::strcpy(buffer, "TestCodec/State Box");
+        std::strcpy(buffer, "State Box");
         return kCodecOK;
     }
     u32 IControlSurface_GetInfo(TControlSurfaceInfo* info) override
@@ -154,15 +154,7 @@ public:
             if (state.fEnabled == 0 || std::memcmp(&state, &shown[item], sizeof state) == 0)
                 continue;
             shown[item] = state;
-            if (item != 2)
-            {
-                events.push_back(Event({0xB0, static_cast<u8>(item), static_cast<u8>(state.fValue & 0x7F)}));
-                continue;
-            }
-            TMIDIEvent& text = events.emplace_back(Event({0xF0, 0x7D, 0x10, static_cast<u8>(item)}));
-            for (const char c : TextOf(state.fValueText, kMaxValueTextLength + 1))
-                text.fData[text.fSize++] = static_cast<u8>(c);
-            text.fData[text.fSize++] = 0xF7;
+            events.push_back(Event({0xB0, static_cast<u8>(item), static_cast<u8>(state.fValue & 0x7F)}));
         }
         return events.empty() ? kCodecOK : getter.IMIDIEventGetter_Take(events.data(), u32(events.size()));
     }

@@ -1,0 +1,145 @@
+// The workbench's main road without a window, over the loopback cables: the
+// headless run loop with the run behaviour, surfaces of the generic MIDI
+// codec for input and of the state test module for output.
+
+#include "host/HeadlessVistal.h"
+#include "host/MyAppBehavior.h"
+
+#include "HostTestSupport.h"
+#include "generic/GenericMidiCodec.h"
+#include "host/CodecModules.h"
+
+#include <gtest/gtest.h>
+
+using namespace NSHostTesting;
+using namespace NSKinvarCodec;
+
+namespace
+{
+class EndToEndTest : public testing::Test
+{
+protected:
+    EndToEndTest()
+    {
+        const std::filesystem::path definition = std::filesystem::path(BRASSFOLD_TEST_DATA_DIR) / "map" / "Acme Box.midicodec";
+        fGeneric = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}), codec_deleter());
+        fAcmeBox = GetControlSurfacesForCodec(fGeneric).at(0);
+    }
+
+    // Runs the loop until something requests the quit, or ten seconds pass.
+    void Run()
+    {
+        std::thread watchdog([this] {
+            std::unique_lock lock(fWatchdogLock);
+            if (!fFinished.wait_for(lock, 10s, [this] { return fDone; }))
+                fVistal.IVistal_RequestQuit();
+        });
+        fVistal.Run(fBehavior);
+        {
+            std::lock_guard lock(fWatchdogLock);
+            fDone = true;
+        }
+        fFinished.notify_one();
+        watchdog.join();
+    }
+
+    TCodecPtr fGeneric;
+    TControlSurfaceInfo fAcmeBox;
+    CKinvarHUB fHub;
+    COutputFrameClock fFrames{[this](u32 framesPerSecond) { fHub.DriveOutput(framesPerSecond); }};
+    CHeadlessVistal fVistal{fFrames};
+    CVistalInstallation fInstallation{fVistal};
+    CFakeWindows fWindows;
+    CMyAppBehavior fBehavior{fWindows, fHub, fFrames};
+    std::mutex fWatchdogLock;
+    std::condition_variable fFinished;
+    bool fDone = false;
+};
+
+// A message sent on "Loopback A" is decoded on the delivery thread, queued,
+// and reaches the listener on the loop's own thread through the posted event.
+TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
+{
+    class CListener final : public IInputListener
+    {
+    public:
+        explicit CListener(IVistal& vistal) : fVistal(vistal) {}
+        void IInputListener_OnInput(const TItemInput* input) override
+        {
+            fInputs.push_back(*input);
+            fThread = std::this_thread::get_id();
+            fVistal.IVistal_RequestQuit();
+        }
+        IVistal& fVistal;
+        std::vector<TItemInput> fInputs;
+        std::thread::id fThread;
+    } listener(fVistal);
+    const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});
+    fHub.AddInputListener(id, &listener);
+    std::thread sender([] {
+        std::this_thread::sleep_for(20ms);
+        NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))->Send(nullptr, {0xB0, 0x07, 0x40});
+    });
+    Run();
+    sender.join();
+    ASSERT_EQ(1u, listener.fInputs.size());
+    EXPECT_EQ(std::this_thread::get_id(), listener.fThread);
+    EXPECT_EQ(64, listener.fInputs[0].fValue1);
+    EXPECT_NE(0u, listener.fInputs[0].fTime);
+    fHub.RemoveInputListener(id, &listener);
+    fHub.DeleteActiveControlSurface(id);
+}
+
+// An item state set through the hub leaves as MIDI at a frame tick; the
+// frames and the bytes read back from the traffic record.
+TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
+{
+    class CWire final : public NSMIDIHub::IMIDIReceiver
+    {
+    public:
+        explicit CWire(IVistal& vistal) : fVistal(vistal) {}
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
+        {
+            fMessages.Receive({}, nullptr, data);
+            if (data == TBinary{0xB0, 0x00, 100})
+                fVistal.IVistal_RequestQuit();
+        }
+        IVistal& fVistal;
+        CRecordingReceiver fMessages;
+    } wire(fVistal);
+    NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback B"), &wire);
+    const u32 id = fHub.CreateActiveControlSurface(StatesCodec(), StateBox({false}, {false}), u"Name",
+                                                   {InPort(u"Loopback A")}, {OutPort(u"Loopback B")});
+    TItemState state{};
+    state.fEnabled = 1;
+    state.fValue = 100;
+    fHub.SetItemState(id, 0, state);
+    Run();
+    const auto [framesPerSecond, bytesPerSecond] = fHub.GetOutputTraffic(id, 0, 1000);
+    EXPECT_GE(framesPerSecond, 1u);
+    EXPECT_EQ(3u, bytesPerSecond);
+    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}}), wire.fMessages.Messages());
+    fHub.DeleteActiveControlSurface(id);
+}
+
+// With nobody reading, the queue holds 5000 inputs: the codec hears the
+// failure of the 5001st, which is lost, and one post stands for them all.
+TEST_F(EndToEndTest, TheQueueHoldsFiveThousandInputs)
+{
+    CFakeVistal fake;
+    CVistalInstallation installation(fake);
+    // Hears each message before the surface: when it has the one behind the
+    // batch, the surface has had the whole batch.
+    CRecordingReceiver ahead;
+    NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback A"), &ahead);
+    const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});
+    const auto sender = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"));
+    for (int i = 0; i < 5002; ++i)
+        sender->Send(nullptr, {0xB0, 0x07, static_cast<u8>(i & 0x7F)});
+    ASSERT_TRUE(ahead.WaitForCount(5002));
+    EXPECT_EQ(5000u, fHub.GetQueuedInputCount());
+    EXPECT_EQ(1u, fake.fPostCount);
+    fHub.DriveInput();
+    fHub.DeleteActiveControlSurface(id);
+}
+} // namespace
