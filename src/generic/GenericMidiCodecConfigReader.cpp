@@ -62,17 +62,6 @@ TText16 Decimal(i64 value)
     return TText16(digits.begin(), digits.end());
 }
 
-int HexDigitValue(char16 c)
-{
-    if (c >= u'0' && c <= u'9')
-        return c - u'0';
-    if (c >= u'a' && c <= u'f')
-        return c - u'a' + 10;
-    if (c >= u'A' && c <= u'F')
-        return c - u'A' + 10;
-    return -1;
-}
-
 // One file's reading: the filtered rows and the row in hand.
 class CDefinitionParser
 {

@@ -7,10 +7,6 @@
 
 namespace NSGenericMidiCodec
 {
-namespace
-{
-[[noreturn]] void Fail(const char* message) { throw std::runtime_error(message); }
-
 int HexDigitValue(char16 c)
 {
     if (c >= u'0' && c <= u'9')
@@ -21,6 +17,10 @@ int HexDigitValue(char16 c)
         return c - u'A' + 10;
     return -1;
 }
+
+namespace
+{
+[[noreturn]] void Fail(const char* message) { throw std::runtime_error(message); }
 
 // The compiler's walk: a bit counter, the mode, and the variable that a "-"
 // has made signed ahead of time.

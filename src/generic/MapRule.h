@@ -32,6 +32,10 @@
 
 namespace NSGenericMidiCodec
 {
+// The value of a hexadecimal digit in either case, or -1: the digits of
+// patterns and of the byte strings of definition files.
+int HexDigitValue(char16 c);
+
 // The bits of one variable, counted from 0 at the high bit of byte 0; both -1
 // when the variable is not used.
 struct TBitRange
