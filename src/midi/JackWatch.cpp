@@ -105,7 +105,10 @@ CJackWatch::CJackWatch(jack_client_t* client)
 
 CJackWatch::~CJackWatch()
 {
-    jack_client_close(fClient);
+    // The JACK library crashes on closing a client whose server has ended
+    // (its shared memory is gone); such a client is left as it is.
+    if (IsAlive())
+        jack_client_close(fClient);
 }
 
 // JACK's realtime thread: one atomic increment.
@@ -157,6 +160,11 @@ std::vector<std::string> CJackWatch::ListPorts(EDirection direction) const
 bool CJackWatch::HasPort(const std::string& name) const
 {
     return IsAlive() && jack_port_by_name(fClient, name.c_str()) != nullptr;
+}
+
+u64 CJackWatch::GetCycles() const noexcept
+{
+    return fCycles.load(std::memory_order_relaxed);
 }
 
 bool CJackWatch::WaitForCycles(u32 count, std::chrono::milliseconds timeout) const

@@ -45,6 +45,8 @@ public:
     bool HasPort(const std::string& name) const;
     // Whether the port of ours with that short name is connected to other.
     bool IsConnected(const std::string& ownShortName, const std::string& other) const;
+    // The server's cycles so far. Any thread.
+    u64 GetCycles() const noexcept;
     // Waits until the server has run count more cycles; false at the
     // timeout or when the server is gone.
     bool WaitForCycles(u32 count, std::chrono::milliseconds timeout) const;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -184,6 +185,63 @@ private:
     std::unique_ptr<RtMidiIn> fMidi;
 };
 
+// RtMidi hands JACK an output port's bytes through a ring that the port's
+// client empties every cycle, and a send waits for room in it by spinning: when
+// the server stops running cycles (it ended, or it dropped the client) a full
+// ring would hang the sending thread for good. So the guard keeps count of
+// what may still be in the ring, and when a message might not fit it waits
+// for cycles, for a bounded time, and refuses the send if none come.
+//
+// What was written before the watch showed cycle c is gone from the ring once
+// the watch shows c + 3: a whole cycle of the port's client has then run after
+// it. So the count has two parts: the bytes written since the current mark,
+// and those of the mark before.
+class CJackRingGuard
+{
+public:
+    explicit CJackRingGuard(const CJackWatch& watch)
+        : fWatch(watch), fMark(watch.GetCycles()), fSinceMark(0), fBeforeMark(0)
+    {
+    }
+
+    // False when the ring might be full and the server runs no cycle.
+    bool MakeRoom(std::size_t size)
+    {
+        const std::size_t cost = size + kEntryHeader;
+        MoveMark();
+        if (fBeforeMark + fSinceMark + cost > kRingBytes)
+        {
+            if (!fWatch.WaitForCycles(kCyclesToEmpty, kJackConnectionTimeout))
+                return false;
+            fMark = fWatch.GetCycles();
+            fSinceMark = fBeforeMark = 0;
+        }
+        fSinceMark += cost;
+        return true;
+    }
+
+private:
+    // RtMidi's default ring, and more than its own header per message.
+    static constexpr std::size_t kRingBytes = 16384 - 64;
+    static constexpr std::size_t kEntryHeader = 8;
+    static constexpr u32 kCyclesToEmpty = 3;
+
+    void MoveMark()
+    {
+        const u64 cycles = fWatch.GetCycles();
+        if (cycles < fMark + kCyclesToEmpty)
+            return;
+        fMark = cycles;
+        fBeforeMark = fSinceMark;
+        fSinceMark = 0;
+    }
+
+    const CJackWatch& fWatch;
+    u64 fMark;
+    std::size_t fSinceMark;
+    std::size_t fBeforeMark;
+};
+
 class CRtMidiOutPort final : public IMIDISender
 {
 public:
@@ -193,7 +251,10 @@ public:
           fSent(false)
     {
         if (fWatch)
+        {
             fSeen = fWatch->GetGeneration();
+            fRing.emplace(*fWatch);
+        }
     }
 
     ~CRtMidiOutPort() override
@@ -233,6 +294,8 @@ private:
             fGone = true;
         if (fGone)
             return kTonewellPortGone;
+        if (fRing && !fRing->MakeRoom(size))
+            return fWatch->IsAlive() ? kTonewellSendFailed : kTonewellPortGone;
         fSent = true;
         u32 status = GuardEdge(kTonewellEdge, [&] { fMidi->sendMessage(bytes, size); });
         if (status == kTonewellOK && !fErrors.Take().empty())
@@ -246,6 +309,7 @@ private:
     u64 fSeen;
     bool fGone;
     bool fSent;
+    std::optional<CJackRingGuard> fRing;
     CRtMidiErrors fErrors;
     std::unique_ptr<RtMidiOut> fMidi;
 };

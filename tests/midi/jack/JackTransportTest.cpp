@@ -24,6 +24,7 @@
 #include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace NSMIDIHub;
@@ -427,6 +428,56 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     port.reset();
     sender.reset();
     EXPECT_THROW(CMIDIInPort(*fHub, fFromResponder, &receiver), std::exception);
+    EXPECT_EQ(0u, fHub->GetOpenInPortCount());
+}
+} // namespace
+
+namespace
+{
+// A suite of its own, last in the file, with a server of its own: after a
+// server has ended under clients of this process, the JACK library crashes
+// on closing a client of a new server.
+class JackServerEndTest : public JackTransportTest
+{
+};
+
+// The server itself ends while we flood it with output and its input comes
+// back to us: the sending thread gets errors instead of hanging in a full
+// ring, the ports close without trouble, and the hub lists no JACK port.
+TEST_F(JackServerEndTest, TheServerThatEndsTakesItsPortsWithIt)
+{
+    CRecordingReceiver receiver;
+    auto port = std::make_unique<CMIDIInPort>(*fHub, fFromResponder, &receiver);
+    auto sender = fHub->GetSender(fToResponder);
+    sender->Send(nullptr, {0x90, 0x40, 0x7F});
+    ASSERT_TRUE(receiver.WaitForCount(1));
+
+    // Our sends come back while the server goes; the flood ends at the
+    // first send that fails.
+    std::atomic<bool> stop{false};
+    std::atomic<bool> failed{false};
+    std::thread flood(
+        [&]
+        {
+            try
+            {
+                while (!stop.load())
+                    sender->Send(nullptr, {0xB0, 0x01, 0x02});
+            }
+            catch (const std::exception&)
+            {
+                failed.store(true);
+            }
+        });
+    EXPECT_TRUE(receiver.WaitForCount(50));
+    gServer.reset();
+    EXPECT_TRUE(WaitUntil([&] { return failed.load(); }));
+    stop.store(true);
+    flood.join();
+    fRig.fResponder.reset();
+    port.reset();
+    sender.reset();
+    EXPECT_TRUE(fHub->GetInPorts().empty());
     EXPECT_EQ(0u, fHub->GetOpenInPortCount());
 }
 } // namespace
