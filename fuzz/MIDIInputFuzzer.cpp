@@ -39,7 +39,7 @@
 #include "host/KinvarHUB.h"
 #include "host/Vistal.h"
 #include "midi/MIDIHub.h"
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include <array>
 #include <cstring>
@@ -99,12 +99,12 @@ public:
     std::unique_ptr<IMIDIPortList> ITonewell_GetInPorts(u32* status) override
     {
         *status = kTonewellOK;
-        return std::make_unique<CPortList>(MakePortSpecs(EBackend::kJACK, EDirection::kIn, fInNames));
+        return std::make_unique<CPortList>(MakePortAddresses(EBackend::kJACK, EDirection::kIn, fInNames));
     }
     std::unique_ptr<IMIDIInPort> ITonewell_OpenInPort(IMIDIInHandler* handler, const IMIDIPortSpec* port,
                                                       u32* status) override
     {
-        const auto index = FindPort(dynamic_cast<const CPortSpec&>(*port), fInNames);
+        const auto index = FindPort(dynamic_cast<const CPortAddress&>(*port), fInNames);
         Require(index.has_value() && gOpenIn[*index].fHandler == nullptr, "ports open once");
         auto opened = std::make_unique<CFuzzInPort>(*index);
         gOpenIn[*index] = {handler, opened.get()};
@@ -114,7 +114,7 @@ public:
     std::unique_ptr<IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
     {
         *status = kTonewellOK;
-        return std::make_unique<CPortList>(MakePortSpecs(EBackend::kJACK, EDirection::kOut, fOutNames));
+        return std::make_unique<CPortList>(MakePortAddresses(EBackend::kJACK, EDirection::kOut, fOutNames));
     }
     std::unique_ptr<IMIDISender> ITonewell_OpenOutPort(IMIDIOutHandler*, const IMIDIPortSpec*, u32* status) override
     {

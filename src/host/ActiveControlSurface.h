@@ -31,7 +31,7 @@ public:
     // Opens the input ports (so input may arrive from here on), then the output
     // ports, then makes the surface through codec, gives it handler, and sends
     // its start messages on every assigned output port, metered at wire speed.
-    // inPorts and outPorts hold one spec for each port of the model, at most
+    // inPorts and outPorts hold one address for each port of the model, at most
     // 16, empty where an optional port is left out. Throws:
     //   a required port left empty   std::logic_error, "All non-optional MIDI
     //                                ports need to be chosen!" in the log too

@@ -65,8 +65,8 @@ void ChooseCodecFile(IVistal& vistal, const fs::path& scriptHostModule)
         vistal, FileRequest(u"Select Codec File", u".luacodec", 123));
     if (filesSelected.empty())
         return;
-    const fs::path& codecSpec = filesSelected.front();
-    AppendCodecSurfaces(LoadCodec(scriptHostModule, codecSpec));
+    const fs::path& codecAddress = filesSelected.front();
+    AppendCodecSurfaces(LoadCodec(scriptHostModule, codecAddress));
 }
 
 void AutoDetect(IWorkbenchWindows& windows)

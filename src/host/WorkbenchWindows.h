@@ -13,7 +13,7 @@
 #include <vector>
 
 // Told by the selection dialog which surface the user chose, with one port
-// spec for each port of the model (empty where left out).
+// address for each port of the model (empty where left out).
 class IControlSurfaceSelectionListener
 {
 public:

@@ -13,7 +13,7 @@ using NSMIDIHub::CMIDIPortSpec;
 namespace
 {
 // Resolves one direction of a port map: the ports that the words name, in
-// the model's port order, then empty specs up to the model's count.
+// the model's port order, then empty addresses up to the model's count.
 std::vector<CMIDIPortSpec> ResolvePorts(const u32* words, u32 portCount, const u32* optional,
                                         const std::vector<CMIDIPortSpec>& ports)
 {

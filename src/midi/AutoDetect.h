@@ -34,7 +34,7 @@ public:
     TText16 fSetupInfoText;
     TText16 fSetupUserActionText;
     // One entry for each port of the model; the ports found first, empty
-    // specs at the end.
+    // addresses at the end.
     std::vector<NSMIDIHub::CMIDIPortSpec> fInPorts;
     std::vector<NSMIDIHub::CMIDIPortSpec> fOutPorts;
     TCodecPtr fCodec;

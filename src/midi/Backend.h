@@ -6,7 +6,7 @@
 // The library calls a backend on one thread at a time (the user interface
 // thread); the ports it makes follow the rules of midi/Tonewell.h.
 
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 #include "midi/Tonewell.h"
 
 #include <atomic>
@@ -38,9 +38,9 @@ public:
     // backend can't run.
     virtual std::vector<std::string> ListPorts(EDirection direction) = 0;
     // Null with status set when the port can't be had.
-    virtual std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+    virtual std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortAddress& address,
                                                 u32& status) = 0;
-    virtual std::unique_ptr<IMIDISender> OpenOut(const CPortSpec& spec, u32& status) = 0;
+    virtual std::unique_ptr<IMIDISender> OpenOut(const CPortAddress& address, u32& status) = 0;
 };
 
 // Port names of our own ports begin with this, so that the lists can leave

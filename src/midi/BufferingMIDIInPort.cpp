@@ -10,8 +10,8 @@ using NSKinvarCodec::kMaxMIDIEventSize;
 using NSKinvarCodec::TMIDIEvent;
 
 CBufferingMIDIInPort::CBufferingMIDIInPort(NSMIDIHub::CMIDIHub& hub,
-                                           const NSMIDIHub::CMIDIPortSpec& spec)
-    : fBuffer(kCapacity), fPort(hub, spec, this)
+                                           const NSMIDIHub::CMIDIPortSpec& address)
+    : fBuffer(kCapacity), fPort(hub, address, this)
 {
 }
 

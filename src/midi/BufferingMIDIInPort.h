@@ -18,7 +18,7 @@ public:
 
     // Makes the queue first and subscribes last; throws what opening the
     // port throws.
-    CBufferingMIDIInPort(NSMIDIHub::CMIDIHub& hub, const NSMIDIHub::CMIDIPortSpec& spec);
+    CBufferingMIDIInPort(NSMIDIHub::CMIDIHub& hub, const NSMIDIHub::CMIDIPortSpec& address);
 
     const NSMIDIHub::CMIDIPortSpec& GetSpec() const { return fPort.GetSpec(); }
 

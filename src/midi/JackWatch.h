@@ -14,7 +14,7 @@
 // Made and used on the thread that opens ports; the watch's notifications
 // arrive on JACK's threads and touch atomics only.
 
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include <atomic>
 #include <chrono>

@@ -150,10 +150,10 @@ CLoopbackBackend::CCable* CLoopbackBackend::FindCable(const std::string& name)
 }
 
 std::unique_ptr<IMIDIInPort> CLoopbackBackend::OpenIn(IMIDIInHandler& handler,
-                                                      const CPortSpec& spec, u32& status)
+                                                      const CPortAddress& address, u32& status)
 {
-    CCable* cable = FindCable(spec.GetIdentityName());
-    if (cable == nullptr || spec.GetOccurrence() != 0)
+    CCable* cable = FindCable(address.GetIdentityName());
+    if (cable == nullptr || address.GetOccurrence() != 0)
     {
         status = kTonewellPortGone;
         return nullptr;
@@ -162,10 +162,10 @@ std::unique_ptr<IMIDIInPort> CLoopbackBackend::OpenIn(IMIDIInHandler& handler,
     return std::make_unique<CLoopbackInPort>(*cable, fDelivery, handler, fDebug);
 }
 
-std::unique_ptr<IMIDISender> CLoopbackBackend::OpenOut(const CPortSpec& spec, u32& status)
+std::unique_ptr<IMIDISender> CLoopbackBackend::OpenOut(const CPortAddress& address, u32& status)
 {
-    CCable* cable = FindCable(spec.GetIdentityName());
-    if (cable == nullptr || spec.GetOccurrence() != 0)
+    CCable* cable = FindCable(address.GetIdentityName());
+    if (cable == nullptr || address.GetOccurrence() != 0)
     {
         status = kTonewellPortGone;
         return nullptr;

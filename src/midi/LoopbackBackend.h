@@ -29,9 +29,9 @@ public:
 
     EBackend GetKind() const override { return EBackend::kLoopback; }
     std::vector<std::string> ListPorts(EDirection direction) override;
-    std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+    std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortAddress& address,
                                         u32& status) override;
-    std::unique_ptr<IMIDISender> OpenOut(const CPortSpec& spec, u32& status) override;
+    std::unique_ptr<IMIDISender> OpenOut(const CPortAddress& address, u32& status) override;
 
     // One cable: the input ports open on it.
     class CCable

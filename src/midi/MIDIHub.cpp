@@ -15,10 +15,10 @@ using namespace NSTonewell;
 
 // ---- CMIDIPortSpec
 
-CMIDIPortSpec::CMIDIPortSpec(const IMIDIPortSpec& spec)
+CMIDIPortSpec::CMIDIPortSpec(const IMIDIPortSpec& address)
 {
     u32 status = kTonewellOK;
-    fSpec = spec.IMIDIPortSpec_Clone(&status);
+    fSpec = address.IMIDIPortSpec_Clone(&status);
     ThrowTonewellResult(status);
 }
 
@@ -61,13 +61,13 @@ TText16 CMIDIPortSpec::GetDisplayName() const
 
 // ---- CMIDIInPort
 
-CMIDIInPort::CMIDIInPort(const CMIDIPortSpec& spec, IMIDIReceiver* receiver)
-    : CMIDIInPort(GetMIDIHub(), spec, receiver)
+CMIDIInPort::CMIDIInPort(const CMIDIPortSpec& address, IMIDIReceiver* receiver)
+    : CMIDIInPort(GetMIDIHub(), address, receiver)
 {
 }
 
-CMIDIInPort::CMIDIInPort(CMIDIHub& hub, const CMIDIPortSpec& spec, IMIDIReceiver* receiver)
-    : fSpec(spec), fReceiver(receiver), fHub(hub)
+CMIDIInPort::CMIDIInPort(CMIDIHub& hub, const CMIDIPortSpec& address, IMIDIReceiver* receiver)
+    : fSpec(address), fReceiver(receiver), fHub(hub)
 {
     fHub.Listen(fReceiver, *this);
 }
@@ -86,13 +86,13 @@ CMIDIInPort::~CMIDIInPort()
 
 // ---- COpenInPort
 
-COpenInPort::COpenInPort(CMIDIHub& hub, const CMIDIPortSpec& spec) : fSpec(spec), fHub(&hub)
+COpenInPort::COpenInPort(CMIDIHub& hub, const CMIDIPortSpec& address) : fSpec(address), fHub(&hub)
 {
     // Held while the port opens: the first callbacks find it busy and the
     // object complete.
     std::lock_guard lock(fLock);
     u32 status = kTonewellOK;
-    fPort = hub.GetLibrary().ITonewell_OpenInPort(this, fSpec.GetLibrarySpec(), &status);
+    fPort = hub.GetLibrary().ITonewell_OpenInPort(this, fSpec.GetLibraryAddress(), &status);
     ThrowTonewellResult(status);
 }
 
@@ -239,10 +239,10 @@ u32 COpenInPort::IMIDIInHandler_OnNotification(u32)
 
 // ---- COpenOutPort and CSender
 
-COpenOutPort::COpenOutPort(CMIDIHub& hub, const CMIDIPortSpec& spec) : fSpec(spec), fHub(&hub)
+COpenOutPort::COpenOutPort(CMIDIHub& hub, const CMIDIPortSpec& address) : fSpec(address), fHub(&hub)
 {
     u32 status = kTonewellOK;
-    fPort = hub.GetLibrary().ITonewell_OpenOutPort(this, fSpec.GetLibrarySpec(), &status);
+    fPort = hub.GetLibrary().ITonewell_OpenOutPort(this, fSpec.GetLibraryAddress(), &status);
     ThrowTonewellResult(status);
 }
 
@@ -326,11 +326,11 @@ std::vector<CMIDIPortSpec> CMIDIHub::ReadPorts(std::unique_ptr<IMIDIPortList> li
     ports.reserve(count);
     for (u32 i = 0; i < count; ++i)
     {
-        const IMIDIPortSpec* spec = list->IMIDIPortList_GetAt(&i, &status);
+        const IMIDIPortSpec* address = list->IMIDIPortList_GetAt(&i, &status);
         ThrowTonewellResult(status);
-        BF_ASSERT(spec != nullptr);
-        if (spec != nullptr)
-            ports.emplace_back(*spec);
+        BF_ASSERT(address != nullptr);
+        if (address != nullptr)
+            ports.emplace_back(*address);
     }
     return ports;
 }

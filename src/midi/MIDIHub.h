@@ -31,15 +31,15 @@ namespace NSMIDIHub
 // One whole MIDI message, status byte first, system exclusive with F0 and F7.
 using TBinary = std::vector<u8>;
 
-// Value-like handle of one port. A default-made spec is empty: no port is
+// Value-like handle of one port. A default-made address is empty: no port is
 // assigned. Copies clone the library's object; equality is the library's
-// (see NSTonewell::IMIDIPortSpec), and two empty specs are equal. Any thread.
+// (see NSTonewell::IMIDIPortSpec), and two empty addresses are equal. Any thread.
 class CMIDIPortSpec
 {
 public:
     CMIDIPortSpec() = default;
-    // Clones spec.
-    explicit CMIDIPortSpec(const NSTonewell::IMIDIPortSpec& spec);
+    // Clones address.
+    explicit CMIDIPortSpec(const NSTonewell::IMIDIPortSpec& address);
     CMIDIPortSpec(const CMIDIPortSpec& other);
     CMIDIPortSpec(CMIDIPortSpec&& other) noexcept = default;
     CMIDIPortSpec& operator=(const CMIDIPortSpec& other);
@@ -47,17 +47,17 @@ public:
 
     bool IsEmpty() const { return !fSpec; }
     bool operator==(const CMIDIPortSpec& other) const;
-    // The name to show, such as "JACK: synth:midi_out"; empty for an empty spec.
+    // The name to show, such as "JACK: synth:midi_out"; empty for an empty address.
     TText16 GetDisplayName() const;
-    // Null for an empty spec.
-    const NSTonewell::IMIDIPortSpec* GetLibrarySpec() const { return fSpec.get(); }
+    // Null for an empty address.
+    const NSTonewell::IMIDIPortSpec* GetLibraryAddress() const { return fSpec.get(); }
 
 private:
     std::unique_ptr<NSTonewell::IMIDIPortSpec> fSpec;
 };
 
 // Implemented by a user of input. Called on a MIDI thread, with one whole
-// message that is valid during the call only; port is the spec of the port
+// message that is valid during the call only; port is the address of the port
 // it came from, time its arrival in microseconds of the monotonic clock.
 class IMIDIReceiver
 {
@@ -97,8 +97,8 @@ class CMIDIInPort
 {
 public:
     // On the hub of GetMIDIHub.
-    CMIDIInPort(const CMIDIPortSpec& spec, IMIDIReceiver* receiver);
-    CMIDIInPort(CMIDIHub& hub, const CMIDIPortSpec& spec, IMIDIReceiver* receiver);
+    CMIDIInPort(const CMIDIPortSpec& address, IMIDIReceiver* receiver);
+    CMIDIInPort(CMIDIHub& hub, const CMIDIPortSpec& address, IMIDIReceiver* receiver);
     ~CMIDIInPort();
     CMIDIInPort(const CMIDIInPort&) = delete;
     CMIDIInPort& operator=(const CMIDIInPort&) = delete;
@@ -117,7 +117,7 @@ class COpenInPort final : public NSTonewell::IMIDIInHandler
 {
 public:
     // Opens the library's port; throws what ThrowTonewellResult makes of a failure.
-    COpenInPort(CMIDIHub& hub, const CMIDIPortSpec& spec);
+    COpenInPort(CMIDIHub& hub, const CMIDIPortSpec& address);
     // Ends delivery before anything else goes.
     ~COpenInPort();
     COpenInPort(const COpenInPort&) = delete;
@@ -160,7 +160,7 @@ private:
 class COpenOutPort final : public NSTonewell::IMIDIOutHandler
 {
 public:
-    COpenOutPort(CMIDIHub& hub, const CMIDIPortSpec& spec);
+    COpenOutPort(CMIDIHub& hub, const CMIDIPortSpec& address);
     COpenOutPort(const COpenOutPort&) = delete;
     COpenOutPort& operator=(const COpenOutPort&) = delete;
 

@@ -14,28 +14,28 @@ using NSMIDIHub::CMIDIPortSpec;
 
 CMIDIProber::CMIDIProber(NSMIDIHub::CMIDIHub& hub) : fOutPortSpecs(hub.GetOutPorts())
 {
-    for (const CMIDIPortSpec& spec : hub.GetInPorts())
+    for (const CMIDIPortSpec& address : hub.GetInPorts())
     {
         try
         {
-            fInPorts.push_back(std::make_shared<CBufferingMIDIInPort>(hub, spec));
+            fInPorts.push_back(std::make_shared<CBufferingMIDIInPort>(hub, address));
         }
         catch (...)
         {
             BF_TRACE("Failed to open MIDI input port: %s",
-                     UTF8FromText16Lenient(spec.GetDisplayName()).c_str());
+                     UTF8FromText16Lenient(address.GetDisplayName()).c_str());
         }
     }
-    for (const CMIDIPortSpec& spec : hub.GetOutPorts())
+    for (const CMIDIPortSpec& address : hub.GetOutPorts())
     {
         try
         {
-            fSenders.push_back(hub.GetSender(spec));
+            fSenders.push_back(hub.GetSender(address));
         }
         catch (...)
         {
             BF_TRACE("Failed to open MIDI output port: %s",
-                     UTF8FromText16Lenient(spec.GetDisplayName()).c_str());
+                     UTF8FromText16Lenient(address.GetDisplayName()).c_str());
         }
     }
 }

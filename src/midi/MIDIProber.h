@@ -4,8 +4,8 @@
 //
 // A port that can't be opened (another program holds it) is left out with a
 // debug line and no word to the user. An output port left out this way stays
-// in the list of output specs all the same, so from there on an output
-// port's index among the senders (which a probe sends by) and among the specs
+// in the list of output addresses all the same, so from there on an output
+// port's index among the senders (which a probe sends by) and among the addresses
 // (which a probe's port map resolves by) differ by the number of ports that
 // failed ahead of it. That asymmetry is kept on purpose: codecs of the field
 // rely on the indices as they are.

@@ -103,13 +103,13 @@ struct TOpening
     std::string fError;
 };
 
-// Makes the RtMidi object of a port and opens the port of spec on it. The
+// Makes the RtMidi object of a port and opens the port of address on it. The
 // port is looked up in that object's own listing, our own ports included,
 // since its positions are the ones that openPort takes. prepare runs just
 // before the port opens.
 template <class TRtMidi, class Prepare>
 TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, EBackend kind,
-                         const CPortSpec& spec, const std::string& ownName, Prepare&& prepare)
+                         const CPortAddress& address, const std::string& ownName, Prepare&& prepare)
 {
     try
     {
@@ -125,7 +125,7 @@ TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, 
     for (unsigned i = 0; i < count; ++i)
         names.push_back(midi->getPortName(i)); // empty for one that left meanwhile
     errors.Take();
-    const std::optional<u32> index = FindPort(spec, names);
+    const std::optional<u32> index = FindPort(address, names);
     if (!index)
         return {kTonewellPortGone, "the port is no longer listed"};
     prepare(*midi);
@@ -140,8 +140,8 @@ class CRtMidiInPort final : public IMIDIInPort
 {
 public:
     CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler, const CLibraryDebug& debug,
-                  const CPortSpec& spec)
-        : fDebug(debug), fName(spec.GetDisplayName()), fDelivery(delivery),
+                  const CPortAddress& address)
+        : fDebug(debug), fName(address.GetDisplayName()), fDelivery(delivery),
           fChannel(delivery.Open(handler, *this, kChannelCapacity))
     {
     }
@@ -155,9 +155,9 @@ public:
         NoteLost(fDebug, *fChannel, fName);
     }
 
-    TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
+    TOpening Open(EBackend kind, const CPortAddress& address, const std::string& ownName)
     {
-        return OpenOnNewClient(fMidi, fErrors, kind, spec, ownName,
+        return OpenOnNewClient(fMidi, fErrors, kind, address, ownName,
                                [this](RtMidiIn& midi)
                                {
                                    // Sysex, clock and active sensing too: the hub filters.
@@ -245,9 +245,9 @@ private:
 class CRtMidiOutPort final : public IMIDISender
 {
 public:
-    CRtMidiOutPort(CRtMidiBackend& backend, const CPortSpec& spec,
+    CRtMidiOutPort(CRtMidiBackend& backend, const CPortAddress& address,
                    std::shared_ptr<CJackWatch> watch)
-        : fBackend(backend), fSpec(spec), fWatch(std::move(watch)), fSeen(0), fGone(false),
+        : fBackend(backend), fSpec(address), fWatch(std::move(watch)), fSeen(0), fGone(false),
           fSent(false)
     {
         if (fWatch)
@@ -266,9 +266,9 @@ public:
             fWatch->WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
     }
 
-    TOpening Open(EBackend kind, const CPortSpec& spec, const std::string& ownName)
+    TOpening Open(EBackend kind, const CPortAddress& address, const std::string& ownName)
     {
-        return OpenOnNewClient(fMidi, fErrors, kind, spec, ownName, [](RtMidiOut&) {});
+        return OpenOnNewClient(fMidi, fErrors, kind, address, ownName, [](RtMidiOut&) {});
     }
 
     u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
@@ -304,7 +304,7 @@ private:
     }
 
     CRtMidiBackend& fBackend;
-    const CPortSpec fSpec;
+    const CPortAddress fSpec;
     const std::shared_ptr<CJackWatch> fWatch;
     u64 fSeen;
     bool fGone;
@@ -419,21 +419,21 @@ namespace
 template <class TPort>
 std::unique_ptr<TPort> KeepIfOpen(std::unique_ptr<TPort> port, TOpening opening, EBackend kind,
                                   const CJackWatch* watch, const CLibraryDebug& debug,
-                                  const CPortSpec& spec, const std::string& ownName, u32& status)
+                                  const CPortAddress& address, const std::string& ownName, u32& status)
 {
     if (opening.fStatus == kTonewellOK && kind == EBackend::kJACK &&
-        !WaitForConnection(*watch, ownName, spec.GetListedName()))
+        !WaitForConnection(*watch, ownName, address.GetListedName()))
         opening = {kTonewellOpenFailed, "no connection was made"};
     status = opening.fStatus;
     if (status == kTonewellOK)
         return port;
-    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + spec.GetDisplayName() + ": " +
+    debug.Note(std::string(NameOf(kind)) + ": can't open the port " + address.GetDisplayName() + ": " +
                opening.fError);
     return nullptr;
 }
 } // namespace
 
-std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, const CPortAddress& address,
                                                     u32& status)
 {
     if (!Start())
@@ -442,13 +442,13 @@ std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, con
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("in");
-    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler, fDebug, spec);
-    TOpening opening = port->Open(fKind, spec, ownName);
-    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, spec,
+    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler, fDebug, address);
+    TOpening opening = port->Open(fKind, address, ownName);
+    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, address,
                       ownName, status);
 }
 
-std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortSpec& spec, u32& status)
+std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortAddress& address, u32& status)
 {
     if (!Start())
     {
@@ -456,13 +456,13 @@ std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortSpec& spec, u32&
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("out");
-    auto port = std::make_unique<CRtMidiOutPort>(*this, spec, fWatch);
-    TOpening opening = port->Open(fKind, spec, ownName);
-    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, spec,
+    auto port = std::make_unique<CRtMidiOutPort>(*this, address, fWatch);
+    TOpening opening = port->Open(fKind, address, ownName);
+    return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, address,
                       ownName, status);
 }
 
-bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<CJackWatch>& watch,
+bool CRtMidiBackend::IsStillThere(const CPortAddress& address, const std::shared_ptr<CJackWatch>& watch,
                                   u64& seen)
 {
     if (fKind == EBackend::kJACK)
@@ -473,7 +473,7 @@ bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<C
         if (generation == seen)
             return true;
         seen = generation;
-        return watch->HasPort(spec.GetListedName());
+        return watch->HasPort(address.GetListedName());
     }
     const u64 generation =
         static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() / kALSACheckInterval);
@@ -481,6 +481,6 @@ bool CRtMidiBackend::IsStillThere(const CPortSpec& spec, const std::shared_ptr<C
         return true;
     seen = generation;
     std::lock_guard lock(fListLock);
-    return FindPort(spec, ListLocked(EDirection::kOut)).has_value();
+    return FindPort(address, ListLocked(EDirection::kOut)).has_value();
 }
 } // namespace NSTonewell

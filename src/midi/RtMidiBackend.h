@@ -39,14 +39,14 @@ public:
 
     EBackend GetKind() const override { return fKind; }
     std::vector<std::string> ListPorts(EDirection direction) override;
-    std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortSpec& spec,
+    std::unique_ptr<IMIDIInPort> OpenIn(IMIDIInHandler& handler, const CPortAddress& address,
                                         u32& status) override;
-    std::unique_ptr<IMIDISender> OpenOut(const CPortSpec& spec, u32& status) override;
+    std::unique_ptr<IMIDISender> OpenOut(const CPortAddress& address, u32& status) override;
 
     // Whether an open output port's destination is still listed. seen is
     // the port's own record of the last check, so that most calls cost one
     // comparison. The sender's thread.
-    bool IsStillThere(const CPortSpec& spec, const std::shared_ptr<CJackWatch>& watch, u64& seen);
+    bool IsStillThere(const CPortAddress& address, const std::shared_ptr<CJackWatch>& watch, u64& seen);
 
 private:
     bool Start();

@@ -74,10 +74,10 @@ public:
     virtual ~IDebugger() = default;
 };
 
-// One port of one backend. Two specs are equal when they name the same port:
+// One port of one backend. Two addresses are equal when they name the same port:
 // the same backend and direction, the same name (for ALSA without the client
 // and port numbers, which change when devices are plugged in), and the same
-// position among ports of that name. So a spec finds its port again after the
+// position among ports of that name. So an address finds its port again after the
 // ports have been listed anew. Any thread.
 class IMIDIPortSpec
 {
@@ -90,13 +90,13 @@ public:
     virtual std::unique_ptr<IMIDIPortSpec> IMIDIPortSpec_Clone(u32* status) const = 0;
 };
 
-// A snapshot of the ports of one direction. The list owns its specs.
+// A snapshot of the ports of one direction. The list owns its addresses.
 class IMIDIPortList
 {
 public:
     virtual ~IMIDIPortList() = default;
     virtual u32 IMIDIPortList_GetCount(u32* count) = 0;
-    // Never null on success; the spec lives as long as the list.
+    // Never null on success; the address lives as long as the list.
     virtual IMIDIPortSpec* IMIDIPortList_GetAt(const u32* index, u32* status) = 0;
 };
 

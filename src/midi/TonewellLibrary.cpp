@@ -88,14 +88,14 @@ std::unique_ptr<IMIDIPortList> CTonewellLibrary::GetPorts(EDirection direction, 
     *status = GuardEdge(kTonewellEdge,
                         [&]
                         {
-                            std::vector<CPortSpec> specs;
+                            std::vector<CPortAddress> addresses;
                             for (const auto& backend : fBackends)
                             {
-                                std::vector<CPortSpec> more = MakePortSpecs(
+                                std::vector<CPortAddress> more = MakePortAddresses(
                                     backend->GetKind(), direction, backend->ListPorts(direction));
-                                specs.insert(specs.end(), more.begin(), more.end());
+                                addresses.insert(addresses.end(), more.begin(), more.end());
                             }
-                            list = std::make_unique<CPortList>(std::move(specs));
+                            list = std::make_unique<CPortList>(std::move(addresses));
                         });
     return list;
 }
@@ -110,13 +110,13 @@ std::unique_ptr<IMIDIPortList> CTonewellLibrary::ITonewell_GetOutPorts(u32* stat
     return GetPorts(EDirection::kOut, status);
 }
 
-CBackend* CTonewellLibrary::FindBackend(const IMIDIPortSpec* port, const CPortSpec*& spec)
+CBackend* CTonewellLibrary::FindBackend(const IMIDIPortSpec* port, const CPortAddress*& address)
 {
-    spec = dynamic_cast<const CPortSpec*>(port);
-    if (spec == nullptr)
+    address = dynamic_cast<const CPortAddress*>(port);
+    if (address == nullptr)
         return nullptr;
     for (const auto& backend : fBackends)
-        if (backend->GetKind() == spec->GetBackend())
+        if (backend->GetKind() == address->GetBackend())
             return backend.get();
     return nullptr;
 }
@@ -130,15 +130,15 @@ std::unique_ptr<IMIDIInPort> CTonewellLibrary::ITonewell_OpenInPort(IMIDIInHandl
     *status = GuardEdge(kTonewellEdge,
                         [&]
                         {
-                            const CPortSpec* spec = nullptr;
-                            CBackend* backend = FindBackend(port, spec);
-                            if (handler == nullptr || spec == nullptr ||
-                                spec->GetDirection() != EDirection::kIn)
+                            const CPortAddress* address = nullptr;
+                            CBackend* backend = FindBackend(port, address);
+                            if (handler == nullptr || address == nullptr ||
+                                address->GetDirection() != EDirection::kIn)
                                 result = kTonewellInvalidArgument;
                             else if (backend == nullptr)
                                 result = kTonewellPortGone;
                             else
-                                opened = backend->OpenIn(*handler, *spec, result);
+                                opened = backend->OpenIn(*handler, *address, result);
                         });
     if (*status == kTonewellOK)
         *status = result;
@@ -154,15 +154,15 @@ std::unique_ptr<IMIDISender> CTonewellLibrary::ITonewell_OpenOutPort(IMIDIOutHan
     *status = GuardEdge(kTonewellEdge,
                         [&]
                         {
-                            const CPortSpec* spec = nullptr;
-                            CBackend* backend = FindBackend(port, spec);
-                            if (handler == nullptr || spec == nullptr ||
-                                spec->GetDirection() != EDirection::kOut)
+                            const CPortAddress* address = nullptr;
+                            CBackend* backend = FindBackend(port, address);
+                            if (handler == nullptr || address == nullptr ||
+                                address->GetDirection() != EDirection::kOut)
                                 result = kTonewellInvalidArgument;
                             else if (backend == nullptr)
                                 result = kTonewellPortGone;
                             else
-                                opened = backend->OpenOut(*spec, result);
+                                opened = backend->OpenOut(*address, result);
                         });
     if (*status == kTonewellOK)
         *status = result;

@@ -37,7 +37,7 @@ public:
 
 private:
     std::unique_ptr<IMIDIPortList> GetPorts(EDirection direction, u32* status);
-    CBackend* FindBackend(const IMIDIPortSpec* port, const CPortSpec*& spec);
+    CBackend* FindBackend(const IMIDIPortSpec* port, const CPortAddress*& address);
 
     CLibraryDebug fDebug;
     std::vector<std::string> fUnknownWords;

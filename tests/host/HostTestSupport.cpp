@@ -5,7 +5,7 @@
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"
 #include "host/KinvarHUB.h"
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include <gtest/gtest.h>
 
@@ -112,7 +112,7 @@ CMIDIPortSpec OutPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMID
 CMIDIPortSpec MissingPort(bool input)
 {
     using namespace NSTonewell;
-    return CMIDIPortSpec(CPortSpec(EBackend::kLoopback, input ? EDirection::kIn : EDirection::kOut, "Nowhere", 0));
+    return CMIDIPortSpec(CPortAddress(EBackend::kLoopback, input ? EDirection::kIn : EDirection::kOut, "Nowhere", 0));
 }
 
 void CRecordingReceiver::Receive(const CMIDIPortSpec&, const u64*, const TBinary& data)

@@ -207,7 +207,7 @@ TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
 }
 
 // Ports that the codec left unmapped close up: the found ports move forward
-// and empty specs stand at the end. A required port left out is a fault of
+// and empty addresses stand at the end. A required port left out is a fault of
 // the codec.
 TEST_F(AutoDetectTest, PortMapsCloseUp)
 {
@@ -236,7 +236,7 @@ TEST_F(AutoDetectTest, PortMapsCloseUp)
 }
 
 // A port that can't be opened is left out. The senders then count without
-// it while the output specs keep it, so a probe that sends on sender 0 and
+// it while the output addresses keep it, so a probe that sends on sender 0 and
 // reports output 0 has sent on x:B and names x:A: kept as it is.
 TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
 {

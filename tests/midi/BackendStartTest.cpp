@@ -104,9 +104,9 @@ TEST(BackendStartTest, UnknownBackendsAreNamedOnTheDebugChannel)
 TEST(BackendStartTest, PortsOfAnotherLibraryAreRefused)
 {
     CTonewellLibrary library({EBackend::kLoopback});
-    const CPortSpec jack(EBackend::kJACK, EDirection::kIn, "x:y", 0);
-    const CPortSpec cableOut(EBackend::kLoopback, EDirection::kOut, "Loopback A", 0);
-    const CPortSpec noCable(EBackend::kLoopback, EDirection::kIn, "Loopback Z", 0);
+    const CPortAddress jack(EBackend::kJACK, EDirection::kIn, "x:y", 0);
+    const CPortAddress cableOut(EBackend::kLoopback, EDirection::kOut, "Loopback A", 0);
+    const CPortAddress noCable(EBackend::kLoopback, EDirection::kIn, "Loopback Z", 0);
     NSMIDITesting::CQuietHandler handler;
     const std::vector<std::pair<const IMIDIPortSpec*, u32>> cases = {
         {nullptr, kTonewellInvalidArgument},
@@ -114,10 +114,10 @@ TEST(BackendStartTest, PortsOfAnotherLibraryAreRefused)
         {&jack, kTonewellPortGone},
         {&noCable, kTonewellPortGone},
     };
-    for (const auto& [spec, expected] : cases)
+    for (const auto& [address, expected] : cases)
     {
         u32 status = 0;
-        EXPECT_EQ(nullptr, library.ITonewell_OpenInPort(&handler, spec, &status));
+        EXPECT_EQ(nullptr, library.ITonewell_OpenInPort(&handler, address, &status));
         EXPECT_EQ(expected, status);
     }
 }

@@ -3,7 +3,7 @@
 // counts opens and closes, keeps the last input handler so that the test can
 // call it, records what is sent, and fails to open when told to.
 
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 #include "midi/Tonewell.h"
 
 #include <set>
@@ -71,7 +71,7 @@ public:
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
     {
         *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortSpecs(
+        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortAddresses(
             NSTonewell::EBackend::kJACK, NSTonewell::EDirection::kIn, fInNames));
     }
     std::unique_ptr<NSTonewell::IMIDIInPort>
@@ -90,7 +90,7 @@ public:
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
     {
         *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortSpecs(
+        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortAddresses(
             NSTonewell::EBackend::kJACK, NSTonewell::EDirection::kOut, fOutNames));
     }
     std::unique_ptr<NSTonewell::IMIDISender>
@@ -122,8 +122,8 @@ public:
 private:
     static std::string NameOf(const NSTonewell::IMIDIPortSpec* port)
     {
-        const auto* spec = dynamic_cast<const NSTonewell::CPortSpec*>(port);
-        return spec != nullptr ? spec->GetListedName() : std::string();
+        const auto* address = dynamic_cast<const NSTonewell::CPortAddress*>(port);
+        return address != nullptr ? address->GetListedName() : std::string();
     }
 
     u32 StatusFor(const NSTonewell::IMIDIPortSpec* port) const

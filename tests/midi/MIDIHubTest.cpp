@@ -7,7 +7,7 @@
 #include "FakeTonewell.h"
 #include "MIDITestSupport.h"
 #include "foundation/Exceptions.h"
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@
 using namespace NSMIDIHub;
 using namespace NSMIDITesting;
 using NSMIDITesting::CFakeTonewell;
-using NSTonewell::CPortSpec;
+using NSTonewell::CPortAddress;
 using NSTonewell::EBackend;
 using NSTonewell::EDirection;
 using NSTonewell::TTonewellShortMessage;
@@ -76,7 +76,7 @@ TEST_F(MIDIHubTest, ListsThePortsOfTheLibrary)
     EXPECT_FALSE(fIns[0] == fOuts[0]);
 }
 
-TEST_F(MIDIHubTest, EmptySpecsMeanNoPort)
+TEST_F(MIDIHubTest, EmptyAddressesMeanNoPort)
 {
     const CMIDIPortSpec empty;
     EXPECT_TRUE(empty.IsEmpty());

@@ -83,7 +83,7 @@ private:
     std::vector<NSMIDIHub::CMIDIPortSpec> fPorts;
 };
 
-// The spec of the port of that display name in ports, or an empty one.
+// The address of the port of that display name in ports, or an empty one.
 inline NSMIDIHub::CMIDIPortSpec FindPortNamed(const std::vector<NSMIDIHub::CMIDIPortSpec>& ports,
                                               const std::u16string& displayName)
 {

@@ -352,9 +352,9 @@ TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
             toLater = FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in");
             return !fromLater.IsEmpty() && !toLater.IsEmpty();
         }));
-    for (const auto& spec : fHub->GetInPorts())
-        EXPECT_EQ(std::u16string::npos, spec.GetDisplayName().find(u":bf"))
-            << spec.GetDisplayName().size();
+    for (const auto& address : fHub->GetInPorts())
+        EXPECT_EQ(std::u16string::npos, address.GetDisplayName().find(u":bf"))
+            << address.GetDisplayName().size();
     CRecordingReceiver receiver;
     CMIDIInPort port(*fHub, fromLater, &receiver);
     fHub->GetSender(toLater)->Send(nullptr, {0x90, 0x40, 0x7F});
@@ -388,7 +388,7 @@ TEST_F(JackTransportTest, TwoUsersShareOneJackPort)
     CRecordingReceiver second;
     {
         CMIDIInPort a(*fHub, fFromResponder, &first);
-        // A spec of a new listing finds the same open port.
+        // An address of a new listing finds the same open port.
         CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out"), &second);
         EXPECT_EQ(1u, gServer->Ports(pattern).size());
         // The sender closes at once: what it sent must still go out.

@@ -1,4 +1,4 @@
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
@@ -12,16 +12,16 @@ using namespace NSTonewell;
 
 namespace
 {
-TTonewellPortInfo InfoOf(const CPortSpec& spec)
+TTonewellPortInfo InfoOf(const CPortAddress& address)
 {
     TTonewellPortInfo info{};
-    EXPECT_EQ(kTonewellOK, spec.IMIDIPortSpec_GetInfo(&info));
+    EXPECT_EQ(kTonewellOK, address.IMIDIPortSpec_GetInfo(&info));
     return info;
 }
 
-std::u16string DisplayNameOf(const CPortSpec& spec)
+std::u16string DisplayNameOf(const CPortAddress& address)
 {
-    return InfoOf(spec).fDisplayName;
+    return InfoOf(address).fDisplayName;
 }
 
 struct TIdentityCase
@@ -32,7 +32,7 @@ struct TIdentityCase
 };
 
 // ALSA's client and port numbers are dropped; nothing else is touched.
-TEST(PortSpecTest, IdentityNames)
+TEST(PortAddressTest, IdentityNames)
 {
     const std::vector<TIdentityCase> cases = {
         {EBackend::kALSA, "Synth:Synth MIDI 1 24:0", "Synth:Synth MIDI 1"},
@@ -50,12 +50,12 @@ TEST(PortSpecTest, IdentityNames)
         EXPECT_EQ(c.fIdentity, IdentityName(c.fBackend, c.fListed)) << c.fListed;
 }
 
-// A spec finds its port again after the numbers changed and other devices
+// An address finds its port again after the numbers changed and other devices
 // came in front of it; two identical devices are told apart by position.
-TEST(PortSpecTest, SpecsFindTheirPortsAfterTheListChanged)
+TEST(PortAddressTest, AddressesFindTheirPortsAfterTheListChanged)
 {
-    const std::vector<CPortSpec> before =
-        MakePortSpecs(EBackend::kALSA, EDirection::kIn,
+    const std::vector<CPortAddress> before =
+        MakePortAddresses(EBackend::kALSA, EDirection::kIn,
                       {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0", "Keys:Keys 28:0"});
     ASSERT_EQ(3u, before.size());
     EXPECT_EQ(0u, before[0].GetOccurrence());
@@ -70,15 +70,15 @@ TEST(PortSpecTest, SpecsFindTheirPortsAfterTheListChanged)
     EXPECT_FALSE(FindPort(before[1], {"Pad:Pad MIDI 1 32:0"}).has_value());
 }
 
-TEST(PortSpecTest, EqualityNeedsBackendDirectionNameAndPosition)
+TEST(PortAddressTest, EqualityNeedsBackendDirectionNameAndPosition)
 {
-    const CPortSpec in(EBackend::kJACK, EDirection::kIn, "synth:out", 0);
-    const std::vector<std::pair<CPortSpec, bool>> others = {
-        {CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 0), true},
-        {CPortSpec(EBackend::kJACK, EDirection::kOut, "synth:out", 0), false},
-        {CPortSpec(EBackend::kALSA, EDirection::kIn, "synth:out", 0), false},
-        {CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 1), false},
-        {CPortSpec(EBackend::kJACK, EDirection::kIn, "Synth:out", 0), false},
+    const CPortAddress in(EBackend::kJACK, EDirection::kIn, "synth:out", 0);
+    const std::vector<std::pair<CPortAddress, bool>> others = {
+        {CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 0), true},
+        {CPortAddress(EBackend::kJACK, EDirection::kOut, "synth:out", 0), false},
+        {CPortAddress(EBackend::kALSA, EDirection::kIn, "synth:out", 0), false},
+        {CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 1), false},
+        {CPortAddress(EBackend::kJACK, EDirection::kIn, "Synth:out", 0), false},
     };
     for (const auto& [other, equal] : others)
     {
@@ -91,21 +91,21 @@ TEST(PortSpecTest, EqualityNeedsBackendDirectionNameAndPosition)
     EXPECT_EQ(0u, result);
 }
 
-TEST(PortSpecTest, InfoSaysBackendKindAndPosition)
+TEST(PortAddressTest, InfoSaysBackendKindAndPosition)
 {
-    const std::vector<CPortSpec> specs = MakePortSpecs(
+    const std::vector<CPortAddress> addresses = MakePortAddresses(
         EBackend::kALSA, EDirection::kOut, {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0"});
-    const TTonewellPortInfo first = InfoOf(specs[0]);
+    const TTonewellPortInfo first = InfoOf(addresses[0]);
     EXPECT_EQ(kPortKindOutput, first.fKind);
     EXPECT_EQ(std::u16string(u"Pad:Pad MIDI 1 20:0"), first.fName);
     EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1"), first.fDisplayName);
-    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1 (2)"), DisplayNameOf(specs[1]));
-    EXPECT_EQ(1u, InfoOf(specs[1]).fOccurrence);
+    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1 (2)"), DisplayNameOf(addresses[1]));
+    EXPECT_EQ(1u, InfoOf(addresses[1]).fOccurrence);
 
     EXPECT_EQ(std::u16string(u"JACK: synth:out"),
-              DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, "synth:out", 0)));
+              DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 0)));
     const TTonewellPortInfo cable =
-        InfoOf(CPortSpec(EBackend::kLoopback, EDirection::kIn, "Loopback A", 0));
+        InfoOf(CPortAddress(EBackend::kLoopback, EDirection::kIn, "Loopback A", 0));
     EXPECT_EQ(std::u16string(u"Loopback A"), cable.fDisplayName);
     EXPECT_EQ(kPortKindInput, cable.fKind);
     EXPECT_EQ(1, cable.fIsLoopback);
@@ -113,15 +113,15 @@ TEST(PortSpecTest, InfoSaysBackendKindAndPosition)
 
 // Names come from the system: malformed UTF-8 is shown with replacement
 // characters, and a long name is cut without leaving half a pair behind.
-TEST(PortSpecTest, NamesFromTheSystemAreTakenAsTheyCome)
+TEST(PortAddressTest, NamesFromTheSystemAreTakenAsTheyCome)
 {
     EXPECT_EQ(std::u16string(u"JACK: bad\uFFFDname"),
-              DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, "bad\xFFname", 0)));
+              DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, "bad\xFFname", 0)));
 
     std::string longName(248, 'x'); // behind "JACK: ", the pair straddles the cut
     longName += "\xF0\x9F\x8E\xB9"; // U+1F3B9, a pair in UTF-16
     const std::u16string shown =
-        DisplayNameOf(CPortSpec(EBackend::kJACK, EDirection::kIn, longName, 0));
+        DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, longName, 0));
     ASSERT_EQ(kPortNameLength - 2, shown.size());
     EXPECT_EQ(u'x', shown.back());
 }

@@ -1,10 +1,10 @@
 #pragma once
-// The port specs and port lists of our backends.
+// The port addresses and port lists of our backends.
 //
 // A port is known by its backend, its direction, its name and its position
 // among ports of equal name. For ALSA the name leaves out the trailing client
 // and port numbers ("Synth:Synth MIDI 1 24:0" is known as "Synth:Synth MIDI
-// 1"): they are handed out anew when devices come and go, and a spec must
+// 1"): they are handed out anew when devices come and go, and an address must
 // still find its port after other devices were plugged in. The position tells
 // two identical devices apart.
 //
@@ -34,21 +34,21 @@ enum class EDirection : u8
 // The name by which a port of that backend is compared.
 std::string IdentityName(EBackend backend, const std::string& listedName);
 
-class CPortSpec final : public IMIDIPortSpec
+class CPortAddress final : public IMIDIPortSpec
 {
 public:
-    CPortSpec(EBackend backend, EDirection direction, const std::string& listedName,
+    CPortAddress(EBackend backend, EDirection direction, const std::string& listedName,
               u32 occurrence);
 
     EBackend GetBackend() const { return fBackend; }
     EDirection GetDirection() const { return fDirection; }
-    // The name as the backend listed it when the spec was made.
+    // The name as the backend listed it when the address was made.
     const std::string& GetListedName() const { return fListedName; }
     const std::string& GetIdentityName() const { return fIdentityName; }
     u32 GetOccurrence() const { return fOccurrence; }
     // UTF-8: "ALSA: ...", "JACK: ...", or the cable's name for the loopback.
     std::string GetDisplayName() const;
-    bool SamePortAs(const CPortSpec& other) const;
+    bool SamePortAs(const CPortAddress& other) const;
 
     u32 IMIDIPortSpec_GetInfo(TTonewellPortInfo* info) const override;
     u32 IMIDIPortSpec_Equals(const IMIDIPortSpec* other, u32* result) const override;
@@ -62,22 +62,22 @@ private:
     u32 fOccurrence;
 };
 
-// The specs of the ports of one backend and direction, in the order listed.
-std::vector<CPortSpec> MakePortSpecs(EBackend backend, EDirection direction,
+// The addresses of the ports of one backend and direction, in the order listed.
+std::vector<CPortAddress> MakePortAddresses(EBackend backend, EDirection direction,
                                      const std::vector<std::string>& listedNames);
 
-// Where the port of spec stands in listedNames now, if it is there at all.
-std::optional<u32> FindPort(const CPortSpec& spec, const std::vector<std::string>& listedNames);
+// Where the port of address stands in listedNames now, if it is there at all.
+std::optional<u32> FindPort(const CPortAddress& address, const std::vector<std::string>& listedNames);
 
 class CPortList final : public IMIDIPortList
 {
 public:
-    explicit CPortList(std::vector<CPortSpec> specs);
+    explicit CPortList(std::vector<CPortAddress> addresses);
 
     u32 IMIDIPortList_GetCount(u32* count) override;
     IMIDIPortSpec* IMIDIPortList_GetAt(const u32* index, u32* status) override;
 
 private:
-    std::vector<CPortSpec> fSpecs;
+    std::vector<CPortAddress> fAddresses;
 };
 } // namespace NSTonewell

@@ -1,4 +1,4 @@
-#include "midi/PortSpec.h"
+#include "midi/PortAddress.h"
 
 #include "foundation/DiagnosticText.h"
 
@@ -47,14 +47,14 @@ std::string IdentityName(EBackend backend, const std::string& listedName)
     return listedName.substr(0, clientStart - 1);
 }
 
-CPortSpec::CPortSpec(EBackend backend, EDirection direction, const std::string& listedName,
+CPortAddress::CPortAddress(EBackend backend, EDirection direction, const std::string& listedName,
                      u32 occurrence)
     : fBackend(backend), fDirection(direction), fListedName(listedName),
       fIdentityName(IdentityName(backend, listedName)), fOccurrence(occurrence)
 {
 }
 
-std::string CPortSpec::GetDisplayName() const
+std::string CPortAddress::GetDisplayName() const
 {
     std::string name;
     switch (fBackend)
@@ -74,13 +74,13 @@ std::string CPortSpec::GetDisplayName() const
     return name;
 }
 
-bool CPortSpec::SamePortAs(const CPortSpec& other) const
+bool CPortAddress::SamePortAs(const CPortAddress& other) const
 {
     return fBackend == other.fBackend && fDirection == other.fDirection &&
            fOccurrence == other.fOccurrence && fIdentityName == other.fIdentityName;
 }
 
-u32 CPortSpec::IMIDIPortSpec_GetInfo(TTonewellPortInfo* info) const
+u32 CPortAddress::IMIDIPortSpec_GetInfo(TTonewellPortInfo* info) const
 {
     return GuardEdge(kTonewellEdge,
                      [&]
@@ -97,52 +97,52 @@ u32 CPortSpec::IMIDIPortSpec_GetInfo(TTonewellPortInfo* info) const
                      });
 }
 
-u32 CPortSpec::IMIDIPortSpec_Equals(const IMIDIPortSpec* other, u32* result) const
+u32 CPortAddress::IMIDIPortSpec_Equals(const IMIDIPortSpec* other, u32* result) const
 {
     return GuardEdge(kTonewellEdge,
                      [&]
                      {
                          if (result == nullptr)
                              throw std::invalid_argument("");
-                         const auto* ours = dynamic_cast<const CPortSpec*>(other);
+                         const auto* ours = dynamic_cast<const CPortAddress*>(other);
                          *result = ours != nullptr && SamePortAs(*ours) ? 1 : 0;
                      });
 }
 
-std::unique_ptr<IMIDIPortSpec> CPortSpec::IMIDIPortSpec_Clone(u32* status) const
+std::unique_ptr<IMIDIPortSpec> CPortAddress::IMIDIPortSpec_Clone(u32* status) const
 {
     std::unique_ptr<IMIDIPortSpec> copy;
-    *status = GuardEdge(kTonewellEdge, [&] { copy = std::make_unique<CPortSpec>(*this); });
+    *status = GuardEdge(kTonewellEdge, [&] { copy = std::make_unique<CPortAddress>(*this); });
     return copy;
 }
 
-std::vector<CPortSpec> MakePortSpecs(EBackend backend, EDirection direction,
+std::vector<CPortAddress> MakePortAddresses(EBackend backend, EDirection direction,
                                      const std::vector<std::string>& listedNames)
 {
-    std::vector<CPortSpec> specs;
-    specs.reserve(listedNames.size());
+    std::vector<CPortAddress> addresses;
+    addresses.reserve(listedNames.size());
     for (const std::string& name : listedNames)
     {
         const std::string identity = IdentityName(backend, name);
-        const auto occurrence = std::count_if(specs.begin(), specs.end(),
-                                              [&](const CPortSpec& earlier)
+        const auto occurrence = std::count_if(addresses.begin(), addresses.end(),
+                                              [&](const CPortAddress& earlier)
                                               { return earlier.GetIdentityName() == identity; });
-        specs.emplace_back(backend, direction, name, static_cast<u32>(occurrence));
+        addresses.emplace_back(backend, direction, name, static_cast<u32>(occurrence));
     }
-    return specs;
+    return addresses;
 }
 
-std::optional<u32> FindPort(const CPortSpec& spec, const std::vector<std::string>& listedNames)
+std::optional<u32> FindPort(const CPortAddress& address, const std::vector<std::string>& listedNames)
 {
-    const std::vector<CPortSpec> now =
-        MakePortSpecs(spec.GetBackend(), spec.GetDirection(), listedNames);
+    const std::vector<CPortAddress> now =
+        MakePortAddresses(address.GetBackend(), address.GetDirection(), listedNames);
     for (u32 i = 0; i < now.size(); ++i)
-        if (now[i].SamePortAs(spec))
+        if (now[i].SamePortAs(address))
             return i;
     return std::nullopt;
 }
 
-CPortList::CPortList(std::vector<CPortSpec> specs) : fSpecs(std::move(specs)) {}
+CPortList::CPortList(std::vector<CPortAddress> addresses) : fAddresses(std::move(addresses)) {}
 
 u32 CPortList::IMIDIPortList_GetCount(u32* count)
 {
@@ -151,20 +151,20 @@ u32 CPortList::IMIDIPortList_GetCount(u32* count)
                      {
                          if (count == nullptr)
                              throw std::invalid_argument("");
-                         *count = static_cast<u32>(fSpecs.size());
+                         *count = static_cast<u32>(fAddresses.size());
                      });
 }
 
 IMIDIPortSpec* CPortList::IMIDIPortList_GetAt(const u32* index, u32* status)
 {
-    IMIDIPortSpec* spec = nullptr;
+    IMIDIPortSpec* address = nullptr;
     *status = GuardEdge(kTonewellEdge,
                         [&]
                         {
-                            if (index == nullptr || *index >= fSpecs.size())
+                            if (index == nullptr || *index >= fAddresses.size())
                                 throw std::invalid_argument("");
-                            spec = &fSpecs[*index];
+                            address = &fAddresses[*index];
                         });
-    return spec;
+    return address;
 }
 } // namespace NSTonewell
