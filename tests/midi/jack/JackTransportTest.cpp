@@ -324,6 +324,17 @@ protected:
         fToResponder = fRig.fToResponder;
     }
 
+    // Our port from the responder and a sender to it, with one message sent
+    // round.
+    std::pair<std::unique_ptr<CMIDIInPort>, std::shared_ptr<IMIDISender>>
+    OpenRoundTrip(CRecordingReceiver& receiver)
+    {
+        auto port = std::make_unique<CMIDIInPort>(*fHub, fFromResponder, &receiver);
+        auto sender = fHub->GetSender(fToResponder);
+        sender->Send(nullptr, {0x90, 0x40, 0x7F});
+        return {std::move(port), std::move(sender)};
+    }
+
     static std::unique_ptr<CJackServer> gServer;
     static std::string gWhy;
     static bool gJackdInstalled;
@@ -404,9 +415,7 @@ TEST_F(JackTransportTest, TwoUsersShareOneJackPort)
 TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
 {
     CRecordingReceiver receiver;
-    auto port = std::make_unique<CMIDIInPort>(*fHub, fFromResponder, &receiver);
-    auto sender = fHub->GetSender(fToResponder);
-    sender->Send(nullptr, {0x90, 0x40, 0x7F});
+    auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
 
     fRig.fResponder.reset();
@@ -447,9 +456,7 @@ class JackServerEndTest : public JackTransportTest
 TEST_F(JackServerEndTest, TheServerThatEndsTakesItsPortsWithIt)
 {
     CRecordingReceiver receiver;
-    auto port = std::make_unique<CMIDIInPort>(*fHub, fFromResponder, &receiver);
-    auto sender = fHub->GetSender(fToResponder);
-    sender->Send(nullptr, {0x90, 0x40, 0x7F});
+    auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
 
     // Our sends come back while the server goes; the flood ends at the
