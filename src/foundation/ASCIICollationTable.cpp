@@ -1,5 +1,6 @@
 #include "foundation/ASCIICollationTable.h"
 
+#include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/ucol.h>
 #include <unicode/uniset.h>

@@ -8,9 +8,12 @@
 //
 // A filled table is immutable; any thread may compare with it.
 
-#include "foundation/TextCompare.h"
+#include "foundation/CompareResult.h"
 
-#include <unicode/coll.h>
+// Only ICU's version header, for the name of its namespace: the comparison is
+// inline in every includer of the text package, which need not see the
+// collator's class.
+#include <unicode/uversion.h>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -19,6 +22,10 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+
+U_NAMESPACE_BEGIN
+class Collator;
+U_NAMESPACE_END
 
 namespace NSTextPackage
 {
@@ -290,23 +297,12 @@ inline std::size_t ScanPrefix(std::u16string_view a, std::u16string_view b,
 }
 #endif
 
-// The answers that need no walk through controls, ignorables or units above
-// 127: a first-unit difference, or a stretch equal but for case that ends in
-// a difference or at the end of a text. Makes no call, so a caller that
-// inlines it needs no stack frame on its fast path. kTableUndecided when the
-// walk (WalkByTable) must go on, kCollatorNeeded when only the collator can
-// answer.
+// QuickCompare beyond the first units: a stretch equal but for case that ends
+// in a difference or at the end of a text.
 template <bool kCaseCounts>
-inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
-                                   const TASCIICollationTable& table)
+inline ECompareResult ComparePrefix(std::u16string_view a, std::u16string_view b,
+                                    const TASCIICollationTable& table)
 {
-    const bool exact = kCaseCounts ? table.fCasesExact : table.fRanksExact;
-    if (!exact || !table.fFoldIsRank || !table.fDecidesEarly)
-        return kTableUndecided;
-    // Most names that differ differ at once: that needs no block.
-    if (!a.empty() && !b.empty() && FoldCase(a[0]) != FoldCase(b[0]) && !NeedsTable(a[0]) &&
-        !NeedsTable(b[0]))
-        return DecideByRank(a, 0, b, 0, table);
     i32 caseOrder = 0;
     const std::size_t stop = ScanPrefix<kCaseCounts>(a, b, table, caseOrder);
     const bool endOfA = stop == a.size();
@@ -325,6 +321,26 @@ inline ECompareResult QuickCompare(std::u16string_view a, std::u16string_view b,
     if ((!endOfA && a[stop] >= kASCIICount) || (!endOfB && b[stop] >= kASCIICount))
         return kCollatorNeeded;
     return kTableUndecided;
+}
+
+// The answers that need no walk through controls, ignorables or units above
+// 127: a first-unit difference, or a stretch equal but for case that ends in
+// a difference or at the end of a text. kTableUndecided when the walk
+// (WalkByTable) must go on, kCollatorNeeded when only the collator can
+// answer. The first-unit test is inlined into every caller, because most
+// names that differ differ at once and then need nothing else.
+template <bool kCaseCounts>
+[[gnu::always_inline]] inline ECompareResult QuickCompare(std::u16string_view a,
+                                                          std::u16string_view b,
+                                                          const TASCIICollationTable& table)
+{
+    const bool exact = kCaseCounts ? table.fCasesExact : table.fRanksExact;
+    if (!exact || !table.fFoldIsRank || !table.fDecidesEarly)
+        return kTableUndecided;
+    if (!a.empty() && !b.empty() && FoldCase(a[0]) != FoldCase(b[0]) && !NeedsTable(a[0]) &&
+        !NeedsTable(b[0]))
+        return DecideByRank(a, 0, b, 0, table);
+    return ComparePrefix<kCaseCounts>(a, b, table);
 }
 } // namespace NSASCIICollation
 } // namespace NSTextPackage

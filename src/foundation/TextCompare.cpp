@@ -17,15 +17,6 @@ namespace NSTextPackage
 {
 namespace
 {
-constexpr char16 kByteOrderMark = 0xFEFF;
-
-std::u16string_view SkipByteOrderMark(std::u16string_view text)
-{
-    if (!text.empty() && text.front() == kByteOrderMark)
-        text.remove_prefix(1);
-    return text;
-}
-
 ECompareResult FromCollation(UCollationResult result)
 {
     if (result == UCOL_LESS)
@@ -57,11 +48,7 @@ std::unique_ptr<icu::Collator> MakeCollator(bool caseCounts)
 class CTextLocale::CImpl
 {
 public:
-    CImpl()
-        : fCaseless(MakeCollator(false)), fExactCase(MakeCollator(true)),
-          fTable(MakeASCIICollationTable(*fCaseless, *fExactCase))
-    {
-    }
+    CImpl() : fCaseless(MakeCollator(false)), fExactCase(MakeCollator(true)) {}
 
     ECompareResult Collate(std::u16string_view a, std::u16string_view b, bool caseCounts) const
     {
@@ -75,46 +62,30 @@ public:
         return FromCollation(result);
     }
 
-    // The table's quick answers inline; the walk and the collator behind a
-    // call, so that the quick path needs no stack frame.
-    template <bool kCaseCounts>
-    ECompareResult Compare(std::u16string_view a, std::u16string_view b) const
+    TASCIICollationTable MakeTable() const
     {
-        const ECompareResult quick = NSASCIICollation::QuickCompare<kCaseCounts>(a, b, fTable);
-        if (quick == kTableUndecided)
-            return CompareSlowly(a, b, kCaseCounts);
-        return quick != kCollatorNeeded ? quick : Collate(a, b, kCaseCounts);
-    }
-
-    [[gnu::noinline]] ECompareResult CompareSlowly(std::u16string_view a, std::u16string_view b,
-                                                   bool caseCounts) const
-    {
-        const ECompareResult byTable = WalkByTable(a, b, fTable, caseCounts);
-        return byTable != kTableUndecided ? byTable : Collate(a, b, caseCounts);
+        return MakeASCIICollationTable(*fCaseless, *fExactCase);
     }
 
 private:
     std::unique_ptr<icu::Collator> fCaseless;
     std::unique_ptr<icu::Collator> fExactCase;
-    TASCIICollationTable fTable;
 };
 
-CTextLocale::CTextLocale() : fImpl(std::make_unique<CImpl>()) {}
+CTextLocale::CTextLocale() : fImpl(std::make_unique<CImpl>()), fTable(fImpl->MakeTable()) {}
 CTextLocale::~CTextLocale() = default;
 
-ECompareResult CompareText(std::u16string_view a, std::u16string_view b, const CTextLocale& locale)
+ECompareResult CompareBeyondQuickAnswer(std::u16string_view a, std::u16string_view b,
+                                        ECompareResult quick, bool caseCounts,
+                                        const CTextLocale& locale)
 {
-    a = SkipByteOrderMark(a);
-    b = SkipByteOrderMark(b);
-    return locale.Impl().Compare<false>(a, b);
-}
-
-ECompareResult CompareTextExactCase(std::u16string_view a, std::u16string_view b,
-                                    const CTextLocale& locale)
-{
-    a = SkipByteOrderMark(a);
-    b = SkipByteOrderMark(b);
-    return locale.Impl().Compare<true>(a, b);
+    if (quick == kTableUndecided)
+    {
+        const ECompareResult byTable = WalkByTable(a, b, locale.Table(), caseCounts);
+        if (byTable != kTableUndecided)
+            return byTable;
+    }
+    return locale.Impl().Collate(a, b, caseCounts);
 }
 
 ECompareResult CompareTextWithCollator(std::u16string_view a, std::u16string_view b,

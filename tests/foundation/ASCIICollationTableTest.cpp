@@ -113,19 +113,10 @@ TEST(ASCIICollationTable, AgreesOnMixedTexts)
 {
     const std::u16string_view alphabet =
         u"aAbBzZ09-_ .,;:!?'\"()[]{}@*/\\&#%`^+<=>|~$\t\x01\x7f\u00e9\u00c9\u0301";
-    std::vector<TText16> texts = {u"",
-                                  u"Fader 1",
-                                  u"fader-1",
-                                  u"FADER_1",
-                                  u"Fader1",
-                                  u"Transport Play",
-                                  u"TRANSPORT PLAY",
-                                  u"Transport Play2",
-                                  u"transport\tplay",
-                                  u"Knob 10",
-                                  u"Knob 9",
-                                  u"e\u0301",
-                                  u"\u00e9"};
+    std::vector<TText16> texts = {
+        u"",        u"Fader 1",        u"fader-1",         u"FADER_1",           u"Fader1",
+        u"Knob 10", u"Transport Play", u"TRANSPORT PLAY", u"Transport Play2",   u"Knob 9",
+        u"e\u0301", u"\u00e9",         u"transport\tplay"};
     std::mt19937 random(20240917);
     for (int i = 0; i < 500; ++i)
     {

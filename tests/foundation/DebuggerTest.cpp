@@ -2,6 +2,7 @@
 
 #include "AssertionRecorder.h"
 #include "FakePresenter.h"
+#include "TempTree.h"
 #include "foundation/LogFile.h"
 #include "foundation/LogText.h"
 #include "foundation/ThreadDebugger.h"
@@ -9,10 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -27,7 +26,7 @@ void KeepOutput(const char* text)
     gOutput.emplace_back(text);
 }
 
-// Captures the debug output and starts from a clean channel for each test.
+// Captures the debug output; each test starts from a clean channel.
 class DebugChannel : public testing::Test
 {
 protected:
@@ -56,43 +55,6 @@ std::string ReadFile(const std::filesystem::path& path)
     text << in.rdbuf();
     return text.str();
 }
-
-// A folder of its own below the system's temporary folder, removed at the end.
-class CTemporaryFolder
-{
-public:
-    CTemporaryFolder()
-    {
-        char pattern[] = "/tmp/brassfold-test-XXXXXX";
-        fPath = mkdtemp(pattern);
-    }
-    ~CTemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(fPath, ignored);
-    }
-    const std::filesystem::path& Path() const { return fPath; }
-
-private:
-    std::filesystem::path fPath;
-};
-
-// Sets an environment variable (null: unsets it) for one scope.
-class CEnvironment
-{
-public:
-    CEnvironment(const char* name, const char* value) : fName(name)
-    {
-        const char* old = std::getenv(name);
-        fOld = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-        value != nullptr ? setenv(name, value, 1) : unsetenv(name);
-    }
-    ~CEnvironment() { fOld ? setenv(fName.c_str(), fOld->c_str(), 1) : unsetenv(fName.c_str()); }
-
-private:
-    std::string fName;
-    std::optional<std::string> fOld;
-};
 } // namespace
 
 TEST_F(DebugChannel, IndentationAndPrefixStandInFrontOfTheText)
@@ -151,8 +113,9 @@ TEST_F(DebugChannel, ScriptLinesAlsoReachTheLogWindow)
 
 TEST_F(DebugChannel, WorkerThreadLinesReachOnlyTheLogWindow)
 {
-    CTemporaryFolder folder;
-    CEnvironment documents("XDG_DOCUMENTS_DIR", folder.Path().c_str());
+    NSTesting::CTempTree folder;
+    NSTesting::CEnvironment environment;
+    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
     CLogFile file("Worker");
     std::thread worker(
         []
@@ -192,13 +155,14 @@ TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
 
 TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
 {
-    CTemporaryFolder folder;
-    CEnvironment documents("XDG_DOCUMENTS_DIR", folder.Path().c_str());
+    NSTesting::CTempTree folder;
+    NSTesting::CEnvironment environment;
+    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
     std::filesystem::path path;
     {
         CLogFile file("Bench");
         path = file.GetPath();
-        EXPECT_EQ(path.parent_path(), folder.Path());
+        EXPECT_EQ(path.parent_path(), folder.Root());
         Indent();
         SetLinePrefix("P ");
         WriteLine("first");
@@ -210,33 +174,21 @@ TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
 
 TEST_F(DebugChannel, LogFileNameAndFolder)
 {
-    CEnvironment zone("TZ", "UTC");
+    NSTesting::CEnvironment environment;
+    environment.Set("TZ", "UTC");
     tzset();
     EXPECT_EQ(NSDebugger::MakeLogFileName("Bench", 0), "Bench 700101 000000.log");
     EXPECT_EQ(NSDebugger::MakeLogFileName("x", 1700000000), "x 231114 221320.log");
 
-    CTemporaryFolder home;
-    CEnvironment homeVariable("HOME", home.Path().c_str());
-    {
-        CEnvironment documents("XDG_DOCUMENTS_DIR", "/somewhere/Docs");
-        EXPECT_EQ(NSDebugger::GetLogFolder(), "/somewhere/Docs");
-    }
-    CEnvironment documents("XDG_DOCUMENTS_DIR", nullptr);
+    NSTesting::CTempTree home;
+    environment.Set("HOME", home.Root().string());
+    environment.Set("XDG_DOCUMENTS_DIR", "/somewhere/Docs");
+    EXPECT_EQ(NSDebugger::GetLogFolder(), "/somewhere/Docs");
+    environment.Set("XDG_DOCUMENTS_DIR", std::nullopt);
     EXPECT_EQ(NSDebugger::GetLogFolder(), "");
-    std::filesystem::create_directory(home.Path() / "Documents");
-    EXPECT_EQ(NSDebugger::GetLogFolder(), home.Path() / "Documents");
+    const std::filesystem::path documents = home.MakeFolder("Documents");
+    EXPECT_EQ(NSDebugger::GetLogFolder(), documents);
 }
-
-namespace
-{
-struct TLimitCase
-{
-    std::size_t fFile;
-    std::size_t fMessage;
-    bool fLongLine;
-    bool fLongBox;
-};
-} // namespace
 
 TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
 {
@@ -249,6 +201,11 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
     EXPECT_EQ(presenter.fBoxes[0].fButtons, EBoxButtons::kAbortRetryIgnore);
     EXPECT_FALSE(presenter.fBoxes[0].fCaption.empty());
 
+    struct TLimitCase
+    {
+        std::size_t fFile, fMessage;
+        bool fLongLine, fLongBox;
+    };
     const TLimitCase cases[] = {
         {400, 56, false, false}, {400, 57, false, true}, {400, 85, false, true},
         {400, 86, true, true},   {485, 0, false, true},  {0, 486, true, true},
@@ -270,19 +227,15 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
     }
 }
 
-namespace
-{
-bool gInProgressDuringBox = false;
-} // namespace
-
 TEST_F(DebugChannel, IgnoreGoesOnWithTheDepthRestored)
 {
     NSTesting::CFakePresenter presenter;
     presenter.fAnswer = EBoxAnswer::kIgnore;
-    presenter.fOnBox = [] { gInProgressDuringBox = !NoAssertionInProgress(); };
+    static bool inProgressDuringBox = false;
+    presenter.fOnBox = [] { inProgressDuringBox = !NoAssertionInProgress(); };
     EXPECT_TRUE(NoAssertionInProgress());
     ReportAssertion("f.cpp", 1, "ASSERT");
-    EXPECT_TRUE(gInProgressDuringBox);
+    EXPECT_TRUE(inProgressDuringBox);
     EXPECT_TRUE(NoAssertionInProgress());
 }
 
@@ -344,8 +297,8 @@ TEST_F(DebugChannel, SecondInstallerIsAnAssertionAndChangesNothing)
 
 TEST_F(DebugChannel, TraceLoggerTeesTracesIntoItsFileUntilItEnds)
 {
-    CTemporaryFolder folder;
-    const std::filesystem::path path = folder.Path() / "trace.txt";
+    NSTesting::CTempTree folder;
+    const std::filesystem::path path = folder / "trace.txt";
     const TTraceHook savedTrace = GetTraceHook();
     SetTraceHook(&EarlierTraceHook);
     gEarlierTraces.clear();
@@ -374,7 +327,7 @@ TEST_F(DebugChannel, TraceLoggerTeesTracesIntoItsFileUntilItEnds)
               (std::vector<std::string>{"top 1", "deeper", "not in the file", "after the end"}));
 }
 
-TEST_F(DebugChannel, ThreadPackageReportsWithoutADebugger)
+TEST_F(DebugChannel, ThreadPackageReportsReachTheChannelOnlyThroughADebugger)
 {
     ASSERT_EQ(NSMosswort::GetDebugger(), nullptr);
     EXPECT_THROW(NSMosswort::OnAssertionFailed(BF_MOSSWORT_HERE(false), "lost"), std::logic_error);
@@ -382,10 +335,7 @@ TEST_F(DebugChannel, ThreadPackageReportsWithoutADebugger)
     NSMosswort::ExceptionThrown(BF_MOSSWORT_HERE(false));
     EXPECT_EQ(GetIndentLevel(), 0);
     EXPECT_TRUE(gOutput.empty());
-}
 
-TEST_F(DebugChannel, ThreadPackageReportsReachTheChannel)
-{
     NSTesting::CFakePresenter presenter;
     {
         NSKinvarCodecUtils::CMosswortDebugger debugger;

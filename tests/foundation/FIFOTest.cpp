@@ -9,11 +9,6 @@
 
 namespace
 {
-TEST(FIFOTest, ZeroCapacityIsRefused)
-{
-    EXPECT_THROW(CFIFO<int>(0), std::invalid_argument);
-}
-
 // Keeps the order across many wraps of the indices, with the queue at every
 // fill level from empty to full.
 TEST(FIFOTest, KeepsOrderAcrossWraps)
@@ -33,9 +28,11 @@ TEST(FIFOTest, KeepsOrderAcrossWraps)
     }
 }
 
-TEST(FIFOTest, FullQueueRefusesAndKeepsWhatItHolds)
+TEST(FIFOTest, ZeroCapacityFullAndEmptyQueuesRefuseAndKeepWhatTheyHold)
 {
+    EXPECT_THROW(CFIFO<int>(0), std::invalid_argument);
     CFIFO<std::string> fifo(2);
+    EXPECT_THROW(fifo.Pop(), std::underflow_error);
     fifo.Push("a");
     fifo.Push("b");
     try
@@ -50,14 +47,6 @@ TEST(FIFOTest, FullQueueRefusesAndKeepsWhatItHolds)
     EXPECT_EQ(2u, fifo.GetSize());
     EXPECT_EQ("a", fifo.Pop());
     EXPECT_EQ("b", fifo.Pop());
-}
-
-TEST(FIFOTest, EmptyQueueRefusesAPop)
-{
-    CFIFO<int> fifo(1);
-    EXPECT_THROW(fifo.Pop(), std::underflow_error);
-    fifo.Push(7);
-    EXPECT_EQ(7, fifo.Pop());
     EXPECT_THROW(fifo.Pop(), std::underflow_error);
 }
 

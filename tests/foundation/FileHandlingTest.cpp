@@ -24,8 +24,6 @@ namespace
 {
 const fs::path kKinvar = fs::path("Thistlemarrow Software") / "Kinvar";
 
-// ---- Extensions ---------------------------------------------------------------
-
 struct TExtensionCase
 {
     const char16* fName;
@@ -56,8 +54,6 @@ TEST(FileHandling, ExtensionsMatchExactCaseOnLongerNames)
         EXPECT_EQ(c.fTest(fs::path(c.fName)), c.fExpected) << fs::path(c.fName);
 }
 
-// ---- Data folder searches -----------------------------------------------------
-
 // A fake XDG tree: the user's data home, and two machine-wide folders with a
 // relative entry between them that must be ignored.
 class DataFolders : public testing::Test
@@ -84,16 +80,12 @@ protected:
     CEnvironment fEnvironment;
 };
 
-TEST_F(DataFolders, WithNoMakerFolderEverySearchIsEmpty)
+TEST_F(DataFolders, UserFolderComesFirstAndOnlyExistingFoldersAreListed)
 {
     EXPECT_TRUE(GetMIDICodecFolders().empty());
     EXPECT_TRUE(GetLuaCodecFolders().empty());
     EXPECT_TRUE(GetMapFolders().empty());
     EXPECT_TRUE(fTree.Snapshot().empty()) << "a search must create nothing";
-}
-
-TEST_F(DataFolders, UserFolderComesFirstAndOnlyExistingFoldersAreListed)
-{
     const fs::path userMIDI = Make("home", "Codecs/MIDI Codecs");
     const fs::path userMaps = Make("home", "Maps");
     Make("sys1", "Codecs"); // no "MIDI Codecs" below it
@@ -170,8 +162,6 @@ TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
     tree.MakeFolder("Codecs/Testing");
     EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
 }
-
-// ---- Folder walk ----------------------------------------------------------------
 
 // Records what the walk meets, relative to the root; passes over flagged
 // folders as the definition-file scan does, and over the folders named skip.
@@ -250,20 +240,6 @@ TEST(WalkFolder, FolderThatCannotBeListedThrowsItsFailure)
     EXPECT_THROW(WalkFolder(tree / "file", handler), NSException::XFileNotFound);
 }
 
-TEST(WalkFolder, UnreadableFolderIsLocked)
-{
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "permissions don't bind the superuser";
-    CTempTree tree;
-    CRecordingHandler handler(tree.Root());
-    tree.MakeFile("closed/inside");
-    fs::permissions(tree / "closed", fs::perms::none);
-    EXPECT_THROW(WalkFolder(tree / "closed", handler), NSException::XFileLocked);
-    fs::permissions(tree / "closed", fs::perms::owner_all);
-}
-
-// ---- Files as streams ---------------------------------------------------------
-
 TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
 {
     CTempTree tree;
@@ -291,20 +267,13 @@ TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
     }
 }
 
-TEST(OpenFile, ReadingPastTheEndIsBadInputNotAnAssertion)
-{
-    CTempTree tree;
-    const fs::path path = tree.MakeFile("short.bin", "abc");
-    COpenReadFileBridge reader(path);
-    reader.SetPosition(2);
-    EXPECT_THROW(reader.ReadU16(), NSException::XRead);
-}
-
-TEST(OpenFile, WritingAReadOnlyFileAsserts)
+TEST(OpenFile, ReadingPastTheEndIsBadInputButWritingAReadOnlyFileAsserts)
 {
     CTempTree tree;
     const fs::path path = tree.MakeFile("ro.bin", "abc");
     COpenReadFileBridge reader(path);
+    reader.SetPosition(2);
+    EXPECT_THROW(reader.ReadU16(), NSException::XRead);
     CExpectAssertions expect;
     EXPECT_THROW(reader.WriteByte(1), NSException::XWrite);
     EXPECT_EQ(expect.Count(), 1u);
@@ -324,7 +293,7 @@ TEST(OpenFile, OpeningFailuresTranslateIntoTheFamily)
     EXPECT_THROW(ReadWholeFile(tree / "missing"), NSException::XFileNotFound);
 }
 
-TEST(OpenFile, UnreadableFileIsLocked)
+TEST(OpenFile, UnreadableFileAndFolderAreLocked)
 {
     if (::geteuid() == 0)
         GTEST_SKIP() << "permissions don't bind the superuser";
@@ -332,6 +301,11 @@ TEST(OpenFile, UnreadableFileIsLocked)
     const fs::path locked = tree.MakeFile("locked", "x");
     fs::permissions(locked, fs::perms::none);
     EXPECT_THROW(COpenReadFileBridge{locked}, NSException::XFileLocked);
+    CRecordingHandler handler(tree.Root());
+    tree.MakeFile("closed/inside");
+    fs::permissions(tree / "closed", fs::perms::none);
+    EXPECT_THROW(WalkFolder(tree / "closed", handler), NSException::XFileLocked);
+    fs::permissions(tree / "closed", fs::perms::owner_all);
 }
 
 TEST(OpenFile, TemporaryFileLivesInTheTemporaryFolderUntilDestroyed)
@@ -352,8 +326,6 @@ TEST(OpenFile, TemporaryFileLivesInTheTemporaryFolderUntilDestroyed)
     EXPECT_FALSE(fs::exists(path));
     EXPECT_TRUE(tree.Snapshot().empty());
 }
-
-// ---- Pictures -------------------------------------------------------------------
 
 const fs::path kPictureFixture = fs::path(BRASSFOLD_TEST_DATA_DIR) / "foundation/rgb3x2.bmp";
 

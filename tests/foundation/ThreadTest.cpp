@@ -101,15 +101,21 @@ TEST(Thread, DestroyingAsksTheWorkerToStopAndWaitsForIt)
     EXPECT_EQ(record.fNice, getpriority(PRIO_PROCESS, 0) + 5);
 }
 
-TEST(Thread, StopRequestReachesATimedWait)
+TEST(Thread, StopRequestReachesATimedWaitAndNamesAreCutAtACharacterBoundary)
 {
-    TWorkerRecord record;
-    CThread thread(&WaitForStop, &record, EThreadPriority::kNormal, "w\u00e9");
-    thread.RequestStop();
-    while (!thread.HasEnded())
-        std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(thread.GetExitCode(), 7u);
-    EXPECT_EQ(record.fSystemName, "w\u00e9");
+    // 14 bytes, then a two-byte character that would straddle the system's limit.
+    const std::pair<const char*, const char*> names[] = {{"w\u00e9", "w\u00e9"},
+                                                         {"abcdefghijklmn\u00e9z", "abcdefghijklmn"}};
+    for (const auto& [name, systemName] : names)
+    {
+        TWorkerRecord record;
+        CThread thread(&WaitForStop, &record, EThreadPriority::kNormal, name);
+        thread.RequestStop();
+        while (!thread.HasEnded())
+            std::this_thread::sleep_for(1ms);
+        EXPECT_EQ(thread.GetExitCode(), 7u);
+        EXPECT_EQ(record.fSystemName, systemName);
+    }
 }
 
 TEST(Thread, AnEndedWorkerIsNotAskedToStop)
@@ -122,14 +128,4 @@ TEST(Thread, AnEndedWorkerIsNotAskedToStop)
     EXPECT_FALSE(thread.WaitForStopRequest(1));
 }
 
-TEST(Thread, LongNamesAreCutAtACharacterBoundary)
-{
-    TWorkerRecord record;
-    // 14 bytes, then a two-byte character that would straddle the limit.
-    CThread thread(&WaitForStop, &record, EThreadPriority::kNormal, "abcdefghijklmn\u00e9z");
-    thread.RequestStop();
-    while (!thread.HasEnded())
-        std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(record.fSystemName, "abcdefghijklmn");
-}
 } // namespace
