@@ -29,10 +29,11 @@ using NSMIDIHub::CMIDIPortSpec;
 
 namespace
 {
+constexpr u32 kOK = NSKinvarCodec::kCodecOK;
 using TProbe =
     std::function<u32(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)>;
 
-// A codec whose probe the test writes.
+// A codec whose probe the test writes; everything else answers as little as it can.
 class CScriptedCodec final : public ICodec2
 {
 public:
@@ -40,15 +41,15 @@ public:
     virtual ~CScriptedCodec() = default;
 
     u32 ICodec2_CheckInvariant() override { return 1; }
-    u32 ICodec2_SetDebugger(IDebugger*) override { return NSKinvarCodec::kCodecOK; }
+    u32 ICodec2_SetDebugger(IDebugger*) override { return kOK; }
     u32 ICodec2_GetMayStayLoaded(u32* result) override
     {
         *result = 1;
-        return NSKinvarCodec::kCodecOK;
+        return kOK;
     }
     u32 ICodec2_GetControlSurfaces(IControlSurfaceInfoGetter&, ITextGetter&) override
     {
-        return NSKinvarCodec::kCodecOK;
+        return kOK;
     }
     IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo&, u32* status) override
     {
@@ -63,7 +64,7 @@ public:
     u32 ICodec2_GetControlSurfacePicture(const TControlSurfaceInfo&, u32* hasPicture, u32*) override
     {
         *hasPicture = 0;
-        return NSKinvarCodec::kCodecOK;
+        return kOK;
     }
     u32 ICodec2_ProbeForControlSurface(IMIDIProber& prober, const TControlSurfaceInfo& info,
                                        IProbeResultGetter& results, ITextGetter& messages) override
@@ -74,7 +75,7 @@ public:
     u32 ICodec2_Destroy() override
     {
         delete this;
-        return NSKinvarCodec::kCodecOK;
+        return kOK;
     }
 
     int fProbes = 0;
@@ -119,33 +120,36 @@ TProbe Reporting(std::vector<u32> outWords, std::vector<u32> inWords)
 
 u32 FindsNothing(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)
 {
-    return NSKinvarCodec::kCodecOK;
+    return kOK;
 }
 
 class CProgressLog final : public IAutoDetectProgress
 {
 public:
     void IAutoDetectProgress_OnBegin() override { fLines.push_back("begin"); }
-    void IAutoDetectProgress_OnModelCount(u32 count) override
-    {
-        fLines.push_back("count " + std::to_string(count));
-    }
+    void IAutoDetectProgress_OnModelCount(u32 count) override { Add("count ", count); }
     void IAutoDetectProgress_OnModelBegin(u32 index, const TControlSurfaceInfo&) override
     {
-        fLines.push_back("model " + std::to_string(index));
+        Add("model ", index);
     }
     void IAutoDetectProgress_OnSurfaceFound(u32 index,
                                             const VDetectedKinvarControlSurface& surface) override
     {
-        fLines.push_back("found " + std::to_string(index) + " " + surface.fUniqueName);
+        Add("found ", index, " " + surface.fUniqueName);
     }
     void IAutoDetectProgress_OnModelEnd(u32 index, const TControlSurfaceInfo&) override
     {
-        fLines.push_back("model end " + std::to_string(index));
+        Add("model end ", index);
     }
     void IAutoDetectProgress_OnEnd() override { fLines.push_back("end"); }
 
     std::vector<std::string> fLines;
+
+private:
+    void Add(const char* what, u32 number, const std::string& more = {})
+    {
+        fLines.push_back(what + std::to_string(number) + more);
+    }
 };
 
 class AutoDetectTest : public testing::Test
@@ -173,7 +177,9 @@ TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
         {MakeCodec(&FindsNothing), MakeInfo(u"Absent", {0}, {0})},
         {MakeCodec(Reporting({0}, {1})), found},
     };
-    for (CProgressLog* progress : {new CProgressLog, static_cast<CProgressLog*>(nullptr)})
+    CProgressLog log;
+    for (IAutoDetectProgress* progress :
+         {static_cast<IAutoDetectProgress*>(&log), static_cast<IAutoDetectProgress*>(nullptr)})
     {
         const auto result = AutodetectControlSurfaces(models, progress, fHub);
         ASSERT_EQ(1u, result.size());
@@ -189,16 +195,11 @@ TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
         EXPECT_EQ(u"JACK: x:B", find.fInPorts[0].GetDisplayName());
         ASSERT_EQ(1u, find.fOutPorts.size());
         EXPECT_EQ(u"JACK: x:A", find.fOutPorts[0].GetDisplayName());
-        if (progress != nullptr)
-        {
-            const std::vector<std::string> expected = {"begin",       "count 2",
-                                                       "model 0",     "model end 0",
-                                                       "model 1",     "found 1 acme-unique",
-                                                       "model end 1", "end"};
-            EXPECT_EQ(expected, progress->fLines);
-            delete progress;
-        }
     }
+    const std::vector<std::string> expected = {"begin",       "count 2", "model 0",
+                                               "model end 0", "model 1", "found 1 acme-unique",
+                                               "model end 1", "end"};
+    EXPECT_EQ(expected, log.fLines);
     EXPECT_EQ(4, fLibrary.fInOpens);
     EXPECT_EQ(4, fLibrary.fInCloses);
     EXPECT_EQ(4, fLibrary.fOutOpens);
@@ -254,7 +255,7 @@ TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
         event.fSize = 2;
         event.fData[0] = 0xC0;
         event.fData[1] = 0x01;
-        EXPECT_EQ(NSKinvarCodec::kCodecOK, prober.IMIDIProber_SendEvents(0, 1, &event));
+        EXPECT_EQ(kOK, prober.IMIDIProber_SendEvents(0, 1, &event));
         return Reporting({0}, {0})(prober, info, results, messages);
     };
     const auto result =
@@ -299,13 +300,13 @@ TEST_F(AutoDetectTest, AQuietPortStillCallsTheGetter)
         u32 IMIDIEventGetter_Take(const TMIDIEvent*, u32 count) override
         {
             fCounts.push_back(count);
-            return NSKinvarCodec::kCodecOK;
+            return kOK;
         }
         std::vector<u32> fCounts;
     };
     CMIDIProber prober(fHub);
     CCountingGetter getter;
-    EXPECT_EQ(NSKinvarCodec::kCodecOK, prober.IMIDIProber_GetEvents(1, getter));
+    EXPECT_EQ(kOK, prober.IMIDIProber_GetEvents(1, getter));
     EXPECT_EQ(std::vector<u32>{0}, getter.fCounts);
 
     NSTesting::CExpectAssertions expect;
@@ -395,13 +396,13 @@ TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
         u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
         {
             fInfos.assign(infos, infos + count);
-            return NSKinvarCodec::kCodecOK;
+            return kOK;
         }
         std::vector<TControlSurfaceInfo> fInfos;
     };
     CInfoList models;
     CCodecTextGetter messages;
-    ASSERT_EQ(NSKinvarCodec::kCodecOK, codec->ICodec2_GetControlSurfaces(models, messages));
+    ASSERT_EQ(kOK, codec->ICodec2_GetControlSurfaces(models, messages));
     ASSERT_EQ(1u, models.fInfos.size());
 
     CProgressLog progress;
@@ -419,7 +420,7 @@ TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
     u32 status = 0;
     IControlSurface* surface =
         codec->ICodec2_CreateControlSurfaceByName(find.fUniqueName.c_str(), &status);
-    EXPECT_EQ(NSKinvarCodec::kCodecOK, status);
+    EXPECT_EQ(kOK, status);
     ASSERT_NE(nullptr, surface);
     surface->IControlSurface_Destroy();
 }

@@ -107,7 +107,7 @@ TEST(BackendStartTest, PortsOfAnotherLibraryAreRefused)
     const CPortAddress jack(EBackend::kJACK, EDirection::kIn, "x:y", 0);
     const CPortAddress cableOut(EBackend::kLoopback, EDirection::kOut, "Loopback A", 0);
     const CPortAddress noCable(EBackend::kLoopback, EDirection::kIn, "Loopback Z", 0);
-    NSMIDITesting::CQuietHandler handler;
+    NSMIDITesting::CCallbackLog handler;
     const std::vector<std::pair<const IMIDIPortSpec*, u32>> cases = {
         {nullptr, kTonewellInvalidArgument},
         {&cableOut, kTonewellInvalidArgument},

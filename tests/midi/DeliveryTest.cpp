@@ -6,9 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <random>
-#include <sstream>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -89,57 +86,12 @@ TEST(MessageRingTest, OneProducerAndOneConsumerAgree)
             std::this_thread::yield();
             continue;
         }
-        if (time != n || out != Numbered(1 + n % 300, n))
-            ++bad;
+        bad += time != n || out != Numbered(1 + n % 300, n);
         ++n;
     }
     producer.join();
     EXPECT_EQ(0u, bad);
 }
-
-// Writes each callback as a line of text.
-class CCallbackLog final : public IMIDIInHandler
-{
-public:
-    u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage* message) override
-    {
-        Write("short", message->fBytes, 3);
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override
-    {
-        Write("begin", nullptr, 0);
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8* bytes, u32 size) override
-    {
-        Write("data", bytes, size);
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override
-    {
-        Write("end", nullptr, 0);
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override
-    {
-        Write("abort", nullptr, 0);
-        return kTonewellOK;
-    }
-    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
-
-    std::string fText;
-
-private:
-    void Write(const char* what, const u8* bytes, std::size_t size)
-    {
-        std::ostringstream line;
-        line << what << std::hex;
-        for (std::size_t i = 0; i < size; ++i)
-            line << ' ' << int(bytes[i]);
-        fText += line.str() + ";";
-    }
-};
 
 class CNoPort final : public IMIDIInPort
 {
@@ -168,7 +120,7 @@ TEST(DeliveryTest, WholeMessagesBecomeCallbacks)
 }
 
 // Counts deliveries, and those after its channel was closed.
-class CWatchingHandler final : public CQuietHandler
+class CWatchingHandler final : public CCallbackLog
 {
 public:
     u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
@@ -218,7 +170,7 @@ TEST(DeliveryTest, NoCallAfterCloseHasReturned)
 // is delivered to it, and nothing waits.
 TEST(DeliveryTest, AHandlerMayCloseItsOwnChannel)
 {
-    class CClosingHandler final : public CQuietHandler
+    class CClosingHandler final : public CCallbackLog
     {
     public:
         u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override

@@ -62,6 +62,8 @@ private:
 class CFakeTonewell final : public NSTonewell::ITonewell
 {
 public:
+    using EDirection = NSTonewell::EDirection;
+
     u32 ITonewell_SetDebugger(NSTonewell::IDebugger*) override { return kTonewellOK; }
     u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler* handler) override
     {
@@ -70,16 +72,13 @@ public:
     }
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
     {
-        *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortAddresses(
-            NSTonewell::EBackend::kJACK, NSTonewell::EDirection::kIn, fInNames));
+        return List(EDirection::kIn, fInNames, status);
     }
     std::unique_ptr<NSTonewell::IMIDIInPort>
     ITonewell_OpenInPort(NSTonewell::IMIDIInHandler* handler, const NSTonewell::IMIDIPortSpec* port,
                          u32* status) override
     {
-        *status = StatusFor(port);
-        if (*status != kTonewellOK)
+        if ((*status = StatusFor(port)) != kTonewellOK)
             return nullptr;
         ++fInOpens;
         fHandler = handler;
@@ -89,16 +88,13 @@ public:
     }
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
     {
-        *status = kTonewellOK;
-        return std::make_unique<NSTonewell::CPortList>(NSTonewell::MakePortAddresses(
-            NSTonewell::EBackend::kJACK, NSTonewell::EDirection::kOut, fOutNames));
+        return List(EDirection::kOut, fOutNames, status);
     }
     std::unique_ptr<NSTonewell::IMIDISender>
     ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*, const NSTonewell::IMIDIPortSpec* port,
                           u32* status) override
     {
-        *status = StatusFor(port);
-        if (*status != kTonewellOK)
+        if ((*status = StatusFor(port)) != kTonewellOK)
             return nullptr;
         ++fOutOpens;
         return std::make_unique<CFakeOutPort>(NameOf(port), fSent, fOutCloses);
@@ -120,6 +116,14 @@ public:
     std::vector<TSent> fSent;
 
 private:
+    static std::unique_ptr<NSTonewell::IMIDIPortList>
+    List(EDirection direction, const std::vector<std::string>& names, u32* status)
+    {
+        *status = kTonewellOK;
+        return std::make_unique<NSTonewell::CPortList>(
+            NSTonewell::MakePortAddresses(NSTonewell::EBackend::kJACK, direction, names));
+    }
+
     static std::string NameOf(const NSTonewell::IMIDIPortSpec* port)
     {
         const auto* address = dynamic_cast<const NSTonewell::CPortAddress*>(port);
@@ -128,9 +132,8 @@ private:
 
     u32 StatusFor(const NSTonewell::IMIDIPortSpec* port) const
     {
-        if (fFailingNames.count(NameOf(port)) != 0)
-            return NSTonewell::kTonewellOpenFailed;
-        return fOpenStatus;
+        return fFailingNames.count(NameOf(port)) != 0 ? NSTonewell::kTonewellOpenFailed
+                                                      : fOpenStatus;
     }
 };
 } // namespace NSMIDITesting

@@ -33,46 +33,33 @@ protected:
     CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
 };
 
+// Messages arrive at the cable of the same name only, stamped on arrival; a
+// long sysex arrives whole, and the backend refuses a message without status.
 TEST_F(LoopbackTest, WhatIsSentArrivesAtTheCableOfTheSameName)
 {
-    ASSERT_FALSE(fInA.IsEmpty());
-    ASSERT_FALSE(fOutB.IsEmpty());
     CRecordingReceiver onA;
     CRecordingReceiver onB;
     CMIDIInPort portA(fHub, fInA, &onA);
     CMIDIInPort portB(fHub, fInB, &onB);
     auto sender = fHub.GetSender(fOutA);
-
     const u64 before = NSTonewell::MonotonicMicroseconds();
-    sender->Send(nullptr, {0x90, 0x40, 0x7F});
-    sender->Send(nullptr, {0xC0, 0x05});
-    sender->Send(nullptr, {0xFE}); // active sensing stays in the hub
-    sender->Send(nullptr, {0xF8});
-    ASSERT_TRUE(onA.WaitForCount(3));
-    const std::vector<TBinary> expected = {{0x90, 0x40, 0x7F}, {0xC0, 0x05, 0x00}, {0xF8, 0, 0}};
+    for (const TBinary& message : std::vector<TBinary>{{0x90, 0x40, 0x7F},
+                                                       {0xC0, 0x05},
+                                                       {0xFE},
+                                                       {0xF8},
+                                                       MakeSysex(2),
+                                                       MakeSysex(1024),
+                                                       MakeSysex(60000)})
+        sender->Send(nullptr, message);
+    ASSERT_TRUE(onA.WaitForCount(6));
+    const std::vector<TBinary> expected = {{0x90, 0x40, 0x7F}, {0xC0, 0x05, 0x00},
+                                           {0xF8, 0, 0},       MakeSysex(2),
+                                           MakeSysex(1024),    MakeSysex(60000)};
     EXPECT_EQ(expected, onA.Messages());
-    EXPECT_GE(onA.Times()[0], before);
-    EXPECT_LE(onA.Times()[0], NSTonewell::MonotonicMicroseconds());
-    EXPECT_TRUE(onA.Ports()[0] == fInA);
+    EXPECT_GE(onA.At(0).fTime, before);
+    EXPECT_LE(onA.At(0).fTime, NSTonewell::MonotonicMicroseconds());
+    EXPECT_TRUE(onA.At(0).fPort == fInA);
     EXPECT_EQ(0u, onB.Count());
-}
-
-TEST_F(LoopbackTest, ALongSysexArrivesWhole)
-{
-    CRecordingReceiver receiver;
-    CMIDIInPort port(fHub, fInB, &receiver);
-    auto sender = fHub.GetSender(fOutB);
-    for (std::size_t size : {2u, 1024u, 60000u})
-        sender->Send(nullptr, MakeSysex(size));
-    ASSERT_TRUE(receiver.WaitForCount(3));
-    EXPECT_EQ(MakeSysex(2), receiver.Messages()[0]);
-    EXPECT_EQ(MakeSysex(1024), receiver.Messages()[1]);
-    EXPECT_EQ(MakeSysex(60000), receiver.Messages()[2]);
-}
-
-TEST_F(LoopbackTest, BadMessagesAreRefused)
-{
-    auto sender = fHub.GetSender(fOutA);
     EXPECT_THROW(sender->Send(nullptr, {0x40, 0x7F}), std::invalid_argument);
     EXPECT_NO_THROW(sender->Send(nullptr, {}));
 }
@@ -81,28 +68,16 @@ TEST_F(LoopbackTest, BadMessagesAreRefused)
 // sender waits for the delivery thread instead of losing messages.
 TEST_F(LoopbackTest, ABurstArrivesCompleteAndInOrder)
 {
-    constexpr std::size_t kCount = 100000;
-    class CCheckingReceiver final : public IMIDIReceiver
-    {
-    public:
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
-        {
-            const std::size_t n = fCount.load();
-            if (data != TBinary{0xB0, static_cast<u8>(n & 0x7F), static_cast<u8>((n >> 7) & 0x7F)})
-                fOutOfOrder.fetch_add(1);
-            fCount.store(n + 1);
-        }
-        std::atomic<std::size_t> fCount{0};
-        std::atomic<std::size_t> fOutOfOrder{0};
-    };
-    CCheckingReceiver receiver;
+    std::vector<TBinary> sent;
+    for (std::size_t n = 0; n < 100000; ++n)
+        sent.push_back({0xB0, static_cast<u8>(n & 0x7F), static_cast<u8>((n >> 7) & 0x7F)});
+    CRecordingReceiver receiver;
     CMIDIInPort port(fHub, fInA, &receiver);
     auto sender = fHub.GetSender(fOutA);
-    for (std::size_t n = 0; n < kCount; ++n)
-        sender->Send(nullptr, {0xB0, static_cast<u8>(n & 0x7F), static_cast<u8>((n >> 7) & 0x7F)});
-    EXPECT_TRUE(WaitUntil([&] { return receiver.fCount.load() == kCount; }));
-    EXPECT_EQ(kCount, receiver.fCount.load());
-    EXPECT_EQ(0u, receiver.fOutOfOrder.load());
+    for (const TBinary& message : sent)
+        sender->Send(nullptr, message);
+    ASSERT_TRUE(receiver.WaitForCount(sent.size()));
+    EXPECT_TRUE(sent == receiver.Messages()); // not EXPECT_EQ: no printing 100,000 messages
 }
 
 // Receivers come and go on this thread while another thread floods the
@@ -136,8 +111,8 @@ TEST_F(LoopbackTest, ReceiversComeAndGoWhileInputFlows)
     // On a loaded machine the delivery thread may sleep through every short
     // window of the first rounds: more rounds follow until something arrived.
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    for (int round = 0;
-         round < 200 || (received == 0 && std::chrono::steady_clock::now() < giveUp); ++round)
+    for (int round = 0; round < 200 || (received == 0 && std::chrono::steady_clock::now() < giveUp);
+         ++round)
     {
         CGuardedReceiver first;
         CGuardedReceiver second;

@@ -7,38 +7,22 @@
 #include "FakeTonewell.h"
 #include "MIDITestSupport.h"
 #include "foundation/Exceptions.h"
-#include "midi/PortAddress.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 using namespace NSMIDIHub;
 using namespace NSMIDITesting;
-using NSMIDITesting::CFakeTonewell;
-using NSTonewell::CPortAddress;
-using NSTonewell::EBackend;
-using NSTonewell::EDirection;
-using NSTonewell::TTonewellShortMessage;
 
 namespace
 {
 class MIDIHubTest : public testing::Test
 {
 protected:
-    TTonewellShortMessage Short(u8 a, u8 b, u8 c, u64 time = 0)
+    u32 SendShort(u8 a, u8 b, u8 c, u64 time = 0)
     {
-        TTonewellShortMessage message{};
-        message.fTime = time;
-        message.fBytes[0] = a;
-        message.fBytes[1] = b;
-        message.fBytes[2] = c;
-        return message;
-    }
-
-    u32 SendShort(const TTonewellShortMessage& message)
-    {
+        const NSTonewell::TTonewellShortMessage message{time, {a, b, c}, {}};
         return fLibrary.fHandler->IMIDIInHandler_OnShortMessage(fLibrary.fPort, &message);
     }
 
@@ -53,10 +37,8 @@ protected:
             EXPECT_EQ(kTonewellOK,
                       handler->IMIDIInHandler_OnSysexData(fLibrary.fPort, &time, piece.data(),
                                                           static_cast<u32>(piece.size())));
-        if (abort)
-            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexAbort(fLibrary.fPort));
-        else
-            EXPECT_EQ(kTonewellOK, handler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
+        EXPECT_EQ(kTonewellOK, abort ? handler->IMIDIInHandler_OnSysexAbort(fLibrary.fPort)
+                                     : handler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
     }
 
     CFakeTonewell fLibrary;
@@ -65,7 +47,7 @@ protected:
     std::vector<CMIDIPortSpec> fOuts = fHub.GetOutPorts();
 };
 
-TEST_F(MIDIHubTest, ListsThePortsOfTheLibrary)
+TEST_F(MIDIHubTest, ListsAndComparesThePortsOfTheLibrary)
 {
     EXPECT_EQ(&fHub, fLibrary.fNotificationHandler);
     ASSERT_EQ(2u, fIns.size());
@@ -74,10 +56,7 @@ TEST_F(MIDIHubTest, ListsThePortsOfTheLibrary)
     EXPECT_TRUE(fIns[0] == fHub.GetInPorts()[0]);
     EXPECT_FALSE(fIns[0] == fIns[1]);
     EXPECT_FALSE(fIns[0] == fOuts[0]);
-}
 
-TEST_F(MIDIHubTest, EmptyAddressesMeanNoPort)
-{
     const CMIDIPortSpec empty;
     EXPECT_TRUE(empty.IsEmpty());
     EXPECT_TRUE(empty == CMIDIPortSpec());
@@ -101,8 +80,7 @@ TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
             CMIDIInPort b(fHub, fHub.GetInPorts()[0], &second);
             EXPECT_EQ(1, fLibrary.fInOpens);
             EXPECT_EQ(1u, fHub.GetOpenInPortCount());
-            const TTonewellShortMessage note = Short(0x90, 0x40, 0x7F);
-            EXPECT_EQ(kTonewellOK, SendShort(note));
+            EXPECT_EQ(kTonewellOK, SendShort(0x90, 0x40, 0x7F));
             EXPECT_EQ(1u, first.Count());
             EXPECT_EQ(1u, second.Count());
         }
@@ -112,7 +90,6 @@ TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
     }
     EXPECT_EQ(2, fLibrary.fInCloses);
     EXPECT_EQ(0u, fHub.GetOpenInPortCount());
-
     {
         auto sender1 = fHub.GetSender(fOuts[0]);
         auto sender2 = fHub.GetSender(fOuts[0]);
@@ -124,34 +101,29 @@ TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
     EXPECT_EQ(0u, fHub.GetOpenOutPortCount());
 }
 
-// Every short message reaches the receivers as 3 bytes with its time, also
-// a program change; active sensing never does.
-TEST_F(MIDIHubTest, ShortMessagesArriveAsThreeBytes)
+// Short messages reach the receivers as 3 bytes with their time, active
+// sensing never does; sysex pieces (also empty ones) are put together, and an
+// aborted sysex is dropped.
+TEST_F(MIDIHubTest, CallbacksBecomeWholeMessages)
 {
     CRecordingReceiver receiver;
     CMIDIInPort port(fHub, fIns[0], &receiver);
-    EXPECT_EQ(kTonewellOK, SendShort(Short(0xFE, 0, 0)));
-    EXPECT_EQ(kTonewellOK, SendShort(Short(0xC0, 0x05, 0x00, 1234)));
-    EXPECT_EQ(kTonewellOK, SendShort(Short(0xF8, 0, 0)));
-    ASSERT_EQ(2u, receiver.Count());
-    EXPECT_EQ((TBinary{0xC0, 0x05, 0x00}), receiver.Messages()[0]);
-    EXPECT_EQ(1234u, receiver.Times()[0]);
-    EXPECT_EQ((TBinary{0xF8, 0x00, 0x00}), receiver.Messages()[1]);
-    EXPECT_TRUE(receiver.Ports()[0] == fIns[0]);
-}
-
-TEST_F(MIDIHubTest, SysexIsPutTogether)
-{
-    CRecordingReceiver receiver;
-    CMIDIInPort port(fHub, fIns[0], &receiver);
+    EXPECT_EQ(kTonewellOK, SendShort(0xFE, 0, 0));
+    EXPECT_EQ(kTonewellOK, SendShort(0xC0, 0x05, 0x00, 1234));
+    EXPECT_EQ(kTonewellOK, SendShort(0xF8, 0, 0));
     SendSysex({});
     SendSysex({{0x7E, 0x01}, {}, {0x06, 0x02}});
     SendSysex({{0x7E, 0x01}}, true);
     SendSysex({{0x42}});
-    const std::vector<TBinary> expected = {
-        {0xF0, 0xF7}, {0xF0, 0x7E, 0x01, 0x06, 0x02, 0xF7}, {0xF0, 0x42, 0xF7}};
+    const std::vector<TBinary> expected = {{0xC0, 0x05, 0x00},
+                                           {0xF8, 0x00, 0x00},
+                                           {0xF0, 0xF7},
+                                           {0xF0, 0x7E, 0x01, 0x06, 0x02, 0xF7},
+                                           {0xF0, 0x42, 0xF7}};
     EXPECT_EQ(expected, receiver.Messages());
-    EXPECT_EQ(9u, receiver.Times()[0]);
+    EXPECT_EQ(1234u, receiver.At(0).fTime);
+    EXPECT_TRUE(receiver.At(0).fPort == fIns[0]);
+    EXPECT_EQ(9u, receiver.At(2).fTime);
 }
 
 // A receiver that throws ends the message's delivery to the later ones, and
@@ -170,7 +142,7 @@ TEST_F(MIDIHubTest, AThrowingReceiverStopsTheMessage)
     CRecordingReceiver later;
     CMIDIInPort first(fHub, fIns[0], &thrower);
     CMIDIInPort second(fHub, fIns[0], &later);
-    EXPECT_EQ(kTonewellUnknown, SendShort(Short(0x90, 1, 2)));
+    EXPECT_EQ(kTonewellUnknown, SendShort(0x90, 1, 2));
     EXPECT_EQ(0u, later.Count());
     // The sysex in progress is dropped with it, and the next one is whole.
     const u64 time = 0;
@@ -205,23 +177,28 @@ TEST_F(MIDIHubTest, AFailedOpenEntersNothing)
     CRecordingReceiver receiver;
     EXPECT_THROW(CMIDIInPort(fHub, fIns[0], &receiver), std::exception);
     EXPECT_THROW(fHub.GetSender(fOuts[0]), std::exception);
-    EXPECT_EQ(0u, fHub.GetOpenInPortCount());
-    EXPECT_EQ(0u, fHub.GetOpenOutPortCount());
+    EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
 
     fLibrary.fOpenStatus = kTonewellOK;
     CMIDIInPort port(fHub, fIns[0], &receiver);
     EXPECT_EQ(1u, fHub.GetOpenInPortCount());
 }
 
-TEST_F(MIDIHubTest, ReceiversThatDoNotListenAreNotFound)
+// A receiver listens to a port once; one that doesn't listen can't be removed.
+TEST_F(MIDIHubTest, ReceiversAreAddedOnceAndRemovedOnlyWhenListening)
 {
-    CRecordingReceiver listening;
+    CRecordingReceiver receiver;
     CRecordingReceiver stranger;
-    CMIDIInPort port(fHub, fIns[0], &listening);
+    CMIDIInPort port(fHub, fIns[0], &receiver);
     EXPECT_THROW(fHub.StopListening(&stranger, port), NSException::XNotFound);
 
     COpenInPort open(fHub, fIns[1]);
     NSTesting::CExpectAssertions expect;
+    open.AddReceiver(&receiver);
+    open.AddReceiver(&receiver);
+    EXPECT_EQ(1u, expect.Count());
+    EXPECT_EQ(kTonewellOK, SendShort(0x80, 1, 2));
+    EXPECT_EQ(1u, receiver.Count());
     try
     {
         open.RemoveReceiver(&stranger);
@@ -231,21 +208,7 @@ TEST_F(MIDIHubTest, ReceiversThatDoNotListenAreNotFound)
     {
         EXPECT_STREQ("not found", e.what());
     }
-    EXPECT_EQ(1u, expect.Count());
-}
-
-TEST_F(MIDIHubTest, AReceiverListensToAPortOnce)
-{
-    CRecordingReceiver receiver;
-    COpenInPort open(fHub, fIns[1]);
-    open.AddReceiver(&receiver);
-    {
-        NSTesting::CExpectAssertions expect;
-        open.AddReceiver(&receiver);
-        EXPECT_EQ(1u, expect.Count());
-    }
-    EXPECT_EQ(kTonewellOK, SendShort(Short(0x80, 1, 2)));
-    EXPECT_EQ(1u, receiver.Count());
+    EXPECT_EQ(2u, expect.Count());
 }
 
 TEST_F(MIDIHubTest, PortListenersWaitWhileBlocked)

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -31,6 +33,13 @@ bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = kPatienc
     return true;
 }
 
+struct TArrival
+{
+    TBinary fData;
+    u64 fTime;
+    NSMIDIHub::CMIDIPortSpec fPort;
+};
+
 class CRecordingReceiver final : public NSMIDIHub::IMIDIReceiver
 {
 public:
@@ -38,9 +47,7 @@ public:
                  const TBinary& data) override
     {
         std::lock_guard lock(fLock);
-        fMessages.push_back(data);
-        fTimes.push_back(time != nullptr ? *time : 0);
-        fPorts.push_back(port);
+        fArrivals.push_back({data, time != nullptr ? *time : 0, port});
         fArrived.notify_all();
     }
 
@@ -48,39 +55,34 @@ public:
     bool WaitForCount(std::size_t count, std::chrono::milliseconds timeout = kPatience)
     {
         std::unique_lock lock(fLock);
-        return fArrived.wait_for(lock, timeout, [&] { return fMessages.size() >= count; });
+        return fArrived.wait_for(lock, timeout, [&] { return fArrivals.size() >= count; });
     }
 
     std::vector<TBinary> Messages() const
     {
         std::lock_guard lock(fLock);
-        return fMessages;
+        std::vector<TBinary> messages;
+        for (const auto& arrival : fArrivals)
+            messages.push_back(arrival.fData);
+        return messages;
     }
 
-    std::vector<u64> Times() const
+    TArrival At(std::size_t index) const
     {
         std::lock_guard lock(fLock);
-        return fTimes;
-    }
-
-    std::vector<NSMIDIHub::CMIDIPortSpec> Ports() const
-    {
-        std::lock_guard lock(fLock);
-        return fPorts;
+        return fArrivals.at(index);
     }
 
     std::size_t Count() const
     {
         std::lock_guard lock(fLock);
-        return fMessages.size();
+        return fArrivals.size();
     }
 
 private:
     mutable std::mutex fLock;
     std::condition_variable fArrived;
-    std::vector<TBinary> fMessages;
-    std::vector<u64> fTimes;
-    std::vector<NSMIDIHub::CMIDIPortSpec> fPorts;
+    std::vector<TArrival> fArrivals;
 };
 
 // The address of the port of that display name in ports, or an empty one.
@@ -93,27 +95,41 @@ inline NSMIDIHub::CMIDIPortSpec FindPortNamed(const std::vector<NSMIDIHub::CMIDI
     return {};
 }
 
-// An input handler that takes every callback and does nothing; tests
+// An input handler that writes each callback as a line of text; tests
 // override what they watch.
-class CQuietHandler : public NSTonewell::IMIDIInHandler
+class CCallbackLog : public NSTonewell::IMIDIInHandler
 {
 public:
     u32 IMIDIInHandler_OnShortMessage(NSTonewell::IMIDIInPort*,
-                                      const NSTonewell::TTonewellShortMessage*) override
+                                      const NSTonewell::TTonewellShortMessage* message) override
     {
-        return kTonewellOK;
+        return Write("short", message->fBytes, 3);
     }
-    u32 IMIDIInHandler_OnSysexBegin(NSTonewell::IMIDIInPort*) override { return kTonewellOK; }
-    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort*, const u64*, const u8*, u32) override
+    u32 IMIDIInHandler_OnSysexBegin(NSTonewell::IMIDIInPort*) override { return Write("begin"); }
+    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort*, const u64*, const u8* bytes,
+                                   u32 size) override
     {
-        return kTonewellOK;
+        return Write("data", bytes, size);
     }
     u32 IMIDIInHandler_OnSysexEnd(NSTonewell::IMIDIInPort*, const u64*) override
     {
+        return Write("end");
+    }
+    u32 IMIDIInHandler_OnSysexAbort(NSTonewell::IMIDIInPort*) override { return Write("abort"); }
+    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+
+    std::string fText;
+
+private:
+    u32 Write(const char* what, const u8* bytes = nullptr, std::size_t size = 0)
+    {
+        std::ostringstream line;
+        line << what << std::hex;
+        for (std::size_t i = 0; i < size; ++i)
+            line << ' ' << int(bytes[i]);
+        fText += line.str() + ";";
         return kTonewellOK;
     }
-    u32 IMIDIInHandler_OnSysexAbort(NSTonewell::IMIDIInPort*) override { return kTonewellOK; }
-    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
 };
 
 // A system exclusive message of size bytes whose inner bytes count up.

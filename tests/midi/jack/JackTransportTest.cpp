@@ -214,13 +214,11 @@ public:
         jack_set_process_callback(fClient, &CResponder::Echo, this);
         jack_activate(fClient);
     }
-
     ~CResponder()
     {
         if (fClient != nullptr)
             jack_client_close(fClient);
     }
-
     CResponder(const CResponder&) = delete;
     CResponder& operator=(const CResponder&) = delete;
 
@@ -247,6 +245,20 @@ private:
     jack_port_t* fOut = nullptr;
 };
 
+// Waits until the hub lists the ports of the responder client of that name;
+// new ports show in the graph at the server's next cycle.
+bool FindResponder(CMIDIHub& hub, const std::u16string& client, CMIDIPortSpec& from,
+                   CMIDIPortSpec& to)
+{
+    return WaitUntil(
+        [&]
+        {
+            from = FindPortNamed(hub.GetInPorts(), u"JACK: " + client + u":out");
+            to = FindPortNamed(hub.GetOutPorts(), u"JACK: " + client + u":in");
+            return !from.IsEmpty() && !to.IsEmpty();
+        });
+}
+
 // A hub on the JACK backend alone, and a responder whose ports it has listed.
 struct TRig
 {
@@ -257,16 +269,8 @@ struct TRig
             std::vector<NSTonewell::EBackend>{NSTonewell::EBackend::kJACK});
         fHub = std::make_unique<CMIDIHub>(*fLibrary);
         fResponder = std::make_unique<CResponder>();
-        // New ports show in the graph at the server's next cycle.
-        return WaitUntil(
-            [&]
-            {
-                fFromResponder = FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out");
-                fToResponder = FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in");
-                return !fFromResponder.IsEmpty() && !fToResponder.IsEmpty();
-            });
+        return FindResponder(*fHub, u"bf-responder", fFromResponder, fToResponder);
     }
-
     ~TRig()
     {
         fResponder.reset();
@@ -320,8 +324,6 @@ protected:
         ASSERT_TRUE(gServer) << gWhy;
         ASSERT_TRUE(fRig.Open());
         fHub = fRig.fHub.get();
-        fFromResponder = fRig.fFromResponder;
-        fToResponder = fRig.fToResponder;
     }
 
     // Our port from the responder and a sender to it, with one message sent
@@ -329,8 +331,8 @@ protected:
     std::pair<std::unique_ptr<CMIDIInPort>, std::shared_ptr<IMIDISender>>
     OpenRoundTrip(CRecordingReceiver& receiver)
     {
-        auto port = std::make_unique<CMIDIInPort>(*fHub, fFromResponder, &receiver);
-        auto sender = fHub->GetSender(fToResponder);
+        auto port = std::make_unique<CMIDIInPort>(*fHub, fRig.fFromResponder, &receiver);
+        auto sender = fHub->GetSender(fRig.fToResponder);
         sender->Send(nullptr, {0x90, 0x40, 0x7F});
         return {std::move(port), std::move(sender)};
     }
@@ -340,8 +342,6 @@ protected:
     static bool gJackdInstalled;
     TRig fRig;
     CMIDIHub* fHub = nullptr;
-    CMIDIPortSpec fFromResponder;
-    CMIDIPortSpec fToResponder;
 };
 
 std::unique_ptr<CJackServer> JackTransportTest::gServer;
@@ -352,17 +352,11 @@ bool JackTransportTest::gJackdInstalled = false;
 // port that came after it is still found where it is.
 TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
 {
-    auto sender = fHub->GetSender(fToResponder);
+    auto sender = fHub->GetSender(fRig.fToResponder);
     CResponder later("bf-responder-2");
     CMIDIPortSpec fromLater;
     CMIDIPortSpec toLater;
-    ASSERT_TRUE(WaitUntil(
-        [&]
-        {
-            fromLater = FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder-2:out");
-            toLater = FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder-2:in");
-            return !fromLater.IsEmpty() && !toLater.IsEmpty();
-        }));
+    ASSERT_TRUE(FindResponder(*fHub, u"bf-responder-2", fromLater, toLater));
     for (const auto& address : fHub->GetInPorts())
         EXPECT_EQ(std::u16string::npos, address.GetDisplayName().find(u":bf"))
             << address.GetDisplayName().size();
@@ -370,42 +364,35 @@ TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
     CMIDIInPort port(*fHub, fromLater, &receiver);
     fHub->GetSender(toLater)->Send(nullptr, {0x90, 0x40, 0x7F});
     ASSERT_TRUE(receiver.WaitForCount(1));
-    EXPECT_TRUE(receiver.Ports()[0] == fromLater);
+    EXPECT_TRUE(receiver.At(0).fPort == fromLater);
 }
 
-TEST_F(JackTransportTest, WhatIsSentComesBack)
-{
-    CRecordingReceiver receiver;
-    CMIDIInPort port(*fHub, fFromResponder, &receiver);
-    auto sender = fHub->GetSender(fToResponder);
-    sender->Send(nullptr, {0x90, 0x40, 0x7F});
-    sender->Send(nullptr, {0xC0, 0x05});
-    sender->Send(nullptr, {0xF8});
-    sender->Send(nullptr, MakeSysex(1024));
-    ASSERT_TRUE(receiver.WaitForCount(4));
-    const std::vector<TBinary> expected = {
-        {0x90, 0x40, 0x7F}, {0xC0, 0x05, 0x00}, {0xF8, 0x00, 0x00}, MakeSysex(1024)};
-    EXPECT_EQ(expected, receiver.Messages());
-    EXPECT_TRUE(receiver.Ports()[0] == fFromResponder);
-}
-
-TEST_F(JackTransportTest, TwoUsersShareOneJackPort)
+// Two users of one port share one JACK port, also when the second comes with
+// an address of a new listing; both get all that comes back. The sender
+// closes at once: what it sent must still go out.
+TEST_F(JackTransportTest, TwoUsersShareOneJackPortAndGetAllThatComesBack)
 {
     const std::string ours = NSTonewell::OwnPortPrefix();
-    std::string pattern = ours.substr(0, ours.size() - 1);
-    pattern.insert(0, 1, ':');
-    pattern += "\\.in";
+    const std::string pattern = ":" + ours.substr(0, ours.size() - 1) + "\\.in";
+    const std::vector<TBinary> sent = {{0x90, 0x40, 0x7F}, {0xC0, 0x05}, {0xF8}, MakeSysex(1024)};
+    const std::vector<TBinary> expected = {
+        {0x90, 0x40, 0x7F}, {0xC0, 0x05, 0x00}, {0xF8, 0x00, 0x00}, MakeSysex(1024)};
     CRecordingReceiver first;
     CRecordingReceiver second;
     {
-        CMIDIInPort a(*fHub, fFromResponder, &first);
-        // An address of a new listing finds the same open port.
+        CMIDIInPort a(*fHub, fRig.fFromResponder, &first);
         CMIDIInPort b(*fHub, FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out"), &second);
         EXPECT_EQ(1u, gServer->Ports(pattern).size());
-        // The sender closes at once: what it sent must still go out.
-        fHub->GetSender(fToResponder)->Send(nullptr, {0xB0, 0x07, 0x40});
-        EXPECT_TRUE(first.WaitForCount(1));
-        EXPECT_TRUE(second.WaitForCount(1));
+        auto sender = fHub->GetSender(fRig.fToResponder);
+        for (const TBinary& message : sent)
+            sender->Send(nullptr, message);
+        sender.reset();
+        for (CRecordingReceiver* receiver : {&first, &second})
+        {
+            ASSERT_TRUE(receiver->WaitForCount(sent.size()));
+            EXPECT_EQ(expected, receiver->Messages());
+            EXPECT_TRUE(receiver->At(0).fPort == fRig.fFromResponder);
+        }
     }
     EXPECT_TRUE(WaitUntil([&] { return gServer->Ports(pattern).empty(); }));
 }
@@ -417,7 +404,6 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     CRecordingReceiver receiver;
     auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
-
     fRig.fResponder.reset();
     EXPECT_TRUE(WaitUntil(
         [&]
@@ -436,7 +422,7 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     EXPECT_TRUE(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in").IsEmpty());
     port.reset();
     sender.reset();
-    EXPECT_THROW(CMIDIInPort(*fHub, fFromResponder, &receiver), std::exception);
+    EXPECT_THROW(CMIDIInPort(*fHub, fRig.fFromResponder, &receiver), std::exception);
     EXPECT_EQ(0u, fHub->GetOpenInPortCount());
 }
 } // namespace
@@ -450,17 +436,15 @@ class JackServerEndTest : public JackTransportTest
 {
 };
 
-// The server itself ends while we flood it with output and its input comes
-// back to us: the sending thread gets errors instead of hanging in a full
-// ring, the ports close without trouble, and the hub lists no JACK port.
+// The server ends while we flood it with output and its input comes back to
+// us: the sending thread gets errors instead of hanging in a full ring (the
+// flood ends at the first send that fails), the ports close without trouble,
+// and the hub lists no JACK port.
 TEST_F(JackServerEndTest, TheServerThatEndsTakesItsPortsWithIt)
 {
     CRecordingReceiver receiver;
     auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
-
-    // Our sends come back while the server goes; the flood ends at the
-    // first send that fails.
     std::atomic<bool> stop{false};
     std::atomic<bool> failed{false};
     std::thread flood(
