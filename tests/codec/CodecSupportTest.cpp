@@ -35,42 +35,34 @@ TItemInput MakeInput(i64 value1, i64 value2 = 0, i64 value3 = 0)
     return input;
 }
 
-struct TInputCase
+TEST(ItemInputValidity, JudgesAgainstTheItemKindAndRange)
 {
-    const char* fName;
-    u32 fKind;
-    TItemInput fInput;
-    bool fValid;
-};
-
-class ItemInputValidity : public testing::TestWithParam<TInputCase>
-{
-};
-
-TEST_P(ItemInputValidity, JudgesAgainstTheItemKindAndRange)
-{
-    const TInputCase& c = GetParam();
-    const TItemInfo info = MakeInfo(c.fKind, kOutputNone, -10, 10);
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(IsItemInputValid(c.fInput, info), c.fValid);
-    EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u) << "each refusal is one failed assertion";
+    struct TInputCase
+    {
+        const char* fName;
+        u32 fKind;
+        TItemInput fInput;
+        bool fValid;
+    };
+    const TInputCase cases[] = {
+        {"DeltaOfZero", kInputDelta, MakeInput(0), false},
+        {"DeltaFarOutsideRange", kInputDelta, MakeInput(-1000000), true},
+        {"KeyboardDownAtTopKey", kInputKeyboard, MakeInput(1, 127, 127), true},
+        {"KeyboardValue1OfTwo", kInputKeyboard, MakeInput(2, 60, 100), false},
+        {"KeyboardKeyAbove127", kInputKeyboard, MakeInput(1, 128, 100), false},
+        {"KeyboardNegativeVelocity", kInputKeyboard, MakeInput(0, 60, -1), false},
+        {"ValueAtMin", kInputValue, MakeInput(-10), true},
+        {"ValueAboveMax", kInputValue, MakeInput(11), false},
+        {"ButtonBelowMin", kInputButton, MakeInput(-11), false},
+        {"ItemWithoutInput", kInputNone, MakeInput(0), false},
+        {"UnknownKind", 0, MakeInput(0), false}};
+    for (const TInputCase& c : cases)
+    {
+        NSTesting::CExpectAssertions expect;
+        EXPECT_EQ(IsItemInputValid(c.fInput, MakeInfo(c.fKind, kOutputNone, -10, 10)), c.fValid) << c.fName;
+        EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u) << c.fName << ": each refusal is one failed assertion";
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, ItemInputValidity,
-    testing::Values(
-        TInputCase{"DeltaOfZero", kInputDelta, MakeInput(0), false},
-        TInputCase{"DeltaFarOutsideRange", kInputDelta, MakeInput(-1000000), true},
-        TInputCase{"KeyboardDownAtTopKey", kInputKeyboard, MakeInput(1, 127, 127), true},
-        TInputCase{"KeyboardValue1OfTwo", kInputKeyboard, MakeInput(2, 60, 100), false},
-        TInputCase{"KeyboardKeyAbove127", kInputKeyboard, MakeInput(1, 128, 100), false},
-        TInputCase{"KeyboardNegativeVelocity", kInputKeyboard, MakeInput(0, 60, -1), false},
-        TInputCase{"ValueAtMin", kInputValue, MakeInput(-10), true},
-        TInputCase{"ValueAboveMax", kInputValue, MakeInput(11), false},
-        TInputCase{"ButtonBelowMin", kInputButton, MakeInput(-11), false},
-        TInputCase{"ItemWithoutInput", kInputNone, MakeInput(0), false},
-        TInputCase{"UnknownKind", 0, MakeInput(0), false}),
-    [](const auto& info) { return std::string(info.param.fName); });
 
 TEST(ItemInputValidity, ComparesTheFull64BitValues)
 {
@@ -98,43 +90,34 @@ TEST(ClampItemInput, ForcesEachKindIntoItsRange)
     EXPECT_EQ(value.fValue2, 7) << "only the first value belongs to a value item";
 }
 
-struct TStateCase
+TEST(ItemStateValidity, JudgesAgainstTheItemOutput)
 {
-    const char* fName;
-    u32 fOutputKind;
-    u32 fEnabled;
-    i64 fValue;
-    u32 fStateIndex;
-    bool fValid;
-};
-
-class ItemStateValidity : public testing::TestWithParam<TStateCase>
-{
-};
-
-TEST_P(ItemStateValidity, JudgesAgainstTheItemOutput)
-{
-    const TStateCase& c = GetParam();
-    const TItemInfo info = MakeInfo(kInputNone, c.fOutputKind, 0, 100, 3);
-    TItemState state{};
-    state.fEnabled = c.fEnabled;
-    state.fValue = c.fValue;
-    state.fStateIndex = c.fStateIndex;
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(IsItemStateValid(state, info), c.fValid);
-    EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u);
+    struct TStateCase
+    {
+        const char* fName;
+        u32 fOutputKind, fEnabled;
+        i64 fValue;
+        u32 fStateIndex;
+        bool fValid;
+    };
+    const TStateCase cases[] = {{"ItemWithoutOutput", kOutputNone, 1, 0, 0, false},
+                                {"DisabledSkipsEveryRangeTest", kOutputValue, 0, 5000, 99, true},
+                                {"ValueAtMax", kOutputValue, 1, 100, 0, true},
+                                {"ValueAboveMax", kOutputValue, 1, 101, 0, false},
+                                {"TextIgnoresValue", kOutputText, 1, 101, 0, true},
+                                {"StateIndexOnePastLast", kOutputValue, 1, 0, 3, true},
+                                {"StateIndexBeyond", kOutputText, 1, 0, 4, false}};
+    for (const TStateCase& c : cases)
+    {
+        TItemState state{};
+        state.fEnabled = c.fEnabled;
+        state.fValue = c.fValue;
+        state.fStateIndex = c.fStateIndex;
+        NSTesting::CExpectAssertions expect;
+        EXPECT_EQ(IsItemStateValid(state, MakeInfo(kInputNone, c.fOutputKind, 0, 100, 3)), c.fValid) << c.fName;
+        EXPECT_EQ(expect.Count(), c.fValid ? 0u : 1u) << c.fName;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Outputs, ItemStateValidity,
-    testing::Values(TStateCase{"ItemWithoutOutput", kOutputNone, 1, 0, 0, false},
-                    TStateCase{"DisabledSkipsEveryRangeTest", kOutputValue, 0, 5000, 99, true},
-                    TStateCase{"ValueAtMax", kOutputValue, 1, 100, 0, true},
-                    TStateCase{"ValueAboveMax", kOutputValue, 1, 101, 0, false},
-                    TStateCase{"TextIgnoresValue", kOutputText, 1, 101, 0, true},
-                    TStateCase{"StateIndexOnePastLast", kOutputValue, 1, 0, 3, true},
-                    TStateCase{"StateIndexBeyond", kOutputText, 1, 0, 4, false}),
-    [](const auto& info) { return std::string(info.param.fName); });
 
 // A surface of fixed items; a status can be made to fail.
 class CFixedSurface : public IControlSurface
@@ -173,7 +156,7 @@ public:
     u32 IControlSurface_Destroy() override { return kCodecOK; }
 };
 
-TEST(ItemLists, CopyEveryItemAndEveryStateName)
+TEST(ItemLists, CopyEveryItemAndEveryStateNameOrThrowTheCodecsFailure)
 {
     CFixedSurface surface;
     surface.fItems = {MakeInfo(kInputButton, kOutputValue, 0, 1, 2), MakeInfo(kInputValue, kOutputNone, 0, 127)};
@@ -187,12 +170,7 @@ TEST(ItemLists, CopyEveryItemAndEveryStateName)
     ASSERT_EQ(names->size(), 2u);
     EXPECT_EQ((*names)[0], (std::vector<TText16>{u"Off", u"Blink"}));
     EXPECT_TRUE((*names)[1].empty());
-}
 
-TEST(ItemLists, ThrowTheFailureThatTheCodecReports)
-{
-    CFixedSurface surface;
-    surface.fItems = {MakeInfo(kInputButton, kOutputNone, 0, 1)};
     surface.fInfoStatus = kCodecBadFormat;
     EXPECT_THROW(GetItemInfos(surface), XBadFormat);
     EXPECT_THROW(GetItemStateNames(surface), XBadFormat);
@@ -218,28 +196,22 @@ TEST(RecordText, IsCutZeroTerminatedAndReadBackToItsTerminator)
     EXPECT_EQ(GetRecordText(field), u"ab");
 }
 
-struct CBrokenCodecObject
-{
-    u32 fInvariant = 1;
-    u32 CheckInvariant() const { return fInvariant; }
-};
-
 TEST(CodecOperationFrame, TurnsFailuresIntoStatusWords)
 {
-    CBrokenCodecObject object;
-    const auto invariant = [&] { return object.CheckInvariant(); };
+    u32 intact = 1;
+    const auto invariant = [&] { return intact; };
     EXPECT_EQ(GuardCodecOperation(invariant, [] {}), kCodecOK);
     EXPECT_EQ(GuardCodecOperation(invariant, [] { throw std::invalid_argument("x"); }), kCodecInvalidArgument);
     EXPECT_EQ(GuardCodecOperation(invariant, [] { throw 5; }), kCodecUnknownError);
 
     bool entered = false;
-    object.fInvariant = 0;
+    intact = 0;
     EXPECT_EQ(GuardCodecOperation(invariant, [&] { entered = true; }), kCodecInvariantCorrupt);
     EXPECT_FALSE(entered);
 
-    object.fInvariant = 1;
+    intact = 1;
     NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(GuardCodecOperation(invariant, [&] { object.fInvariant = 0; }), kCodecOK);
+    EXPECT_EQ(GuardCodecOperation(invariant, [&] { intact = 0; }), kCodecOK);
     EXPECT_EQ(expect.Count(), 1u) << "an invariant broken by the body is a failed assertion";
 }
 } // namespace

@@ -26,53 +26,38 @@ template <class Member> std::ptrdiff_t SlotOf(Member member)
     std::memcpy(&raw, &member, sizeof raw);
     return (raw.fPointer - 1) / std::ptrdiff_t(sizeof(void*));
 }
+
+// The members, given in contract order, stand in slots 0, 1, 2, ...
+template <class... TMembers> void ExpectSlotsInOrder(TMembers... members)
+{
+    const std::ptrdiff_t slots[] = {SlotOf(members)...};
+    for (std::ptrdiff_t i = 0; i < std::ptrdiff_t(sizeof...(members)); ++i)
+        EXPECT_EQ(slots[i], i) << "the operation given in place " << i;
+}
 } // namespace
 
-TEST(KinvarCodecContract, CodecOperationsStandInContractOrder)
+TEST(KinvarCodecContract, OperationsStandInContractOrder)
 {
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_CheckInvariant), 0);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_SetDebugger), 1);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_GetMayStayLoaded), 2);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_GetControlSurfaces), 3);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_CreateControlSurface), 4);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_CreateControlSurfaceByName), 5);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_GetControlSurfacePicture), 6);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_ProbeForControlSurface), 7);
-    EXPECT_EQ(SlotOf(&ICodec2::ICodec2_Destroy), 8);
-}
-
-TEST(KinvarCodecContract, SurfaceOperationsStandInContractOrder)
-{
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_CheckInvariant), 0);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetUniqueName), 1);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetInfo), 2);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetItemCount), 3);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetItemInfo), 4);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetItemStateName), 5);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetStartupEvents), 6);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_SetInputHandler), 7);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_HandleMIDIEvent), 8);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_SetItemStates), 9);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetOutputEvents), 10);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_GetShutdownEvents), 11);
-    EXPECT_EQ(SlotOf(&IControlSurface::IControlSurface_Destroy), 12);
-}
-
-TEST(KinvarCodecContract, HostInterfacesStandInContractOrder)
-{
-    EXPECT_EQ(SlotOf(&IMIDIProber::IMIDIProber_GetOutPortCount), 0);
-    EXPECT_EQ(SlotOf(&IMIDIProber::IMIDIProber_SendEvents), 1);
-    EXPECT_EQ(SlotOf(&IMIDIProber::IMIDIProber_GetInPortCount), 2);
-    EXPECT_EQ(SlotOf(&IMIDIProber::IMIDIProber_GetEvents), 3);
-
-    EXPECT_EQ(SlotOf(&IDebugger::IDebugger_Assert), 0);
-    EXPECT_EQ(SlotOf(&IDebugger::IDebugger_Trace), 1);
-    EXPECT_EQ(SlotOf(&IDebugger::IDebugger_Indent), 2);
-    EXPECT_EQ(SlotOf(&IDebugger::IDebugger_Outdent), 3);
-
-    EXPECT_EQ(SlotOf(&ITextGetter::ITextGetter_Take), 0);
-    EXPECT_EQ(SlotOf(&IMIDIEventGetter::IMIDIEventGetter_Take), 0);
-    EXPECT_EQ(SlotOf(&IControlSurfaceInfoGetter::IControlSurfaceInfoGetter_Take), 0);
-    EXPECT_EQ(SlotOf(&IControlSurfaceInputHandler::IControlSurfaceInputHandler_HandleInput), 0);
-    EXPECT_EQ(SlotOf(&IProbeResultGetter::IProbeResultGetter_Take), 0);
+    using S = IControlSurface;
+    ExpectSlotsInOrder(&ICodec2::ICodec2_CheckInvariant, &ICodec2::ICodec2_SetDebugger,
+                       &ICodec2::ICodec2_GetMayStayLoaded, &ICodec2::ICodec2_GetControlSurfaces,
+                       &ICodec2::ICodec2_CreateControlSurface, &ICodec2::ICodec2_CreateControlSurfaceByName,
+                       &ICodec2::ICodec2_GetControlSurfacePicture, &ICodec2::ICodec2_ProbeForControlSurface,
+                       &ICodec2::ICodec2_Destroy);
+    ExpectSlotsInOrder(&S::IControlSurface_CheckInvariant, &S::IControlSurface_GetUniqueName,
+                       &S::IControlSurface_GetInfo, &S::IControlSurface_GetItemCount,
+                       &S::IControlSurface_GetItemInfo, &S::IControlSurface_GetItemStateName,
+                       &S::IControlSurface_GetStartupEvents, &S::IControlSurface_SetInputHandler,
+                       &S::IControlSurface_HandleMIDIEvent, &S::IControlSurface_SetItemStates,
+                       &S::IControlSurface_GetOutputEvents, &S::IControlSurface_GetShutdownEvents,
+                       &S::IControlSurface_Destroy);
+    ExpectSlotsInOrder(&IMIDIProber::IMIDIProber_GetOutPortCount, &IMIDIProber::IMIDIProber_SendEvents,
+                       &IMIDIProber::IMIDIProber_GetInPortCount, &IMIDIProber::IMIDIProber_GetEvents);
+    ExpectSlotsInOrder(&IDebugger::IDebugger_Assert, &IDebugger::IDebugger_Trace,
+                       &IDebugger::IDebugger_Indent, &IDebugger::IDebugger_Outdent);
+    ExpectSlotsInOrder(&ITextGetter::ITextGetter_Take);
+    ExpectSlotsInOrder(&IMIDIEventGetter::IMIDIEventGetter_Take);
+    ExpectSlotsInOrder(&IControlSurfaceInfoGetter::IControlSurfaceInfoGetter_Take);
+    ExpectSlotsInOrder(&IControlSurfaceInputHandler::IControlSurfaceInputHandler_HandleInput);
+    ExpectSlotsInOrder(&IProbeResultGetter::IProbeResultGetter_Take);
 }

@@ -47,21 +47,20 @@ TEST(AlertPresenter, RecordValidityRules)
 {
     const TAlertRecord good = MakeRecord(kAlertIconNote, u"", u"b", {u"1", u"2", u"3"});
     ASSERT_TRUE(IsValidAlertRecord(good));
-    std::vector<std::pair<const char*, TAlertRecord>> bad(6, {"", good});
-    bad[0] = {"icon 22", good};
-    bad[0].second.icon = 22;
-    bad[1] = {"icon 27", good};
-    bad[1].second.icon = 27;
-    bad[2] = {"empty first button", good};
-    bad[2].second.button1[0] = 0;
-    bad[3] = {"gap before the third button", good};
-    bad[3].second.button2[0] = 0;
-    bad[4] = {"unterminated body", good};
-    std::fill(std::begin(bad[4].second.body), std::end(bad[4].second.body), u'x');
-    bad[5] = {"unterminated third button", good};
-    std::fill(std::begin(bad[5].second.button3), std::end(bad[5].second.button3), u'x');
-    for (const auto& [what, record] : bad)
+    const std::pair<const char*, void (*)(TAlertRecord&)> breakers[] = {
+        {"icon 22", [](TAlertRecord& r) { r.icon = 22; }},
+        {"icon 27", [](TAlertRecord& r) { r.icon = 27; }},
+        {"empty first button", [](TAlertRecord& r) { r.button1[0] = 0; }},
+        {"gap before the third button", [](TAlertRecord& r) { r.button2[0] = 0; }},
+        {"unterminated body", [](TAlertRecord& r) { std::fill(std::begin(r.body), std::end(r.body), u'x'); }},
+        {"unterminated third button",
+         [](TAlertRecord& r) { std::fill(std::begin(r.button3), std::end(r.button3), u'x'); }}};
+    for (const auto& [what, breaker] : breakers)
+    {
+        TAlertRecord record = good;
+        breaker(record);
         EXPECT_FALSE(IsValidAlertRecord(record)) << what;
+    }
 }
 
 TEST(AlertPresenter, LibraryOpenFailureTellsTheUserOnceAndEndsTheProgramQuietly)

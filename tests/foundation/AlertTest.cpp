@@ -75,18 +75,14 @@ TEST(Alert, MapsThePressedButtonTo33To35)
     EXPECT_EQ(expect.Count(), 1u);
 }
 
-namespace
-{
-i32 gDepthSeen = -1;
-} // namespace
-
 TEST(Alert, DepthIsRaisedOnlyWhileShowing)
 {
     CFakePresenter presenter;
-    presenter.fOnAlert = [] { gDepthSeen = GetAlertDepth(); };
+    static i32 depthSeen = -1;
+    presenter.fOnAlert = [] { depthSeen = GetAlertDepth(); };
     EXPECT_EQ(GetAlertDepth(), 0);
     Alert(u"[NOTE]b[OK]", false);
-    EXPECT_EQ(gDepthSeen, 1);
+    EXPECT_EQ(depthSeen, 1);
     EXPECT_EQ(GetAlertDepth(), 0);
     presenter.fStatus = 12004;
     EXPECT_THROW(Alert(u"[NOTE]b[OK]", false), XProgrammingError);
@@ -149,14 +145,9 @@ TEST(ShowExceptionAlert, ShowsTheFixedTextAndAssertsOnlyForAnException)
         EXPECT_EQ(AlertRecordText(record.body), u"Unknown exception.");
         EXPECT_EQ(AlertRecordText(record.button1), u"OK");
     }
-}
-
-TEST(ShowExceptionAlert, DropsAFailureWhileShowing)
-{
-    CFakePresenter presenter;
-    presenter.fStatus = 12001;
+    presenter.fStatus = 12001; // a failure while showing is dropped
     EXPECT_NO_THROW(ShowExceptionAlert(nullptr));
-    EXPECT_EQ(presenter.fAlerts.size(), 1u);
+    EXPECT_EQ(presenter.fAlerts.size(), 3u);
 }
 
 TEST(ShowExceptionAlert, WindowCallbackFrameAlertsAndReportsSuccess)

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,65 +11,39 @@ using NSTesting::KindThrownBy;
 using NSVistalUtils::MakeAlertRecordFromText;
 using NSVistalUtils::ParseAlertText;
 
-namespace
+TEST(AlertParser, TakesTheTextApart)
 {
-struct TParseCase
-{
-    const char16_t* fText;
-    const char16_t* fIcon;
-    const char16_t* fCaption;
-    const char16_t* fBody;
-    std::vector<TText16> fButtons;
-};
-
-void PrintTo(const TParseCase& c, std::ostream* os)
-{
-    for (char16 unit : TText16(c.fText))
-        *os << (unit < 128 ? static_cast<char>(unit) : '?');
-}
-
-class AlertParser : public testing::TestWithParam<TParseCase>
-{
-};
-} // namespace
-
-TEST_P(AlertParser, TakesTheTextApart)
-{
-    const TParseCase& c = GetParam();
-    const NSVistalUtils::TAlertText parts = ParseAlertText(c.fText);
-    EXPECT_EQ(parts.fIcon, c.fIcon);
-    EXPECT_EQ(parts.fCaption, c.fCaption);
-    EXPECT_EQ(parts.fBody, c.fBody);
-    EXPECT_EQ(parts.fButtons, c.fButtons);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    States, AlertParser,
-    testing::Values(
-        TParseCase{u"[STOP]Unknown exception.[OK]", u"STOP", u"", u"Unknown exception.", {u"OK"}},
-        TParseCase{u"[WARN][T]B[Y][N]", u"WARN", u"T", u"B", {u"Y", u"N"}},
+    const struct
+    {
+        const char16_t *fText, *fIcon, *fCaption, *fBody;
+        std::vector<TText16> fButtons;
+    } cases[] = {
+        {u"[STOP]Unknown exception.[OK]", u"STOP", u"", u"Unknown exception.", {u"OK"}},
+        {u"[WARN][T]B[Y][N]", u"WARN", u"T", u"B", {u"Y", u"N"}},
         // Text behind a label continues the body.
-        TParseCase{u"[NOTE]A[x]B[y]", u"NOTE", u"", u"AB", {u"x", u"y"}},
-        TParseCase{u"[NOTE]A[x][y][z]tail", u"NOTE", u"", u"Atail", {u"x", u"y", u"z"}},
+        {u"[NOTE]A[x]B[y]", u"NOTE", u"", u"AB", {u"x", u"y"}},
+        {u"[NOTE]A[x][y][z]tail", u"NOTE", u"", u"Atail", {u"x", u"y", u"z"}},
         // Escapes in caption, body and label.
-        TParseCase{u"[NOTE][Cap\\]t\\\\ion]Bo\\[dy\\][B\\]u\\[t]",
-                   u"NOTE",
-                   u"Cap]t\\ion",
-                   u"Bo[dy]",
-                   {u"B]u[t"}},
+        {u"[NOTE][Cap\\]t\\\\ion]Bo\\[dy\\][B\\]u\\[t]", u"NOTE", u"Cap]t\\ion", u"Bo[dy]", {u"B]u[t"}},
         // No escape directly behind the icon tag: the backslash is body text.
-        TParseCase{u"[NONE]\\[OK]", u"NONE", u"", u"\\", {u"OK"}},
-        TParseCase{u"[NONE]]x[OK]", u"NONE", u"", u"]x", {u"OK"}},
-        TParseCase{u"[NONE][]body[OK]", u"NONE", u"", u"body", {u"OK"}},
-        TParseCase{u"[NONE][Only caption][OK]", u"NONE", u"Only caption", u"", {u"OK"}},
-        TParseCase{u"[NONE]x[]", u"NONE", u"", u"x", {u""}},
+        {u"[NONE]\\[OK]", u"NONE", u"", u"\\", {u"OK"}},
+        {u"[NONE]]x[OK]", u"NONE", u"", u"]x", {u"OK"}},
+        {u"[NONE][]body[OK]", u"NONE", u"", u"body", {u"OK"}},
+        {u"[NONE][Only caption][OK]", u"NONE", u"Only caption", u"", {u"OK"}},
+        {u"[NONE]x[]", u"NONE", u"", u"x", {u""}},
         // The tag is checked for length only; the words come later.
-        TParseCase{u"[stop]x[OK]", u"stop", u"", u"x", {u"OK"}},
-        TParseCase{u"[WARN]\u00e9\u2029\U0001F3B9[\u00fc]",
-                   u"WARN",
-                   u"",
-                   u"\u00e9\u2029\U0001F3B9",
-                   {u"\u00fc"}}));
+        {u"[stop]x[OK]", u"stop", u"", u"x", {u"OK"}},
+        {u"[WARN]\u00e9\u2029\U0001F3B9[\u00fc]", u"WARN", u"", u"\u00e9\u2029\U0001F3B9", {u"\u00fc"}}};
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+    {
+        const auto& c = cases[i];
+        const NSVistalUtils::TAlertText parts = ParseAlertText(c.fText);
+        EXPECT_EQ(parts.fIcon, c.fIcon) << "case " << i;
+        EXPECT_EQ(parts.fCaption, c.fCaption) << "case " << i;
+        EXPECT_EQ(parts.fBody, c.fBody) << "case " << i;
+        EXPECT_EQ(parts.fButtons, c.fButtons) << "case " << i;
+    }
+}
 
 TEST(AlertParser, RefusesIncompleteTexts)
 {

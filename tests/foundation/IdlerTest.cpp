@@ -71,8 +71,7 @@ TEST(Idler, IntervalIsThatOfTheFastestLevelWithClients)
 TEST(Idler, ClientsAtLevels24And21RunOnTheirSchedule)
 {
     CIdler idler;
-    TProbe slow;
-    TProbe fast;
+    TProbe slow, fast;
     auto slowClient = MakeClient(idler, kIdleLevel100ms, slow);
     auto fastClient = MakeClient(idler, kIdleLevel10ms, fast);
     for (const TTicks now : {500, 501, 502, 503, 508, 511, 540, 580, 590, 599, 600, 601, 604, 605,
@@ -97,42 +96,31 @@ TEST(Idler, ResetTimesMakesEveryLevelDueFromScratch)
         << "a level that never ran reports now as previous";
 }
 
-TEST(Idler, ClientDeletingItselfIsSafeAndTheOthersStillRun)
+TEST(Idler, ClientDeletingItselfOrOneThatHasNotRunYetIsSafeAndTheOthersStillRun)
 {
     CIdler idler;
-    TProbe first;
-    TProbe doomed;
-    TProbe last;
+    TProbe first, doomed, victim, last;
     auto firstClient = MakeClient(idler, kIdleLevel10ms, first);
     auto doomedClient = MakeClient(idler, kIdleLevel10ms, doomed);
+    auto victimClient = MakeClient(idler, kIdleLevel10ms, victim);
     auto lastClient = MakeClient(idler, kIdleLevel10ms, last);
-    doomed.fThen = [&] { doomedClient.reset(); };
-
+    doomed.fThen = [&]
+    {
+        victimClient.reset();
+        doomedClient.reset();
+    };
     idler.Drive(100);
     idler.Drive(200);
     EXPECT_EQ(first.fRuns, (std::vector<TTicks>{100, 200}));
     EXPECT_EQ(doomed.fRuns, (std::vector<TTicks>{100}));
-    EXPECT_EQ(last.fRuns, (std::vector<TTicks>{100, 200}));
-}
-
-TEST(Idler, ClientDeletingAnotherOneThatHasNotRunYetStopsIt)
-{
-    CIdler idler;
-    TProbe killer;
-    TProbe victim;
-    auto killerClient = MakeClient(idler, kIdleLevel10ms, killer);
-    auto victimClient = MakeClient(idler, kIdleLevel10ms, victim);
-    killer.fThen = [&] { victimClient.reset(); };
-    idler.Drive(100);
-    EXPECT_EQ(killer.fRuns.size(), 1u);
     EXPECT_TRUE(victim.fRuns.empty());
+    EXPECT_EQ(last.fRuns, (std::vector<TTicks>{100, 200}));
 }
 
 TEST(Idler, ClientAddedDuringAPassRunsInTheSamePassOnce)
 {
     CIdler idler;
-    TProbe parent;
-    TProbe child;
+    TProbe parent, child;
     std::unique_ptr<CProbeClient> childClient;
     auto parentClient = MakeClient(idler, kIdleLevel10ms, parent);
     parent.fThen = [&]
@@ -152,8 +140,7 @@ TEST(Idler, NonReentrantClientIsSkippedInANestedDriveAndRunsAgainLater)
     SetTraceHook(&RecordTrace);
 
     CIdler idler;
-    TProbe plain;
-    TProbe reentrant;
+    TProbe plain, reentrant;
     auto plainClient = MakeClient(idler, kIdleLevel0ms, plain);
     auto reentrantClient = MakeClient(idler, kIdleLevel0ms, reentrant, true);
     bool nested = false;
@@ -194,31 +181,22 @@ TEST(Idler, ThrowingClientLeavesDriveAndItsLevelStaysDue)
     EXPECT_EQ(probe.fRuns.size(), 2u) << "the second run counted";
 }
 
-TEST(Idler, DisabledIdlerRunsNothing)
-{
-    CIdler idler;
-    TProbe probe;
-    auto client = MakeClient(idler, kIdleLevel10ms, probe);
-    idler.Disable();
-    idler.Drive(100);
-    EXPECT_TRUE(probe.fRuns.empty());
-    idler.Enable();
-    idler.Drive(100);
-    EXPECT_EQ(probe.fRuns.size(), 1u);
-}
-
-TEST(Idler, DisablerGuardsTheProcessIdler)
+TEST(Idler, DisabledIdlerRunsNothingAndTheDisablerGuardsTheProcessIdler)
 {
     CIdler& idler = GetIdler();
     idler.ResetTimes();
     TProbe probe;
     CProbeClient client(kIdleLevel10ms, &probe, &TProbe::OnIdle);
+    idler.Disable();
+    idler.Drive(100);
+    idler.Enable();
     {
         CIdleDisabler disabler;
         EXPECT_EQ(idler.GetDisableCount(), 1u);
         idler.Drive(100);
     }
     EXPECT_EQ(idler.GetDisableCount(), 0u);
+    EXPECT_TRUE(probe.fRuns.empty());
     idler.Drive(100);
     EXPECT_EQ(probe.fRuns.size(), 1u);
 }

@@ -11,28 +11,18 @@ using NSTesting::CExpectAssertions;
 
 namespace
 {
-struct TValidityCase
+TEST(TextValidity, FollowsSurrogateRules)
 {
-    TText16 fText;
-    bool fValid;
-};
-
-class TextValidity : public testing::TestWithParam<TValidityCase>
-{
-};
-
-TEST_P(TextValidity, FollowsSurrogateRules) { EXPECT_EQ(IsValidText(GetParam().fText), GetParam().fValid); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Samples, TextValidity,
-    testing::Values(TValidityCase{u"", true}, TValidityCase{u"plain", true},
-                    TValidityCase{TText16{0xD800, 0xDC00}, true},
-                    TValidityCase{TText16{0xDBFF, 0xDFFF}, true},
-                    TValidityCase{TText16{0xDC00}, false},                // lone low
-                    TValidityCase{TText16{u'a', 0xD800}, false},          // high at the end
-                    TValidityCase{TText16{0xD800, u'a'}, false},          // high before a non-low
-                    TValidityCase{TText16{0xD800, 0xD800, 0xDC00}, false}, // two highs
-                    TValidityCase{TText16{0xDC00, 0xD800}, false}));        // reversed pair
+    const std::pair<TText16, bool> cases[] = {
+        {u"", true}, {u"plain", true}, {TText16{0xD800, 0xDC00}, true}, {TText16{0xDBFF, 0xDFFF}, true},
+        {TText16{0xDC00}, false},               // lone low
+        {TText16{u'a', 0xD800}, false},         // high at the end
+        {TText16{0xD800, u'a'}, false},         // high before a non-low
+        {TText16{0xD800, 0xD800, 0xDC00}, false}, // two highs
+        {TText16{0xDC00, 0xD800}, false}};      // reversed pair
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(IsValidText(cases[i].first), cases[i].second) << "case " << i;
+}
 
 TEST(TextConversion, SurrogatePairsRoundTripThroughCodePoints)
 {
@@ -115,34 +105,28 @@ TEST(TextConversion, ASCIIReplacementRules)
     EXPECT_EQ(expect.Count(), 1u);
 }
 
-struct TMarkCase
+TEST(ByteOrderMarks, AreFoundInTheirOrder)
 {
-    std::string fBytes;
-    EByteOrderMark fMark;
-    u32 fLength;
-};
-
-class ByteOrderMarks : public testing::TestWithParam<TMarkCase>
-{
-};
-
-TEST_P(ByteOrderMarks, AreFoundInTheirOrder)
-{
-    const auto& c = GetParam();
-    CRawByteReader reader(c.fBytes.data(), c.fBytes.size());
-    const TByteOrderMark mark = DetectByteOrderMark(reader, 0, c.fBytes.size());
-    EXPECT_EQ(mark.fMark, c.fMark);
-    EXPECT_EQ(mark.fLength, c.fLength);
+    const struct
+    {
+        std::string fBytes;
+        EByteOrderMark fMark;
+        u32 fLength;
+    } cases[] = {{std::string("\xFF\xFE\x00\x00", 4), kBOMUTF32LE, 4},
+                 {std::string("\x00\x00\xFE\xFF", 4), kBOMUTF32BE, 4},
+                 {"\xEF\xBB\xBF" "a", kBOMUTF8, 3},
+                 {"\xFE\xFF" "ab", kBOMUTF16BE, 2},
+                 {"\xFF\xFE" "a", kBOMUTF16LE, 2}, // too short for UTF-32
+                 {"\xFF\xFE" "ab", kBOMUTF16LE, 2},
+                 {"abc", kBOMNone, 0}, {"", kBOMNone, 0}, {"\xEF\xBB", kBOMNone, 0}};
+    for (const auto& c : cases)
+    {
+        CRawByteReader reader(c.fBytes.data(), c.fBytes.size());
+        const TByteOrderMark mark = DetectByteOrderMark(reader, 0, c.fBytes.size());
+        EXPECT_EQ(mark.fMark, c.fMark) << c.fBytes.size() << " bytes, mark " << c.fMark;
+        EXPECT_EQ(mark.fLength, c.fLength) << c.fBytes.size() << " bytes, mark " << c.fMark;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Samples, ByteOrderMarks,
-    testing::Values(TMarkCase{std::string("\xFF\xFE\x00\x00", 4), kBOMUTF32LE, 4},
-                    TMarkCase{std::string("\x00\x00\xFE\xFF", 4), kBOMUTF32BE, 4},
-                    TMarkCase{"\xEF\xBB\xBF" "a", kBOMUTF8, 3}, TMarkCase{"\xFE\xFF" "ab", kBOMUTF16BE, 2},
-                    TMarkCase{"\xFF\xFE" "a", kBOMUTF16LE, 2}, // too short for UTF-32
-                    TMarkCase{"\xFF\xFE" "ab", kBOMUTF16LE, 2}, TMarkCase{"abc", kBOMNone, 0},
-                    TMarkCase{"", kBOMNone, 0}, TMarkCase{"\xEF\xBB", kBOMNone, 0}));
 
 TEST(TextFromBytes, AcceptsUTF8WithOrWithoutMarkAndRefusesTheOthers)
 {
@@ -184,37 +168,29 @@ TEST(TextCopy, IsLimitedAndAlwaysTerminated)
     EXPECT_EQ(FormatDouble(2.0 / 3.0, 2), "0.67");
 }
 
-struct TSubstitutionCase
+TEST(Substitution, FillsPlaceholdersAndCountsThem)
 {
-    TText16 fFormat;
-    std::vector<TText16> fParameters;
-    TText16 fResult;
-    bool fAsserts;
-};
-
-class Substitution : public testing::TestWithParam<TSubstitutionCase>
-{
-};
-
-TEST_P(Substitution, FillsPlaceholdersAndCountsThem)
-{
-    const auto& c = GetParam();
-    CExpectAssertions expect;
-    EXPECT_EQ(SubstituteParameters(c.fFormat, 0, c.fParameters), c.fResult);
-    EXPECT_EQ(expect.Count() > 0, c.fAsserts);
+    const struct
+    {
+        TText16 fFormat;
+        std::vector<TText16> fParameters;
+        TText16 fResult;
+        bool fAsserts;
+    } cases[] = {
+        {u"Line  ^0: ^1", {u"12", u"Undefined command."}, u"Line  12: Undefined command.", false},
+        {u"x^1y", {u"only"}, u"xy", true},         // past the list, and one unused
+        {u"100%^", {}, u"100%^", false},           // a ^ without digit stays
+        {u"^a^", {}, u"^a^", false},
+        {u"^0^0", {u"ab"}, u"abab", false},        // used twice counts twice
+        {u"^0^0", {u"a", u"b"}, u"aa", false},     // counted, not matched: no report
+        {u"^10", {u"0", u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"ten"}, u"ten", true}, // the eleventh, not ^1 then 0
+        {u"^99999999999999999999", {u"p"}, u"", true}, // no wrap into the list
+        {u"[^0]", {u"[x]"}, u"[[x]]", false}};
+    for (const auto& c : cases)
+    {
+        CExpectAssertions expect;
+        EXPECT_EQ(SubstituteParameters(c.fFormat, 0, c.fParameters), c.fResult) << UTF8FromText16(c.fFormat);
+        EXPECT_EQ(expect.Count() > 0, c.fAsserts) << UTF8FromText16(c.fFormat);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Samples, Substitution,
-    testing::Values(
-        TSubstitutionCase{u"Line  ^0: ^1", {u"12", u"Undefined command."}, u"Line  12: Undefined command.", false},
-        TSubstitutionCase{u"x^1y", {u"only"}, u"xy", true},          // past the list, and one unused
-        TSubstitutionCase{u"100%^", {}, u"100%^", false},            // a ^ without digit stays
-        TSubstitutionCase{u"^a^", {}, u"^a^", false},
-        TSubstitutionCase{u"^0^0", {u"ab"}, u"abab", false},          // used twice counts twice
-        TSubstitutionCase{u"^0^0", {u"a", u"b"}, u"aa", false},       // counted, not matched: no report
-        TSubstitutionCase{u"^10", {u"0", u"1", u"2", u"3", u"4", u"5", u"6", u"7", u"8", u"9", u"ten"},
-                          u"ten", true},                              // the eleventh, not ^1 then 0
-        TSubstitutionCase{u"^99999999999999999999", {u"p"}, u"", true}, // no wrap into the list
-        TSubstitutionCase{u"[^0]", {u"[x]"}, u"[[x]]", false}));
 } // namespace

@@ -30,58 +30,43 @@ std::string OneRuleDefinition(const std::string& pattern, const std::string& val
            pattern + "\tValue\t" + value1 + "\t" + value2 + "\t" + value3 + "\t\n";
 }
 
-struct TDecodeCase
+TEST(CheckToolDecode, PrintsTheValuesOfTheRule)
 {
-    const char* fPattern;
-    const char* fValue1;
-    const char* fValue2;
-    const char* fValue3;
-    const char* fMessage;
-    const char* fPrinted; // empty: no input at all
-};
-
-class CheckToolDecode : public testing::TestWithParam<TDecodeCase>
-{
-};
-
-TEST_P(CheckToolDecode, PrintsTheValuesOfTheRule)
-{
-    const TDecodeCase& c = GetParam();
+    struct TDecodeCase
+    {
+        const char *fPattern, *fValue1, *fValue2, *fValue3, *fMessage;
+        const char* fPrinted; // empty: no input at all
+    };
+    const TDecodeCase cases[] = {
+        {"80 xx yy", "x", "y", "7", "80 1B 7F", "Value\t27\t127\t7\n"},
+        {"<1000 0000> <0000 01xx> yy", "1+x*2", "y / 2", "-0", "80 07 2A", "Value\t7\t21\t0\n"},
+        {"80 <0-xxx xxxx> yz", "x", "y", "z", "80 7F 12", "Value\t-1\t1\t2\n"},
+        {"80 -xx -yy", "x", "y", "-18453", "80 8F EF", "Value\t-113\t-17\t-18453\n"},
+        {"<0xxx xxxx> xx xx", "x", "0", "0", "12 34 56", "Value\t1193046\t0\t0\n"},
+        {"10xxxx 20yyyy 30zzzz", "x", "y", "z", "10 10 10 20 20 20 30 30 30", "Value\t4112\t8224\t12336\n"},
+        {"<0??x xxxx> xx xx", "x", "0", "0", "37 34 56", "Value\t1520726\t0\t0\n"},
+        {"<0??x xxxx> xx xx", "x", "0", "0", "F7 34 56", ""},
+        {"12 ?4 56", "1", "0", "0", "12 64 56", "Value\t1\t0\t0\n"},
+        {"12 ?4 56", "1", "0", "0", "12 64 65", ""},
+        {"12 34 56", "1", "0", "0", "12 34 57", ""},
+        // The expression examples, with x = 15, y = 77 and z = 931 from "80 0F 4D 03 A3".
+        {"80 xx yy zzzz", "5", "z", "-y", "80 0F 4D 03 A3", "Value\t5\t931\t-77\n"},
+        {"80 xx yy zzzz", "1+8", "7+-1", "((110+3)-(7*7))/8", "80 0F 4D 03 A3", "Value\t9\t6\t8\n"},
+        {"80 xx yy zzzz", "1+2*3", "2*3+1", "-0", "80 0F 4D 03 A3", "Value\t7\t7\t0\n"},
+        {"80 xx yy zzzz", "x+y-z", "((x + y) / 3) * z - 7", "2*3*4", "80 01 02 00 03", "Value\t0\t-4\t24\n"},
+        {"80 xx yy zzzz", "((x + y) / 3) * z - 7", "1-2*3-4", "x y", "80 16 08 00 02", "Value\t13\t-1\t8\n"},
+        {"80 xx yy zzzz", "x/(y-y)", "", "z/0", "80 0F 4D 03 A3", "Value\t2147483647\t0\t2147483647\n"},
+    };
     const CScratchFolder folder;
-    const auto file = folder.Write("probe.midicodec", OneRuleDefinition(c.fPattern, c.fValue1, c.fValue2, c.fValue3));
-    const TRunResult result = RunTool("brassfold-check", {"decode", file.string(), c.fMessage});
-    EXPECT_EQ(result.fExitCode, 0) << result.fError;
-    EXPECT_EQ(result.fOut, std::string(c.fPrinted));
+    for (const TDecodeCase& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.fPattern) + " / " + c.fMessage);
+        const auto file = folder.Write("probe.midicodec", OneRuleDefinition(c.fPattern, c.fValue1, c.fValue2, c.fValue3));
+        const TRunResult result = RunTool("brassfold-check", {"decode", file.string(), c.fMessage});
+        EXPECT_EQ(result.fExitCode, 0) << result.fError;
+        EXPECT_EQ(result.fOut, std::string(c.fPrinted));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Patterns, CheckToolDecode,
-    testing::Values(
-        TDecodeCase{"80 xx yy", "x", "y", "7", "80 1B 7F", "Value\t27\t127\t7\n"},
-        TDecodeCase{"<1000 0000> <0000 01xx> yy", "1+x*2", "y / 2", "-0", "80 07 2A", "Value\t7\t21\t0\n"},
-        TDecodeCase{"80 <0-xxx xxxx> yz", "x", "y", "z", "80 7F 12", "Value\t-1\t1\t2\n"},
-        TDecodeCase{"80 -xx -yy", "x", "y", "-18453", "80 8F EF", "Value\t-113\t-17\t-18453\n"},
-        TDecodeCase{"<0xxx xxxx> xx xx", "x", "0", "0", "12 34 56", "Value\t1193046\t0\t0\n"},
-        TDecodeCase{"10xxxx 20yyyy 30zzzz", "x", "y", "z", "10 10 10 20 20 20 30 30 30", "Value\t4112\t8224\t12336\n"},
-        TDecodeCase{"<0??x xxxx> xx xx", "x", "0", "0", "37 34 56", "Value\t1520726\t0\t0\n"},
-        TDecodeCase{"<0??x xxxx> xx xx", "x", "0", "0", "F7 34 56", ""},
-        TDecodeCase{"12 ?4 56", "1", "0", "0", "12 64 56", "Value\t1\t0\t0\n"},
-        TDecodeCase{"12 ?4 56", "1", "0", "0", "12 64 65", ""},
-        TDecodeCase{"12 34 56", "1", "0", "0", "12 34 57", ""}));
-
-// The expression examples, with x = 15, y = 77 and z = 931 from "80 0F 4D 03 A3".
-INSTANTIATE_TEST_SUITE_P(
-    Expressions, CheckToolDecode,
-    testing::Values(TDecodeCase{"80 xx yy zzzz", "5", "z", "-y", "80 0F 4D 03 A3", "Value\t5\t931\t-77\n"},
-                    TDecodeCase{"80 xx yy zzzz", "1+8", "7+-1", "((110+3)-(7*7))/8", "80 0F 4D 03 A3",
-                                "Value\t9\t6\t8\n"},
-                    TDecodeCase{"80 xx yy zzzz", "1+2*3", "2*3+1", "-0", "80 0F 4D 03 A3", "Value\t7\t7\t0\n"},
-                    TDecodeCase{"80 xx yy zzzz", "x+y-z", "((x + y) / 3) * z - 7", "2*3*4", "80 01 02 00 03",
-                                "Value\t0\t-4\t24\n"},
-                    TDecodeCase{"80 xx yy zzzz", "((x + y) / 3) * z - 7", "1-2*3-4", "x y", "80 16 08 00 02",
-                                "Value\t13\t-1\t8\n"},
-                    TDecodeCase{"80 xx yy zzzz", "x/(y-y)", "", "z/0", "80 0F 4D 03 A3",
-                                "Value\t2147483647\t0\t2147483647\n"}));
 
 TEST(CheckToolDecode, CombinesTwoRulesOfOneItemAndReadsStandardInput)
 {
@@ -140,38 +125,17 @@ TEST(CheckToolDecode, RefusesABrokenFileWithTheScansMessage)
                            "Error:Map error: Nested <:s broken.midicodec(9)\n");
 }
 
-struct TUsageCase
-{
-    const char* fName;
-    std::vector<std::string> fArguments;
-};
-
-class CheckToolUsage : public testing::TestWithParam<TUsageCase>
-{
-};
-
-TEST_P(CheckToolUsage, EndsWithExitCode2)
+TEST(CheckToolUsage, EndsWithExitCode2)
 {
     const CScratchFolder folder;
-    const auto file = folder.Write("ok.midicodec", OneRuleDefinition("B0 xx", "x", "", ""));
-    std::vector<std::string> arguments = GetParam().fArguments;
-    for (auto& argument : arguments)
+    const std::string file = folder.Write("ok.midicodec", OneRuleDefinition("B0 xx", "x", "", "")).string();
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {}, {"inspect", file}, {"definition"}, {"definition", "/nonexistent/x.midicodec"},
+             {"--format", "xml", "definition", file}, {"decode", file, "B0 0"}, {"decode", file, "note on"}})
     {
-        if (argument == "FILE")
-            argument = file.string();
+        const TRunResult result = RunTool("brassfold-check", arguments);
+        EXPECT_EQ(result.fExitCode, 2) << testing::PrintToString(arguments) << "\n" << result.fOut;
+        EXPECT_FALSE(result.fError.empty());
     }
-    const TRunResult result = RunTool("brassfold-check", arguments);
-    EXPECT_EQ(result.fExitCode, 2) << result.fOut;
-    EXPECT_FALSE(result.fError.empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Arguments, CheckToolUsage,
-    testing::Values(TUsageCase{"NoArguments", {}}, TUsageCase{"UnknownCommand", {"inspect", "FILE"}},
-                    TUsageCase{"DefinitionWithoutFile", {"definition"}},
-                    TUsageCase{"MissingFile", {"definition", "/nonexistent/x.midicodec"}},
-                    TUsageCase{"BadFormat", {"--format", "xml", "definition", "FILE"}},
-                    TUsageCase{"OddHexDigits", {"decode", "FILE", "B0 0"}},
-                    TUsageCase{"NoHex", {"decode", "FILE", "note on"}}),
-    [](const auto& info) { return std::string(info.param.fName); });
 } // namespace

@@ -39,39 +39,36 @@ TEST_F(MapCommand, AcceptsTheBundledMapsAgainstTheirDefinitions)
 
 TEST_F(MapCommand, PrintsTheErrorTextAsTheLogGetsIt)
 {
+    const std::string qf8 = kCodecs + "/Quillfeather QF-8.midicodec";
     const std::string map = Map("Scope\tHost\tMixer\nMap\tFader 9\t\tA\nMap\tFader 1\tC3\tB\nBogus\n");
-    const TRunResult result =
-        RunTool("brassfold-check", {"map", map, "--midicodec", kCodecs + "/Quillfeather QF-8.midicodec"});
-    EXPECT_EQ(result.fExitCode, 1);
-    EXPECT_EQ(result.fOut, "Map File Errors:\n"
-                           "Line  7: Map entry with unknown control surface item.\n"
-                           "Line  8: Map entry with note number for non-keyboard control surface item.\n"
-                           "Line  9: Undefined command.\n");
-}
-
-TEST_F(MapCommand, GccFormatNamesFileAndLine)
-{
-    const std::string map = Map("Scope\tHost\tMixer\nMap\tFader 9\t\tA\n");
-    const TRunResult result = RunTool("brassfold-check", {"map", map, "--codecs", kCodecs, "--format", "gcc"});
-    EXPECT_EQ(result.fExitCode, 1);
-    EXPECT_EQ(result.fOut, map + ":7: error: Map entry with unknown control surface item.\n");
-}
-
-TEST_F(MapCommand, AHeaderFaultPrintsItsLineMessage)
-{
-    const std::string map = fScratch.Write("bad.kinvarmap", "Thistlemarrow Kinvar Mapping File\nFile Format Version\t9\n");
-    const TRunResult result = RunTool("brassfold-check", {"map", map, "--codecs", kCodecs});
-    EXPECT_EQ(result.fExitCode, 1);
-    EXPECT_EQ(result.fOut, "Line  2: Missing: File Format Version.\n");
-}
-
-TEST_F(MapCommand, AMapForASurfaceNoDefinitionOffersIsAMissingCodec)
-{
-    const std::string map = Map("");
-    const TRunResult result =
-        RunTool("brassfold-check", {"map", map, "--midicodec", kCodecs + "/Loambridge Tessera 16.midicodec"});
-    EXPECT_EQ(result.fExitCode, 2);
-    EXPECT_EQ(result.fOut, "The codec for this map file has not been loaded yet!\n");
+    const std::string badHeader =
+        fScratch.Write("bad.kinvarmap", "Thistlemarrow Kinvar Mapping File\nFile Format Version\t9\n").string();
+    const struct
+    {
+        std::vector<std::string> fArguments;
+        int fExitCode;
+        std::string fOut;
+    } cases[] = {
+        {{"map", map, "--midicodec", qf8}, 1,
+         "Map File Errors:\n"
+         "Line  7: Map entry with unknown control surface item.\n"
+         "Line  8: Map entry with note number for non-keyboard control surface item.\n"
+         "Line  9: Undefined command.\n"},
+        {{"map", map, "--codecs", kCodecs, "--format", "gcc"}, 1,
+         map + ":7: error: Map entry with unknown control surface item.\n" + map +
+             ":8: error: Map entry with note number for non-keyboard control surface item.\n" + map +
+             ":9: error: Undefined command.\n"},
+        {{"map", badHeader, "--codecs", kCodecs}, 1, "Line  2: Missing: File Format Version.\n"},
+        // A map for a surface that no definition offers.
+        {{"map", map, "--midicodec", kCodecs + "/Loambridge Tessera 16.midicodec"}, 2,
+         "The codec for this map file has not been loaded yet!\n"},
+    };
+    for (const auto& c : cases)
+    {
+        const TRunResult result = RunTool("brassfold-check", c.fArguments);
+        EXPECT_EQ(result.fExitCode, c.fExitCode) << testing::PrintToString(c.fArguments);
+        EXPECT_EQ(result.fOut, c.fOut);
+    }
 }
 
 TEST_F(MapCommand, UsageErrorsEndWithExitCode2)
