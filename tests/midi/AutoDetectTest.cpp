@@ -31,7 +31,7 @@ constexpr u32 kOK = NSKinvarCodec::kCodecOK;
 using TProbe =
     std::function<u32(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)>;
 
-// A codec whose probe the test writes; everything else answers as little as it can.
+// A codec whose probe the test writes; auto-detection calls nothing else.
 class CScriptedCodec final : public ICodec2
 {
 public:
@@ -40,29 +40,22 @@ public:
 
     u32 ICodec2_CheckInvariant() override { return 1; }
     u32 ICodec2_SetDebugger(IDebugger*) override { return kOK; }
-    u32 ICodec2_GetMayStayLoaded(u32* result) override
-    {
-        *result = 1;
-        return kOK;
-    }
+    u32 ICodec2_GetMayStayLoaded(u32*) override { return kCodecUnsupportedInterface; }
     u32 ICodec2_GetControlSurfaces(IControlSurfaceInfoGetter&, ITextGetter&) override
     {
-        return kOK;
+        return kCodecUnsupportedInterface;
     }
-    IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo&, u32* status) override
+    IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo&, u32*) override
     {
-        *status = kCodecUnsupportedInterface;
         return nullptr;
     }
-    IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32* status) override
+    IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32*) override
     {
-        *status = kCodecUnsupportedInterface;
         return nullptr;
     }
-    u32 ICodec2_GetControlSurfacePicture(const TControlSurfaceInfo&, u32* hasPicture, u32*) override
+    u32 ICodec2_GetControlSurfacePicture(const TControlSurfaceInfo&, u32*, u32*) override
     {
-        *hasPicture = 0;
-        return kOK;
+        return kCodecUnsupportedInterface;
     }
     u32 ICodec2_ProbeForControlSurface(IMIDIProber& prober, const TControlSurfaceInfo& info,
                                        IProbeResultGetter& results, ITextGetter& messages) override

@@ -1,7 +1,6 @@
 // The hub on the real loopback cables: messages travel from a hub sender to
 // a hub receiver on the backend's delivery thread.
 
-#include "midi/LoopbackBackend.h"
 #include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
 #include "midi/TonewellSupport.h"
@@ -30,7 +29,6 @@ protected:
     CMIDIPortSpec fInA = FindPortNamed(fHub.GetInPorts(), u"Loopback A");
     CMIDIPortSpec fInB = FindPortNamed(fHub.GetInPorts(), u"Loopback B");
     CMIDIPortSpec fOutA = FindPortNamed(fHub.GetOutPorts(), u"Loopback A");
-    CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
 };
 
 // Messages arrive at the cable of the same name only, stamped on arrival; a

@@ -273,7 +273,8 @@ bool SendFails(IMIDISender& sender, const TBinary& message)
     }
 }
 
-// A hub on the JACK backend alone, and a responder whose ports it has listed.
+// A hub on the JACK backend alone, and a responder whose ports it has listed;
+// they go in the reverse order.
 struct TRig
 {
     // False when the responder's ports didn't show.
@@ -284,12 +285,6 @@ struct TRig
         fHub = std::make_unique<CMIDIHub>(*fLibrary);
         fResponder = std::make_unique<CResponder>();
         return FindResponder(*fHub, u"bf-responder", fFromResponder, fToResponder);
-    }
-    ~TRig()
-    {
-        fResponder.reset();
-        fHub.reset();
-        fLibrary.reset();
     }
 
     std::unique_ptr<NSTonewell::CTonewellLibrary> fLibrary;
