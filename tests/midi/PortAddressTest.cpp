@@ -84,7 +84,9 @@ TEST(PortAddressTest, EqualityNeedsBackendDirectionNameAndPosition)
     EXPECT_EQ(0u, result);
 }
 
-TEST(PortAddressTest, InfoSaysBackendKindAndPosition)
+// Names come from the system: malformed UTF-8 is shown with replacement
+// characters, and a long name is cut without leaving half a pair behind.
+TEST(PortAddressTest, InfoSaysBackendKindPositionAndName)
 {
     const std::vector<CPortAddress> addresses = MakePortAddresses(
         EBackend::kALSA, EDirection::kOut, {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0"});
@@ -95,21 +97,17 @@ TEST(PortAddressTest, InfoSaysBackendKindAndPosition)
     EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1 (2)"), DisplayNameOf(addresses[1]));
     EXPECT_EQ(1u, InfoOf(addresses[1]).fOccurrence);
 
-    EXPECT_EQ(std::u16string(u"JACK: synth:out"),
-              DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 0)));
+    const std::vector<std::tuple<EBackend, std::string, std::u16string>> names = {
+        {EBackend::kJACK, "synth:out", u"JACK: synth:out"},
+        {EBackend::kJACK, "bad\xFFname", u"JACK: bad\uFFFDname"},
+        {EBackend::kLoopback, "Loopback A", u"Loopback A"},
+    };
+    for (const auto& [backend, listed, shown] : names)
+        EXPECT_EQ(shown, DisplayNameOf(CPortAddress(backend, EDirection::kIn, listed, 0)));
     const TTonewellPortInfo cable =
         InfoOf(CPortAddress(EBackend::kLoopback, EDirection::kIn, "Loopback A", 0));
-    EXPECT_EQ(std::u16string(u"Loopback A"), cable.fDisplayName);
     EXPECT_EQ(kPortKindInput, cable.fKind);
     EXPECT_EQ(1, cable.fIsLoopback);
-}
-
-// Names come from the system: malformed UTF-8 is shown with replacement
-// characters, and a long name is cut without leaving half a pair behind.
-TEST(PortAddressTest, NamesFromTheSystemAreTakenAsTheyCome)
-{
-    EXPECT_EQ(std::u16string(u"JACK: bad\uFFFDname"),
-              DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, "bad\xFFname", 0)));
 
     std::string longName(248, 'x'); // behind "JACK: ", the pair straddles the cut
     longName += "\xF0\x9F\x8E\xB9"; // U+1F3B9, a pair in UTF-16
