@@ -111,24 +111,6 @@ TEST_F(DebugChannel, ScriptLinesAlsoReachTheLogWindow)
     }
 }
 
-TEST_F(DebugChannel, WorkerThreadLinesReachOnlyTheLogWindow)
-{
-    NSTesting::CTempTree folder;
-    NSTesting::CEnvironment environment;
-    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
-    CLogFile file("Worker");
-    std::thread worker(
-        []
-        {
-            WriteLine("[Lua] from the worker");
-            WriteLine("a plain line from the worker");
-        });
-    worker.join();
-    EXPECT_EQ(TakePendingLog(), u"[Lua] from the worker");
-    EXPECT_TRUE(gOutput.empty());
-    EXPECT_FALSE(std::filesystem::exists(file.GetPath()));
-}
-
 TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
 {
     constexpr int kThreads = 4;
@@ -153,7 +135,7 @@ TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
     EXPECT_FALSE(FlushPendingLog([](const TText16&) { ADD_FAILURE() << "nothing pending"; }));
 }
 
-TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
+TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachMainThreadLine)
 {
     NSTesting::CTempTree folder;
     NSTesting::CEnvironment environment;
@@ -163,6 +145,17 @@ TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
         CLogFile file("Bench");
         path = file.GetPath();
         EXPECT_EQ(path.parent_path(), folder.Root());
+        std::thread worker(
+            []
+            {
+                WriteLine("[Lua] from the worker");
+                WriteLine("a plain line from the worker");
+            });
+        worker.join();
+        // A worker's lines reach the log window only.
+        EXPECT_EQ(TakePendingLog(), u"[Lua] from the worker");
+        EXPECT_TRUE(gOutput.empty());
+        EXPECT_FALSE(std::filesystem::exists(path));
         Indent();
         SetLinePrefix("P ");
         WriteLine("first");
