@@ -1,7 +1,5 @@
-// Auto-detection: the run over the models with its progress calls, the
-// prober's ports with their kept index asymmetry, the resolution of port
-// maps, the buffering input ports on the loopback, and a whole run through
-// the generic codec against a simulated surface.
+// Auto-detection: the run over the models, the prober's ports, the port maps,
+// the buffering input ports, and the generic codec against a simulated surface.
 
 #include "midi/AutoDetect.h"
 
@@ -69,7 +67,6 @@ public:
     u32 ICodec2_ProbeForControlSurface(IMIDIProber& prober, const TControlSurfaceInfo& info,
                                        IProbeResultGetter& results, ITextGetter& messages) override
     {
-        ++fProbes;
         return fProbe(prober, info, results, messages);
     }
     u32 ICodec2_Destroy() override
@@ -78,18 +75,13 @@ public:
         return kOK;
     }
 
-    int fProbes = 0;
-
 private:
     TProbe fProbe;
 };
 
-TCodecPtr MakeCodec(TProbe probe, CScriptedCodec** raw = nullptr)
+TCodecPtr MakeCodec(TProbe probe)
 {
-    auto* codec = new CScriptedCodec(std::move(probe));
-    if (raw != nullptr)
-        *raw = codec;
-    return TCodecPtr(codec, codec_deleter());
+    return TCodecPtr(new CScriptedCodec(std::move(probe)), codec_deleter());
 }
 
 TControlSurfaceInfo MakeInfo(const char16* model, std::vector<u32> inOptional,
@@ -118,10 +110,7 @@ TProbe Reporting(std::vector<u32> outWords, std::vector<u32> inWords)
     };
 }
 
-u32 FindsNothing(IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter&)
-{
-    return kOK;
-}
+const TProbe kFindsNothing = [](auto&&...) { return kOK; };
 
 class CProgressLog final : public IAutoDetectProgress
 {
@@ -174,7 +163,7 @@ TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
     TControlSurfaceInfo found = MakeInfo(u"Found", {0}, {0});
     SetRecordText(found.fSetupUserActionText, u"Hold SELECT");
     const std::vector<TCodecModel> models = {
-        {MakeCodec(&FindsNothing), MakeInfo(u"Absent", {0}, {0})},
+        {MakeCodec(kFindsNothing), MakeInfo(u"Absent", {0}, {0})},
         {MakeCodec(Reporting({0}, {1})), found},
     };
     CProgressLog log;
@@ -250,11 +239,7 @@ TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
     {
         prober.IMIDIProber_GetOutPortCount(&outCount);
         prober.IMIDIProber_GetInPortCount(&inCount);
-        TMIDIEvent event{};
-        event.fTime = 5;
-        event.fSize = 2;
-        event.fData[0] = 0xC0;
-        event.fData[1] = 0x01;
+        const TMIDIEvent event{5, 2, {0xC0, 0x01}};
         EXPECT_EQ(kOK, prober.IMIDIProber_SendEvents(0, 1, &event));
         return Reporting({0}, {0})(prober, info, results, messages);
     };
@@ -274,19 +259,23 @@ TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
 TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
 {
     TakePendingLog();
-    CScriptedCodec* later = nullptr;
+    int laterProbes = 0;
     const TProbe failing =
         [](IMIDIProber&, const TControlSurfaceInfo&, IProbeResultGetter&, ITextGetter& messages)
     {
         messages.ITextGetter_Take(u"the box did not answer");
         return kCodecProgrammingError;
     };
-    const std::vector<TCodecModel> models = {
-        {MakeCodec(failing), MakeInfo(u"A", {0}, {0})},
-        {MakeCodec(&FindsNothing, &later), MakeInfo(u"B", {0}, {0})}};
+    const TProbe later = [&](auto&&...)
+    {
+        ++laterProbes;
+        return kOK;
+    };
+    const std::vector<TCodecModel> models = {{MakeCodec(failing), MakeInfo(u"A", {0}, {0})},
+                                             {MakeCodec(later), MakeInfo(u"B", {0}, {0})}};
     CProgressLog progress;
     EXPECT_THROW(AutodetectControlSurfaces(models, &progress, fHub), XProgrammingError);
-    EXPECT_EQ(0, later->fProbes);
+    EXPECT_EQ(0, laterProbes);
     EXPECT_EQ((std::vector<std::string>{"begin", "count 2", "model 0"}), progress.fLines);
     EXPECT_NE(TText16::npos, TakePendingLog().find(u"the box did not answer"));
     EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
@@ -336,10 +325,8 @@ TEST_F(LoopbackProbeTest, BufferingPortsKeepWhatACodecCanTake)
     const TBinary behind{0xFC};
     {
         CBufferingMIDIInPort port(fHub, fInA);
-        sender->Send(nullptr, MakeSysex(1025));
-        sender->Send(nullptr, MakeSysex(1024));
-        sender->Send(nullptr, {0xF8});
-        sender->Send(nullptr, behind);
+        for (const TBinary& message : {MakeSysex(1025), MakeSysex(1024), TBinary{0xF8}, behind})
+            sender->Send(nullptr, message);
         ASSERT_TRUE(ahead.WaitForCount(4));
         const std::vector<TMIDIEvent> events = port.TakeEvents();
         ASSERT_GE(events.size(), 2u);

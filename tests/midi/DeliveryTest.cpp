@@ -22,16 +22,16 @@ std::vector<u8> Numbered(std::size_t size, u64 seed)
     return bytes;
 }
 
-// Messages of many sizes go round the ring many times and come out whole.
-TEST(MessageRingTest, MessagesOfAnySizeWrapWhole)
+// Messages of many sizes go round the ring many times and come out whole; an
+// empty message, one too long, and one without room now are refused.
+TEST(MessageRingTest, MessagesWrapWholeAndWhatDoesNotFitIsRefused)
 {
     CMessageRing ring(256);
     std::vector<u8> out;
     u64 time = 0;
     for (u64 n = 0; n < 500; ++n)
     {
-        const std::size_t size = 1 + (n * 7) % ring.GetMaxMessageSize();
-        const std::vector<u8> in = Numbered(size, n);
+        const std::vector<u8> in = Numbered(1 + (n * 7) % ring.GetMaxMessageSize(), n);
         ASSERT_TRUE(ring.TryPush(n, in.data(), in.size())) << n;
         ASSERT_TRUE(ring.TryPop(time, out));
         EXPECT_EQ(n, time);
@@ -39,25 +39,19 @@ TEST(MessageRingTest, MessagesOfAnySizeWrapWhole)
     }
     EXPECT_TRUE(ring.IsEmpty());
     EXPECT_FALSE(ring.TryPop(time, out));
-}
 
-TEST(MessageRingTest, RefusesWhatDoesNotFit)
-{
-    CMessageRing ring(64);
+    CMessageRing small(64);
     const std::vector<u8> three = {0x90, 0x40, 0x7F};
-    EXPECT_FALSE(ring.TryPush(0, three.data(), 0));
-    const std::vector<u8> tooLong(ring.GetMaxMessageSize() + 1, 0);
-    EXPECT_FALSE(ring.TryPush(0, tooLong.data(), tooLong.size()));
-
+    EXPECT_FALSE(small.TryPush(0, three.data(), 0));
+    const std::vector<u8> tooLong(small.GetMaxMessageSize() + 1, 0);
+    EXPECT_FALSE(small.TryPush(0, tooLong.data(), tooLong.size()));
     int pushed = 0;
-    while (ring.TryPush(pushed, three.data(), three.size()))
+    while (small.TryPush(pushed, three.data(), three.size()))
         ++pushed;
     EXPECT_EQ(64 / 24, pushed); // a 16-byte header and 8 bytes of message each
-    std::vector<u8> out;
-    u64 time = 0;
-    ASSERT_TRUE(ring.TryPop(time, out));
+    ASSERT_TRUE(small.TryPop(time, out));
     EXPECT_EQ(0u, time);
-    EXPECT_TRUE(ring.TryPush(99, three.data(), three.size()));
+    EXPECT_TRUE(small.TryPush(99, three.data(), three.size()));
 }
 
 TEST(MessageRingTest, OneProducerAndOneConsumerAgree)

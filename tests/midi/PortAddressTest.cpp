@@ -1,11 +1,11 @@
 #include "midi/PortAddress.h"
 
-#include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace NSTonewell;
@@ -24,17 +24,10 @@ std::u16string DisplayNameOf(const CPortAddress& address)
     return InfoOf(address).fDisplayName;
 }
 
-struct TIdentityCase
-{
-    EBackend fBackend;
-    std::string fListed;
-    std::string fIdentity;
-};
-
 // ALSA's client and port numbers are dropped; nothing else is touched.
 TEST(PortAddressTest, IdentityNames)
 {
-    const std::vector<TIdentityCase> cases = {
+    const std::vector<std::tuple<EBackend, std::string, std::string>> cases = {
         {EBackend::kALSA, "Synth:Synth MIDI 1 24:0", "Synth:Synth MIDI 1"},
         {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0",
          "Midi Through:Midi Through Port-0"},
@@ -46,8 +39,8 @@ TEST(PortAddressTest, IdentityNames)
         {EBackend::kJACK, "synth:out 24:0", "synth:out 24:0"},
         {EBackend::kLoopback, "Loopback A", "Loopback A"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.fIdentity, IdentityName(c.fBackend, c.fListed)) << c.fListed;
+    for (const auto& [backend, listed, identity] : cases)
+        EXPECT_EQ(identity, IdentityName(backend, listed)) << listed;
 }
 
 // An address finds its port again after the numbers changed and other devices
@@ -56,7 +49,7 @@ TEST(PortAddressTest, AddressesFindTheirPortsAfterTheListChanged)
 {
     const std::vector<CPortAddress> before =
         MakePortAddresses(EBackend::kALSA, EDirection::kIn,
-                      {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0", "Keys:Keys 28:0"});
+                          {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0", "Keys:Keys 28:0"});
     ASSERT_EQ(3u, before.size());
     EXPECT_EQ(0u, before[0].GetOccurrence());
     EXPECT_EQ(1u, before[1].GetOccurrence());
@@ -126,32 +119,25 @@ TEST(PortAddressTest, NamesFromTheSystemAreTakenAsTheyCome)
     EXPECT_EQ(u'x', shown.back());
 }
 
-struct TBackendListCase
-{
-    const char* fText;
-    std::vector<EBackend> fBackends;
-    std::vector<std::string> fUnknown;
-};
-
 TEST(TonewellLibraryTest, BackendListOfTheEnvironment)
 {
     const std::vector<EBackend> all = {EBackend::kALSA, EBackend::kJACK, EBackend::kLoopback};
-    const std::vector<TBackendListCase> cases = {
-        {nullptr, all, {}},
-        {"", all, {}},
-        {" ", all, {}},
-        {"loopback", {EBackend::kLoopback}, {}},
-        {" Loopback , ALSA", {EBackend::kALSA, EBackend::kLoopback}, {}},
-        {"jack,jack", {EBackend::kJACK}, {}},
-        {"coreaudio,jack,", {EBackend::kJACK}, {"coreaudio"}},
-        {"nothing", {}, {"nothing"}},
-    };
-    for (const auto& c : cases)
+    const std::vector<std::tuple<const char*, std::vector<EBackend>, std::vector<std::string>>>
+        cases = {
+            {nullptr, all, {}},
+            {"", all, {}},
+            {" ", all, {}},
+            {"loopback", {EBackend::kLoopback}, {}},
+            {" Loopback , ALSA", {EBackend::kALSA, EBackend::kLoopback}, {}},
+            {"jack,jack", {EBackend::kJACK}, {}},
+            {"coreaudio,jack,", {EBackend::kJACK}, {"coreaudio"}},
+            {"nothing", {}, {"nothing"}},
+        };
+    for (const auto& [text, backends, expectedUnknown] : cases)
     {
         std::vector<std::string> unknown;
-        EXPECT_EQ(c.fBackends, ParseBackendList(c.fText, unknown))
-            << (c.fText ? c.fText : "(null)");
-        EXPECT_EQ(c.fUnknown, unknown);
+        EXPECT_EQ(backends, ParseBackendList(text, unknown)) << (text ? text : "(null)");
+        EXPECT_EQ(expectedUnknown, unknown);
     }
 }
 } // namespace

@@ -259,6 +259,20 @@ bool FindResponder(CMIDIHub& hub, const std::u16string& client, CMIDIPortSpec& f
         });
 }
 
+// True when the send fails.
+bool SendFails(IMIDISender& sender, const TBinary& message)
+{
+    try
+    {
+        sender.Send(nullptr, message);
+        return false;
+    }
+    catch (const std::exception&)
+    {
+        return true;
+    }
+}
+
 // A hub on the JACK backend alone, and a responder whose ports it has listed.
 struct TRig
 {
@@ -405,19 +419,7 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
     fRig.fResponder.reset();
-    EXPECT_TRUE(WaitUntil(
-        [&]
-        {
-            try
-            {
-                sender->Send(nullptr, {0x90, 0x40, 0x00});
-                return false;
-            }
-            catch (const std::exception&)
-            {
-                return true;
-            }
-        }));
+    EXPECT_TRUE(WaitUntil([&] { return SendFails(*sender, {0x90, 0x40, 0x00}); }));
     EXPECT_TRUE(FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out").IsEmpty());
     EXPECT_TRUE(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in").IsEmpty());
     port.reset();
@@ -450,15 +452,8 @@ TEST_F(JackServerEndTest, TheServerThatEndsTakesItsPortsWithIt)
     std::thread flood(
         [&]
         {
-            try
-            {
-                while (!stop.load())
-                    sender->Send(nullptr, {0xB0, 0x01, 0x02});
-            }
-            catch (const std::exception&)
-            {
-                failed.store(true);
-            }
+            while (!stop.load() && !failed.load())
+                failed.store(SendFails(*sender, {0xB0, 0x01, 0x02}));
         });
     EXPECT_TRUE(receiver.WaitForCount(50));
     gServer.reset();
