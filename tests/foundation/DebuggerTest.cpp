@@ -183,10 +183,16 @@ TEST_F(DebugChannel, LogFileNameAndFolder)
     EXPECT_EQ(NSDebugger::GetLogFolder(), documents);
 }
 
-TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
+TEST_F(DebugChannel, AssertionReportTextsAndLengthLimitsAndIgnoreGoesOnWithTheDepthRestored)
 {
     NSTesting::CFakePresenter presenter;
+    presenter.fAnswer = EBoxAnswer::kIgnore;
+    static bool inProgressDuringBox = false;
+    presenter.fOnBox = [] { inProgressDuringBox = !NoAssertionInProgress(); };
+    EXPECT_TRUE(NoAssertionInProgress());
     ReportAssertion("f.cpp", 12, "msg");
+    EXPECT_TRUE(inProgressDuringBox);
+    EXPECT_TRUE(NoAssertionInProgress());
     EXPECT_EQ(gOutput, std::vector<std::string>{"f.cpp(12): ASSERT failure: msg\n"});
     ASSERT_EQ(presenter.fBoxes.size(), 1u);
     EXPECT_EQ(presenter.fBoxes[0].fText,
@@ -218,18 +224,6 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
                   c.fLongBox)
             << c.fFile << "+" << c.fMessage;
     }
-}
-
-TEST_F(DebugChannel, IgnoreGoesOnWithTheDepthRestored)
-{
-    NSTesting::CFakePresenter presenter;
-    presenter.fAnswer = EBoxAnswer::kIgnore;
-    static bool inProgressDuringBox = false;
-    presenter.fOnBox = [] { inProgressDuringBox = !NoAssertionInProgress(); };
-    EXPECT_TRUE(NoAssertionInProgress());
-    ReportAssertion("f.cpp", 1, "ASSERT");
-    EXPECT_TRUE(inProgressDuringBox);
-    EXPECT_TRUE(NoAssertionInProgress());
 }
 
 namespace
