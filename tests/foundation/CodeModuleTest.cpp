@@ -137,20 +137,6 @@ void RecordTrace(const char*, i32, const char* text)
     gTraces.emplace_back(text);
 }
 
-class CTraceScope
-{
-public:
-    CTraceScope() : fSaved(GetTraceHook())
-    {
-        gTraces.clear();
-        SetTraceHook(&RecordTrace);
-    }
-    ~CTraceScope() { SetTraceHook(fSaved); }
-
-private:
-    TTraceHook fSaved;
-};
-
 TEST(CodeModule, ProgramModuleDescribesTheRunningProgram)
 {
     const CVersion version = CVersion::FromText("1.3.6b7");
@@ -162,9 +148,12 @@ TEST(CodeModule, ProgramModuleDescribesTheRunningProgram)
         EXPECT_NE(GetModuleHandle(), nullptr);
         EXPECT_EQ(program.GetCreatorThread(), std::this_thread::get_id());
 
-        CTraceScope traces;
+        const TTraceHook saved = GetTraceHook();
+        gTraces.clear();
+        SetTraceHook(&RecordTrace);
         TraceSessionStart();
         TraceApplicationInfo();
+        SetTraceHook(saved);
         ASSERT_EQ(gTraces.size(), 8u);
         EXPECT_EQ(gTraces[0], std::string(72, '='));
         EXPECT_EQ(gTraces[1].rfind("Session Start: ", 0), 0u) << gTraces[1];

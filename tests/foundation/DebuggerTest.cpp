@@ -111,24 +111,6 @@ TEST_F(DebugChannel, ScriptLinesAlsoReachTheLogWindow)
     }
 }
 
-TEST_F(DebugChannel, WorkerThreadLinesReachOnlyTheLogWindow)
-{
-    NSTesting::CTempTree folder;
-    NSTesting::CEnvironment environment;
-    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
-    CLogFile file("Worker");
-    std::thread worker(
-        []
-        {
-            WriteLine("[Lua] from the worker");
-            WriteLine("a plain line from the worker");
-        });
-    worker.join();
-    EXPECT_EQ(TakePendingLog(), u"[Lua] from the worker");
-    EXPECT_TRUE(gOutput.empty());
-    EXPECT_FALSE(std::filesystem::exists(file.GetPath()));
-}
-
 TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
 {
     constexpr int kThreads = 4;
@@ -153,7 +135,7 @@ TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
     EXPECT_FALSE(FlushPendingLog([](const TText16&) { ADD_FAILURE() << "nothing pending"; }));
 }
 
-TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
+TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachMainThreadLine)
 {
     NSTesting::CTempTree folder;
     NSTesting::CEnvironment environment;
@@ -163,6 +145,17 @@ TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachLine)
         CLogFile file("Bench");
         path = file.GetPath();
         EXPECT_EQ(path.parent_path(), folder.Root());
+        std::thread worker(
+            []
+            {
+                WriteLine("[Lua] from the worker");
+                WriteLine("a plain line from the worker");
+            });
+        worker.join();
+        // A worker's lines reach the log window only.
+        EXPECT_EQ(TakePendingLog(), u"[Lua] from the worker");
+        EXPECT_TRUE(gOutput.empty());
+        EXPECT_FALSE(std::filesystem::exists(path));
         Indent();
         SetLinePrefix("P ");
         WriteLine("first");
@@ -190,10 +183,16 @@ TEST_F(DebugChannel, LogFileNameAndFolder)
     EXPECT_EQ(NSDebugger::GetLogFolder(), documents);
 }
 
-TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
+TEST_F(DebugChannel, AssertionReportTextsAndLengthLimitsAndIgnoreGoesOnWithTheDepthRestored)
 {
     NSTesting::CFakePresenter presenter;
+    presenter.fAnswer = EBoxAnswer::kIgnore;
+    static bool inProgressDuringBox = false;
+    presenter.fOnBox = [] { inProgressDuringBox = !NoAssertionInProgress(); };
+    EXPECT_TRUE(NoAssertionInProgress());
     ReportAssertion("f.cpp", 12, "msg");
+    EXPECT_TRUE(inProgressDuringBox);
+    EXPECT_TRUE(NoAssertionInProgress());
     EXPECT_EQ(gOutput, std::vector<std::string>{"f.cpp(12): ASSERT failure: msg\n"});
     ASSERT_EQ(presenter.fBoxes.size(), 1u);
     EXPECT_EQ(presenter.fBoxes[0].fText,
@@ -225,18 +224,6 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimits)
                   c.fLongBox)
             << c.fFile << "+" << c.fMessage;
     }
-}
-
-TEST_F(DebugChannel, IgnoreGoesOnWithTheDepthRestored)
-{
-    NSTesting::CFakePresenter presenter;
-    presenter.fAnswer = EBoxAnswer::kIgnore;
-    static bool inProgressDuringBox = false;
-    presenter.fOnBox = [] { inProgressDuringBox = !NoAssertionInProgress(); };
-    EXPECT_TRUE(NoAssertionInProgress());
-    ReportAssertion("f.cpp", 1, "ASSERT");
-    EXPECT_TRUE(inProgressDuringBox);
-    EXPECT_TRUE(NoAssertionInProgress());
 }
 
 namespace

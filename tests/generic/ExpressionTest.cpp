@@ -8,99 +8,72 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 using namespace NSGenericMidiCodec;
 
 namespace
 {
-struct TEvaluationCase
-{
-    std::u16string_view fText;
-    i32 fX, fY, fZ;
-    i32 fResult;
-};
-
-void PrintTo(const TEvaluationCase& c, std::ostream* out) { *out << NSTextPackage::UTF8FromText16(c.fText); }
-
-class ExpressionEvaluation : public testing::TestWithParam<TEvaluationCase>
-{
-};
-
-TEST_P(ExpressionEvaluation, GivesTheLanguagesResult)
-{
-    const TEvaluationCase& c = GetParam();
-    const TExpressionPtr expression = CompileExpression(c.fText);
-    ASSERT_NE(expression, nullptr);
-    EXPECT_EQ(expression->Evaluate(c.fX, c.fY, c.fZ), c.fResult);
-}
-
 constexpr i32 kMin = std::numeric_limits<i32>::min();
 constexpr i32 kMax = std::numeric_limits<i32>::max();
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, ExpressionEvaluation,
-    testing::Values(
-        TEvaluationCase{u"5", 15, 77, 931, 5}, TEvaluationCase{u"z", 15, 77, 931, 931},
-        TEvaluationCase{u"-y", 15, 77, 931, -77}, TEvaluationCase{u"1+8", 15, 77, 931, 9},
-        TEvaluationCase{u"7+-1", 15, 77, 931, 6}, TEvaluationCase{u"((110+3)-(7*7))/8", 15, 77, 931, 8},
-        TEvaluationCase{u"1+2*3", 15, 77, 931, 7}, TEvaluationCase{u"2*3+1", 15, 77, 931, 7},
-        TEvaluationCase{u"x+y-z", 1, 2, 3, 0}, TEvaluationCase{u"((x + y) / 3) * z - 7", 22, 8, 2, 13},
-        TEvaluationCase{u"-0", 15, 77, 931, 0}, TEvaluationCase{u"2*3*4", 0, 0, 0, 24},
-        // One reduction at most: the trailing "-4" binds to the right.
-        TEvaluationCase{u"1-2*3-4", 0, 0, 0, -1}, TEvaluationCase{u"(1-2*3)-4", 0, 0, 0, -9},
-        TEvaluationCase{u"10-2-3", 0, 0, 0, 5}, TEvaluationCase{u"X*Y", 3, 4, 0, 12},
-        // Operands without an operator: blanks go first, then the last operand counts.
-        TEvaluationCase{u"x y", 15, 77, 931, 77}, TEvaluationCase{u"1 2", 0, 0, 0, 12},
-        TEvaluationCase{u"1(2)", 0, 0, 0, 2}, TEvaluationCase{u"(1)-2", 0, 0, 0, -1},
-        // 32-bit arithmetic that wraps, and the division rules.
-        TEvaluationCase{u"x/y", 7, 0, 0, kMax}, TEvaluationCase{u"x/(y-y)", 7, 3, 0, kMax},
-        TEvaluationCase{u"x/y", -7, 2, 0, -3}, TEvaluationCase{u"x+1", kMax, 0, 0, kMin},
-        TEvaluationCase{u"x*y", 65536, 65536, 0, 0}, TEvaluationCase{u"x/y", kMin, -1, 0, kMin},
-        TEvaluationCase{u"-x", kMin, 0, 0, kMin}, TEvaluationCase{u"2147483647", 0, 0, 0, kMax},
-        TEvaluationCase{u"x*128+y", 0x7F, 0x7F, 0, 16383}, TEvaluationCase{u"x-64", 0x3F, 0, 0, -1}));
-
-TEST(ExpressionCompile, NothingButBlanksGivesNoExpression)
+TEST(ExpressionEvaluation, GivesTheLanguagesResult)
 {
+    struct TCase
+    {
+        std::u16string_view fText;
+        i32 fX, fY, fZ;
+        i32 fResult;
+    };
+    const TCase cases[] = {
+        {u"5", 15, 77, 931, 5}, {u"z", 15, 77, 931, 931}, {u"-y", 15, 77, 931, -77}, {u"1+8", 15, 77, 931, 9},
+        {u"7+-1", 15, 77, 931, 6}, {u"((110+3)-(7*7))/8", 15, 77, 931, 8}, {u"1+2*3", 15, 77, 931, 7},
+        {u"2*3+1", 15, 77, 931, 7}, {u"x+y-z", 1, 2, 3, 0}, {u"((x + y) / 3) * z - 7", 22, 8, 2, 13},
+        {u"-0", 15, 77, 931, 0}, {u"2*3*4", 0, 0, 0, 24},
+        // One reduction at most: the trailing "-4" binds to the right.
+        {u"1-2*3-4", 0, 0, 0, -1}, {u"(1-2*3)-4", 0, 0, 0, -9}, {u"10-2-3", 0, 0, 0, 5}, {u"X*Y", 3, 4, 0, 12},
+        // Operands without an operator: blanks go first, then the last operand counts.
+        {u"x y", 15, 77, 931, 77}, {u"1 2", 0, 0, 0, 12}, {u"1(2)", 0, 0, 0, 2}, {u"(1)-2", 0, 0, 0, -1},
+        // 32-bit arithmetic that wraps, and the division rules.
+        {u"x/y", 7, 0, 0, kMax}, {u"x/(y-y)", 7, 3, 0, kMax}, {u"x/y", -7, 2, 0, -3}, {u"x+1", kMax, 0, 0, kMin},
+        {u"x*y", 65536, 65536, 0, 0}, {u"x/y", kMin, -1, 0, kMin}, {u"-x", kMin, 0, 0, kMin},
+        {u"2147483647", 0, 0, 0, kMax}, {u"x*128+y", 0x7F, 0x7F, 0, 16383}, {u"x-64", 0x3F, 0, 0, -1}};
+    for (const TCase& c : cases)
+    {
+        SCOPED_TRACE(NSTextPackage::UTF8FromText16(c.fText));
+        const TExpressionPtr expression = CompileExpression(c.fText);
+        ASSERT_NE(expression, nullptr);
+        EXPECT_EQ(expression->Evaluate(c.fX, c.fY, c.fZ), c.fResult);
+    }
     EXPECT_EQ(CompileExpression(u""), nullptr);
     EXPECT_EQ(CompileExpression(u"   "), nullptr);
 }
 
-struct TErrorCase
+// Throws the text, or "" after a failed assertion; returns the assertions.
+std::size_t ExpectRefused(const TText16& text, const char* message)
 {
-    std::u16string_view fText;
-    const char* fMessage;
-    std::size_t fAssertions;
-};
-
-class ExpressionErrors : public testing::TestWithParam<TErrorCase>
-{
-};
-
-TEST_P(ExpressionErrors, ThrowTheirText)
-{
-    const TErrorCase& c = GetParam();
     NSTesting::CExpectAssertions expect;
     try
     {
-        CompileExpression(c.fText);
-        ADD_FAILURE() << "no failure for " << NSTextPackage::UTF8FromText16(c.fText);
+        CompileExpression(text);
+        ADD_FAILURE() << "accepted a text of " << text.size() << " units";
     }
     catch (const std::runtime_error& e)
     {
-        EXPECT_STREQ(e.what(), c.fMessage);
+        EXPECT_STREQ(e.what(), message);
     }
-    EXPECT_EQ(expect.Count(), c.fAssertions);
+    return expect.Count();
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, ExpressionErrors,
-                         testing::Values(TErrorCase{u"+", "", 1}, TErrorCase{u"1+", "", 1},
-                                         TErrorCase{u"*2", "", 1}, TErrorCase{u"()", "", 1},
-                                         TErrorCase{u"1)", "syntax error", 0},
-                                         TErrorCase{u"(1))", "syntax error", 0},
-                                         TErrorCase{u"a", "syntax error", 0},
-                                         TErrorCase{u"1\t+2", "syntax error", 0},
-                                         TErrorCase{u"x\u00E9", "syntax error", 0},
-                                         TErrorCase{u"x%2", "syntax error", 0}));
+TEST(ExpressionCompile, ErrorsThrowTheirText)
+{
+    const std::tuple<std::u16string_view, const char*, std::size_t> cases[] = {
+        {u"+", "", 1}, {u"1+", "", 1}, {u"*2", "", 1}, {u"()", "", 1}, {u"1)", "syntax error", 0},
+        {u"(1))", "syntax error", 0}, {u"a", "syntax error", 0}, {u"1\t+2", "syntax error", 0},
+        {u"x\u00E9", "syntax error", 0}, {u"x%2", "syntax error", 0}};
+    for (const auto& [text, message, assertions] : cases)
+        EXPECT_EQ(ExpectRefused(TText16(text), message), assertions) << NSTextPackage::UTF8FromText16(text);
+}
 
 TText16 Repeated(std::u16string_view piece, std::size_t count)
 {
@@ -121,19 +94,7 @@ TEST(ExpressionCompile, TextsPastTheLongestAreRefusedWhateverTheyHold)
                              Repeated(u"1+", 5'000'000) + u"1", Repeated(u"x*(", 1000) + u"x",
                              TText16(kMaxExpressionLength + 1, u'7')};
     for (const TText16& text : texts)
-    {
-        NSTesting::CExpectAssertions expect;
-        try
-        {
-            CompileExpression(text);
-            ADD_FAILURE() << "accepted a text of " << text.size() << " units";
-        }
-        catch (const std::runtime_error& e)
-        {
-            EXPECT_STREQ(e.what(), "Expression too long");
-        }
-        EXPECT_EQ(expect.Count(), 0u);
-    }
+        EXPECT_EQ(ExpectRefused(text, "Expression too long"), 0u);
 }
 
 TEST(ExpressionCompile, TheLongestTextMakesTheDeepestTreeThatStillEvaluates)
@@ -154,16 +115,4 @@ TEST(ExpressionCompile, AnUnclosedParenthesisIsReportedAndReadAsClosed)
     EXPECT_EQ(expression->Evaluate(0, 0, 0), 3);
 }
 
-TEST(ExpressionCompile, BuildsTheTreeUnderAnIdentityRoot)
-{
-    const TExpressionPtr expression = CompileExpression(u"-x");
-    ASSERT_NE(expression, nullptr);
-    EXPECT_EQ(expression->GetType(), CExpression::kIdentity);
-    EXPECT_EQ(expression->GetRight().fKind, CExpression::TOperand::kNone);
-    const TExpressionPtr& negate = expression->GetLeft().fSubexpression;
-    ASSERT_NE(negate, nullptr);
-    EXPECT_EQ(negate->GetType(), CExpression::kNegate);
-    EXPECT_EQ(negate->GetLeft().fKind, CExpression::TOperand::kVariable);
-    EXPECT_EQ(negate->GetLeft().fNumber, kUnusedField);
-}
 } // namespace

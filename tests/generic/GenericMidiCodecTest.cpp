@@ -65,6 +65,10 @@ TEST_F(GenericCodec, ListsNothingForAFolderWithoutDefinitions)
     EXPECT_EQ(fInfos.fCalls, 1);
     EXPECT_TRUE(fInfos.fInfos.empty());
     EXPECT_FALSE(fMessages.HasText());
+    u32 mayStay = 0;
+    EXPECT_EQ(fCodec->ICodec2_GetMayStayLoaded(&mayStay), kCodecOK);
+    EXPECT_EQ(mayStay, 1u);
+    EXPECT_EQ(fCodec->ICodec2_SetDebugger(nullptr), kCodecOK);
 }
 
 TEST_F(GenericCodec, ListsModelsInNameOrderAndTheFirstFileWins)
@@ -133,14 +137,6 @@ TEST_F(GenericCodec, CreatesSurfacesByUniqueNameWithoutRegardToCase)
     EXPECT_EQ(status, kCodecInvalidArgument);
 }
 
-TEST_F(GenericCodec, MayStayLoaded)
-{
-    u32 result = 0;
-    EXPECT_EQ(fCodec->ICodec2_GetMayStayLoaded(&result), kCodecOK);
-    EXPECT_EQ(result, 1u);
-    EXPECT_EQ(fCodec->ICodec2_SetDebugger(nullptr), kCodecOK);
-}
-
 TEST_F(GenericCodec, LoadsThePictureBesideTheFile)
 {
     fFolder.Write("box.midicodec", Definition("Acme", "Box"));
@@ -192,19 +188,13 @@ TEST(IdentityMask, ComparesWithTheStartOfTheMessage)
 class CSimulatedProber : public IMIDIProber
 {
 public:
-    u32 fOutPorts = 3;
-    u32 fInPorts = 4;
-    u32 fAnsweringOutPort = 1;
-    u32 fReplyingInPort = 2;
+    u32 fOutPorts = 3, fInPorts = 4;
+    u32 fAnsweringOutPort = 1, fReplyingInPort = 2;
     int fRepliesPerRequest = 1;
     TBytes fReply = {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x01, 0xF7};
     std::vector<u32> fSentOn;
 
-    u32 IMIDIProber_GetOutPortCount(u32* count) override
-    {
-        *count = fOutPorts;
-        return kCodecOK;
-    }
+    u32 IMIDIProber_GetOutPortCount(u32* count) override { *count = fOutPorts; return kCodecOK; }
     u32 IMIDIProber_SendEvents(u32 outPort, u32 count, const TMIDIEvent* events) override
     {
         fSentOn.push_back(outPort);
@@ -213,11 +203,7 @@ public:
             fPending[fReplyingInPort] += fRepliesPerRequest;
         return kCodecOK;
     }
-    u32 IMIDIProber_GetInPortCount(u32* count) override
-    {
-        *count = fInPorts;
-        return kCodecOK;
-    }
+    u32 IMIDIProber_GetInPortCount(u32* count) override { *count = fInPorts; return kCodecOK; }
     u32 IMIDIProber_GetEvents(u32 inPort, IMIDIEventGetter& getter) override
     {
         std::vector<TMIDIEvent> events;

@@ -68,20 +68,16 @@ TEST_F(GenericSurfaceInput, PassesEachMatchOnWithItsTimeAndValues)
     EXPECT_EQ(fHandler.fInputs[1].fValue1, 64);
 }
 
-TEST_F(GenericSurfaceInput, WithoutAHandlerDropsTheMessageUnbuffered)
+// Without a handler a message is dropped unbuffered and can't combine with a
+// later one; with one, the second message completes the rule.
+TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
 {
     fSurface = MakeSurface({}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
     EXPECT_EQ(Send({0xB0, 0x01, 0x02}), kCodecOK);
     EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
     Connect();
     EXPECT_EQ(Send({0xB0, 0x03, 0x04}), kCodecOK);
-    EXPECT_TRUE(fHandler.fInputs.empty()) << "the dropped message can't combine with a later one";
-}
-
-TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessage)
-{
-    fSurface = MakeSurface({}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
-    Connect();
+    EXPECT_TRUE(fHandler.fInputs.empty());
     Send({0xB0, 0x01, 0x02});
     EXPECT_EQ(fSurface->GetBufferedCount(0), 1u);
     Send({0xB0, 0x03, 0x04});
@@ -94,9 +90,8 @@ TEST_F(GenericSurfaceInput, ReadsAnNRPNFromThreeMessages)
 {
     fSurface = MakeSurface({}, {"Param\tvalue\t0\t16383"}, {"B0 63 xx B0 62 yy B0 06 zz\tParam\tx*128+y\tz\t\t"});
     Connect();
-    Send({0xB0, 0x63, 0x01});
-    Send({0xB0, 0x62, 0x05});
-    Send({0xB0, 0x06, 0x40});
+    for (const TBytes& message : {TBytes{0xB0, 0x63, 0x01}, TBytes{0xB0, 0x62, 0x05}, TBytes{0xB0, 0x06, 0x40}})
+        Send(message);
     ASSERT_EQ(fHandler.fInputs.size(), 1u);
     EXPECT_EQ(fHandler.fInputs[0].fValue1, 133);
     EXPECT_EQ(fHandler.fInputs[0].fValue2, 0x40);
@@ -107,9 +102,8 @@ TEST_F(GenericSurfaceInput, KeepsAtMostTheLatestTwoWhenTheNextMessageComes)
     fSurface = MakeSurface({}, {"Four\tvalue\t0\t127", "Late\tvalue\t0\t127"},
                            {"C0 01 C0 02 C0 03 C0 xx\tFour\tx\t\t\t", "C0 02 C0 03 C0 xx\tLate\tx\t\t\t"});
     Connect();
-    Send({0xC0, 0x01});
-    Send({0xC0, 0x02});
-    Send({0xC0, 0x03});
+    for (const TBytes& message : {TBytes{0xC0, 0x01}, TBytes{0xC0, 0x02}, TBytes{0xC0, 0x03}})
+        Send(message);
     EXPECT_EQ(fSurface->GetBufferedCount(0), 3u) << "three that matched nothing all wait";
     ASSERT_EQ(fHandler.fInputs.size(), 0u) << "a rule never spans more than three messages";
     Send({0xC0, 0x04});
@@ -136,9 +130,8 @@ TEST_F(GenericSurfaceInput, SettlesOverlapByItemOrderThenRuleOrder)
                            {"90 xx yy\tSecond\ty\t\t\t", "90 10 xx\tFirst\tx\t\t\t", "F8\tClock\t1\t\t\t",
                             "90 xx ??\tFirst\t0\t\t\t"});
     Connect();
-    Send({0xF8, 0x00, 0x00});
-    Send({0x90, 0x10, 0x22});
-    Send({0x90, 0x11, 0x22});
+    for (const TBytes& message : {TBytes{0xF8, 0x00, 0x00}, TBytes{0x90, 0x10, 0x22}, TBytes{0x90, 0x11, 0x22}})
+        Send(message);
     ASSERT_EQ(fHandler.fInputs.size(), 3u);
     EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 0u) << "a one-byte rule matches a longer message";
     EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 1u);
@@ -149,41 +142,32 @@ TEST_F(GenericSurfaceInput, SettlesOverlapByItemOrderThenRuleOrder)
 
 TEST_F(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
 {
-    std::vector<std::string> items;
-    std::vector<std::string> rules;
-    for (int i = 0; i < 40; ++i)
+    std::vector<std::string> items(1, "Catch\tvalue\t0\t127");
+    std::vector<std::string> rules(1, "B? ?? xx\tCatch\tx\t\t\t");
+    for (int i = 39; i >= 0; --i)
     {
-        char row[64];
-        std::snprintf(row, sizeof row, "I%d\tvalue\t0\t127", i);
-        items.emplace_back(row);
-        std::snprintf(row, sizeof row, "B0 %02X xx\tI%d\tx\t\t\t", i, i);
-        rules.emplace_back(row);
+        char rule[64];
+        std::snprintf(rule, sizeof rule, "B0 %02X xx\tI%d\tx\t\t\t", i, i);
+        items.insert(items.begin(), "I" + std::to_string(i) + "\tvalue\t0\t127");
+        rules.insert(rules.begin(), rule);
     }
-    items.push_back("Catch\tvalue\t0\t127");
-    rules.push_back("B? ?? xx\tCatch\tx\t\t\t");
     fSurface = MakeSurface({}, items, rules);
     Connect();
-    Send({0xB0, 0x27, 0x11});
-    Send({0xB0, 0x28, 0x12});
-    Send({0xB1, 0x01, 0x13});
+    for (const TBytes& message : {TBytes{0xB0, 0x27, 0x11}, TBytes{0xB0, 0x28, 0x12}, TBytes{0xB1, 0x01, 0x13}})
+        Send(message);
     ASSERT_EQ(fHandler.fInputs.size(), 3u);
     EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 39u);
     EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 40u);
     EXPECT_EQ(fHandler.fInputs[2].fItemIndex, 40u);
 }
 
-TEST_F(GenericSurfaceInput, ReturnsTheHandlersFailure)
+// The handler's failure is the surface's; a port beyond the count is refused.
+TEST_F(GenericSurfaceInput, ReturnsTheHandlersFailureAndRefusesAPortBeyondItsCount)
 {
     fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127"}, {"B0 07 xx\tFader\tx\t\t\t"});
     Connect();
     fHandler.fStatus = kCodecBadFormat;
     EXPECT_EQ(Send({0xB0, 0x07, 0x01}), kCodecBadFormat);
-}
-
-TEST_F(GenericSurfaceInput, RefusesAPortBeyondItsCount)
-{
-    fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127"}, {"B0 07 xx\tFader\tx\t\t\t"});
-    Connect();
     NSTesting::CExpectAssertions expect;
     Send({0xB0, 0x07, 0x01}, 3);
     EXPECT_EQ(expect.Count(), 1u);
@@ -274,10 +258,6 @@ TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
     ASSERT_EQ(shutdown.fCalls.size(), 1u);
     EXPECT_TRUE(shutdown.fCalls[0].empty());
 }
-} // namespace
-
-namespace
-{
 TEST(GenericSurface, TakesMessagesOfUpTo1024Bytes)
 {
     TSurface surface = MakeSurface({}, {"Dump\tvalue\t0\t127"}, {"F0 7D xx\tDump\tx\t\t\t"});

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace NSGenericMidiCodec;
@@ -25,60 +26,52 @@ std::optional<TValues> MatchOnce(const CMapRule& rule, const TBytes& message)
     return values;
 }
 
-struct TMatchCase
+TEST(PatternMatching, ReadsTheVariablesThroughTheExpressions)
 {
-    std::u16string_view fPattern;
-    std::u16string_view fValue1, fValue2, fValue3;
-    TBytes fMessage;
-    std::optional<TValues> fExpected;
-};
-
-void PrintTo(const TMatchCase& c, std::ostream* out) { *out << NSTextPackage::UTF8FromText16(c.fPattern); }
-
-class PatternMatching : public testing::TestWithParam<TMatchCase>
-{
-};
-
-TEST_P(PatternMatching, ReadsTheVariablesThroughTheExpressions)
-{
-    const TMatchCase& c = GetParam();
-    const CMapRule rule(c.fPattern, c.fValue1, c.fValue2, c.fValue3);
-    EXPECT_EQ(MatchOnce(rule, c.fMessage), c.fExpected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Patterns, PatternMatching,
-    testing::Values(
-        TMatchCase{u"80 xx yy", u"x", u"y", u"7", {0x80, 0x1B, 0x7F}, TValues{27, 127, 7}},
-        TMatchCase{u"<1000 0000> <0000 01xx> yy", u"1+x*2", u"y / 2", u"-0", {0x80, 0x07, 0x2A}, TValues{7, 21, 0}},
-        TMatchCase{u"80 <0-xxx xxxx> yz", u"x", u"y", u"z", {0x80, 0x7F, 0x12}, TValues{-1, 1, 2}},
-        TMatchCase{u"80 -xx -yy", u"x", u"y", u"-18453", {0x80, 0x8F, 0xEF}, TValues{-113, -17, -18453}},
-        TMatchCase{u"<0xxx xxxx> xx xx", u"x", u"0", u"0", {0x12, 0x34, 0x56}, TValues{0x123456, 0, 0}},
-        TMatchCase{u"10xxxx 20yyyy 30zzzz", u"x", u"y", u"z", {0x10, 0x10, 0x10, 0x20, 0x20, 0x20, 0x30, 0x30, 0x30},
-                   TValues{0x1010, 0x2020, 0x3030}},
-        TMatchCase{u"<0??x xxxx> xx xx", u"x", u"0", u"0", {0x37, 0x34, 0x56}, TValues{0x173456, 0, 0}},
-        TMatchCase{u"<0??x xxxx> xx xx", u"x", u"0", u"0", {0xF7, 0x34, 0x56}, std::nullopt},
-        TMatchCase{u"12 ?4 56", u"1", u"0", u"0", {0x12, 0x64, 0x56}, TValues{1, 0, 0}},
-        TMatchCase{u"12 ?4 56", u"1", u"0", u"0", {0x12, 0x64, 0x65}, std::nullopt},
-        TMatchCase{u"12 34 56", u"1", u"0", u"0", {0x12, 0x34, 0x57}, std::nullopt},
-        TMatchCase{u"12 34 <xxxy yyzz>", u"x", u"y", u"z", {0x12, 0x34, 0x57}, TValues{2, 5, 3}},
+    struct TCase
+    {
+        std::u16string_view fPattern;
+        std::u16string_view fValue1, fValue2, fValue3;
+        TBytes fMessage;
+        std::optional<TValues> fExpected;
+    };
+    const TCase cases[] = {
+        {u"80 xx yy", u"x", u"y", u"7", {0x80, 0x1B, 0x7F}, TValues{27, 127, 7}},
+        {u"<1000 0000> <0000 01xx> yy", u"1+x*2", u"y / 2", u"-0", {0x80, 0x07, 0x2A}, TValues{7, 21, 0}},
+        {u"80 <0-xxx xxxx> yz", u"x", u"y", u"z", {0x80, 0x7F, 0x12}, TValues{-1, 1, 2}},
+        {u"80 -xx -yy", u"x", u"y", u"-18453", {0x80, 0x8F, 0xEF}, TValues{-113, -17, -18453}},
+        {u"<0xxx xxxx> xx xx", u"x", u"0", u"0", {0x12, 0x34, 0x56}, TValues{0x123456, 0, 0}},
+        {u"10xxxx 20yyyy 30zzzz", u"x", u"y", u"z", {0x10, 0x10, 0x10, 0x20, 0x20, 0x20, 0x30, 0x30, 0x30},
+         TValues{0x1010, 0x2020, 0x3030}},
+        {u"<0??x xxxx> xx xx", u"x", u"0", u"0", {0x37, 0x34, 0x56}, TValues{0x173456, 0, 0}},
+        {u"<0??x xxxx> xx xx", u"x", u"0", u"0", {0xF7, 0x34, 0x56}, std::nullopt},
+        {u"12 ?4 56", u"1", u"0", u"0", {0x12, 0x64, 0x56}, TValues{1, 0, 0}},
+        {u"12 ?4 56", u"1", u"0", u"0", {0x12, 0x64, 0x65}, std::nullopt},
+        {u"12 34 56", u"1", u"0", u"0", {0x12, 0x34, 0x57}, std::nullopt},
+        {u"12 34 <xxxy yyzz>", u"x", u"y", u"z", {0x12, 0x34, 0x57}, TValues{2, 5, 3}},
         // A message longer than the pattern matches on its start; a shorter one never.
-        TMatchCase{u"F8", u"", u"", u"", {0xF8, 0x01, 0x02}, TValues{0, 0, 0}},
-        TMatchCase{u"90 xx yy", u"x", u"y", u"", {0x90, 0x40}, std::nullopt},
+        {u"F8", u"", u"", u"", {0xF8, 0x01, 0x02}, TValues{0, 0, 0}},
+        {u"90 xx yy", u"x", u"y", u"", {0x90, 0x40}, std::nullopt},
         // The short read of the format: 8 bits from bit 4 visit one byte and read 0.
-        TMatchCase{u"1x x0", u"x", u"", u"", {0x1A, 0xB0}, TValues{0, 0, 0}},
-        TMatchCase{u"<00xx xxxx> <xx00 0000>", u"x", u"", u"", {0x3F, 0xC0}, TValues{0, 0, 0}},
-        TMatchCase{u"xx xx", u"x", u"", u"", {0x12, 0x34}, TValues{0x1234, 0, 0}},
+        {u"1x x0", u"x", u"", u"", {0x1A, 0xB0}, TValues{0, 0, 0}},
+        {u"<00xx xxxx> <xx00 0000>", u"x", u"", u"", {0x3F, 0xC0}, TValues{0, 0, 0}},
+        {u"xx xx", u"x", u"", u"", {0x12, 0x34}, TValues{0x1234, 0, 0}},
         // A 32-bit variable, signed: -1 whenever its top bit is set, whatever the rest.
-        TMatchCase{u"-xxxxxxxx", u"x", u"", u"", {0x80, 0x00, 0x00, 0x05}, TValues{-1, 0, 0}},
-        TMatchCase{u"-xxxxxxxx", u"x", u"", u"", {0x7F, 0xFF, 0xFF, 0xFF}, TValues{0x7FFFFFFF, 0, 0}},
-        TMatchCase{u"xxxxxxxx", u"x", u"", u"", {0xFF, 0xFF, 0xFF, 0xFE}, TValues{-2, 0, 0}},
+        {u"-xxxxxxxx", u"x", u"", u"", {0x80, 0x00, 0x00, 0x05}, TValues{-1, 0, 0}},
+        {u"-xxxxxxxx", u"x", u"", u"", {0x7F, 0xFF, 0xFF, 0xFF}, TValues{0x7FFFFFFF, 0, 0}},
+        {u"xxxxxxxx", u"x", u"", u"", {0xFF, 0xFF, 0xFF, 0xFE}, TValues{-2, 0, 0}},
         // "?" clears a pending "-"; a fixed digit does not.
-        TMatchCase{u"-?? xx", u"x", u"", u"", {0x00, 0xFF}, TValues{255, 0, 0}},
-        TMatchCase{u"-00 xx", u"x", u"", u"", {0x00, 0xFF}, TValues{-1, 0, 0}},
+        {u"-?? xx", u"x", u"", u"", {0x00, 0xFF}, TValues{255, 0, 0}},
+        {u"-00 xx", u"x", u"", u"", {0x00, 0xFF}, TValues{-1, 0, 0}},
         // Letters and digits in either case; a signed mark inside a binary group.
-        TMatchCase{u"bF XX", u"x", u"", u"", {0xBF, 0x05}, TValues{5, 0, 0}},
-        TMatchCase{u"<1-xx ? ? ? ? ?>", u"x", u"", u"", {0xD3}, TValues{-2, 0, 0}}));
+        {u"bF XX", u"x", u"", u"", {0xBF, 0x05}, TValues{5, 0, 0}},
+        {u"<1-xx ? ? ? ? ?>", u"x", u"", u"", {0xD3}, TValues{-2, 0, 0}}};
+    for (const TCase& c : cases)
+    {
+        const CMapRule rule(c.fPattern, c.fValue1, c.fValue2, c.fValue3);
+        EXPECT_EQ(MatchOnce(rule, c.fMessage), c.fExpected) << NSTextPackage::UTF8FromText16(c.fPattern);
+    }
+}
 
 TEST(PatternMatching, ATwoRuleItemIsSettledByRuleOrder)
 {
@@ -89,51 +82,34 @@ TEST(PatternMatching, ATwoRuleItemIsSettledByRuleOrder)
     EXPECT_EQ(first({0x12, 0x34, 0x57}), (TValues{2, 5, 3}));
 }
 
-struct TCompileErrorCase
+TEST(PatternCompile, ErrorsThrowTheirMessage)
 {
-    std::u16string_view fPattern;
-    std::u16string_view fValue1;
-    const char* fMessage;
-};
-
-void PrintTo(const TCompileErrorCase& c, std::ostream* out) { *out << NSTextPackage::UTF8FromText16(c.fPattern); }
-
-class PatternErrors : public testing::TestWithParam<TCompileErrorCase>
-{
-};
-
-TEST_P(PatternErrors, ThrowTheirMessage)
-{
-    const TCompileErrorCase& c = GetParam();
-    NSTesting::CExpectAssertions expect; // an expression without operands reports first
-    try
+    const std::tuple<std::u16string_view, std::u16string_view, const char*> cases[] = {
+        {u"12 3", u"", "Map error: Bad message length"}, {u"1<0>", u"", "Map error: Bad message length"},
+        {u"<1>2", u"", "Map error: A hex digit can only start on a nibble boundary"},
+        {u"x<1>x", u"", "Map error: A hex digit variable can only start on a nibble boundary"},
+        {u"<1>?", u"", "Map error: A hex digit variable can only start on a nibble boundary"},
+        {u"xx ?? xx", u"", "Map error: Cannot have fragmented x:s"},
+        {u"yy 00 yy", u"", "Map error: Cannot have fragmented y:s"},
+        {u"<zz0z>??", u"", "Map error: Cannot have fragmented z:s"},
+        {u"<<", u"", "Map error: Nested <:s"}, {u"12>", u"", "Map error: > can only come after a <"},
+        {u"<0120>", u"", "Map error: Only 1:s and 0:s are allowed in binary mode"},
+        {u"1G", u"", "Map error: Non-hex character"}, {u"12\t34", u"", "Map error: Non-hex character"},
+        {u"12 34", u"1+", ""}, {u"12 34", u"q", "syntax error"}};
+    for (const auto& [pattern, value1, message] : cases)
     {
-        CMapRule rule(c.fPattern, c.fValue1, u"", u"");
-        ADD_FAILURE() << "compiled";
-    }
-    catch (const std::runtime_error& e)
-    {
-        EXPECT_STREQ(e.what(), c.fMessage);
+        NSTesting::CExpectAssertions expect; // an expression without operands reports first
+        try
+        {
+            CMapRule rule(pattern, value1, u"", u"");
+            ADD_FAILURE() << "compiled " << NSTextPackage::UTF8FromText16(TText16(pattern));
+        }
+        catch (const std::runtime_error& e)
+        {
+            EXPECT_STREQ(e.what(), message);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Patterns, PatternErrors,
-    testing::Values(TCompileErrorCase{u"12 3", u"", "Map error: Bad message length"},
-                    TCompileErrorCase{u"1<0>", u"", "Map error: Bad message length"},
-                    TCompileErrorCase{u"<1>2", u"", "Map error: A hex digit can only start on a nibble boundary"},
-                    TCompileErrorCase{u"x<1>x", u"", "Map error: A hex digit variable can only start on a nibble boundary"},
-                    TCompileErrorCase{u"<1>?", u"", "Map error: A hex digit variable can only start on a nibble boundary"},
-                    TCompileErrorCase{u"xx ?? xx", u"", "Map error: Cannot have fragmented x:s"},
-                    TCompileErrorCase{u"yy 00 yy", u"", "Map error: Cannot have fragmented y:s"},
-                    TCompileErrorCase{u"<zz0z>??", u"", "Map error: Cannot have fragmented z:s"},
-                    TCompileErrorCase{u"<<", u"", "Map error: Nested <:s"},
-                    TCompileErrorCase{u"12>", u"", "Map error: > can only come after a <"},
-                    TCompileErrorCase{u"<0120>", u"", "Map error: Only 1:s and 0:s are allowed in binary mode"},
-                    TCompileErrorCase{u"1G", u"", "Map error: Non-hex character"},
-                    TCompileErrorCase{u"12\t34", u"", "Map error: Non-hex character"},
-                    TCompileErrorCase{u"12 34", u"1+", ""},
-                    TCompileErrorCase{u"12 34", u"q", "syntax error"}));
 
 TEST(PatternCompile, FixesTheBitsAndMasksInOrder)
 {
@@ -144,12 +120,7 @@ TEST(PatternCompile, FixesTheBitsAndMasksInOrder)
     EXPECT_EQ(rule.GetX().fFirst, 1);
     EXPECT_EQ(rule.GetX().fLast, 1);
     EXPECT_FALSE(rule.GetY().IsUsed());
-}
-
-TEST(PatternCompile, AnUnclosedBinaryGroupIsNoError)
-{
-    const CMapRule rule(u"<1000 0000", u"", u"", u"");
-    EXPECT_TRUE(MatchOnce(rule, {0x80}));
+    EXPECT_TRUE(MatchOnce(CMapRule(u"<1000 0000", u"", u"", u""), {0x80})) << "an unclosed binary group is no error";
 }
 
 TEST(PatternCompile, AnEmptyPatternIsReportedAndMatchesAnything)

@@ -26,13 +26,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-class CAlertRecorder final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
-};
-
 std::vector<std::u16string> LoadedModels()
 {
     std::vector<std::u16string> names;

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 using namespace NSHostTesting;
 using namespace NSKinvarCodec;
 
@@ -29,17 +31,13 @@ protected:
     // Runs the loop until something requests the quit, or ten seconds pass.
     void Run()
     {
-        std::thread watchdog([this] {
-            std::unique_lock lock(fWatchdogLock);
-            if (!fFinished.wait_for(lock, 10s, [this] { return fDone; }))
+        std::promise<void> finished;
+        std::thread watchdog([this, done = finished.get_future()] {
+            if (done.wait_for(10s) == std::future_status::timeout)
                 fVistal.IVistal_RequestQuit();
         });
         fVistal.Run(fBehavior);
-        {
-            std::lock_guard lock(fWatchdogLock);
-            fDone = true;
-        }
-        fFinished.notify_one();
+        finished.set_value();
         watchdog.join();
     }
 
@@ -51,9 +49,6 @@ protected:
     CVistalInstallation fInstallation{fVistal};
     CFakeWindows fWindows;
     CMyAppBehavior fBehavior{fWindows, fHub, fFrames};
-    std::mutex fWatchdogLock;
-    std::condition_variable fFinished;
-    bool fDone = false;
 };
 
 // A message sent on "Loopback A" is decoded on the delivery thread, queued,

@@ -4,6 +4,7 @@
 // channel and the log, the loopback ports, and bounded waits.
 
 #include "codec/CodecSupport.h"
+#include "foundation/Alert.h"
 #include "host/Vistal.h"
 #include "host/WorkbenchWindows.h"
 #include "midi/MIDIHub.h"
@@ -78,6 +79,14 @@ class CLogCapture
 public:
     CLogCapture();
     TText16 Text();
+};
+
+// The texts of the alerts while it is installed (with CAlertInterception).
+class CAlertRecorder final : public IAlertHandler
+{
+public:
+    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
+    std::vector<TText16> fTexts;
 };
 
 CMIDIPortSpec InPort(const char16_t* cable);

@@ -43,52 +43,45 @@ std::vector<TMIDIEvent> Events(const std::vector<TBinary>& messages)
     return events;
 }
 
-struct TAssemblyCase
+TEST(MIDIEventGetterTest, SendsWholeMessages)
 {
-    const char* fName;
-    std::vector<std::vector<TBinary>> fCalls; // the records of each Take
-    std::vector<TBinary> fSent;
-};
-
-class MIDIEventGetterAssembly : public testing::TestWithParam<TAssemblyCase>
-{
-};
-
-TEST_P(MIDIEventGetterAssembly, SendsWholeMessages)
-{
-    auto sender = std::make_shared<CRecordingSender>();
-    CMIDIEventGetter getter(sender, kThrottleOff);
-    u32 bytes = 0;
-    for (const auto& call : GetParam().fCalls)
+    struct TCase
     {
-        const std::vector<TMIDIEvent> events = Events(call);
-        EXPECT_EQ(::kCodecOK, getter.IMIDIEventGetter_Take(events.data(), static_cast<u32>(events.size())));
-    }
-    EXPECT_EQ(GetParam().fSent, sender->fSent);
-    for (const TBinary& sent : sender->fSent)
-        bytes += static_cast<u32>(sent.size());
-    EXPECT_EQ(bytes, getter.GetByteCount());
-    // A message goes with the time of the record that completes it.
-    if (!sender->fTimes.empty())
-    {
-        EXPECT_EQ(100u + GetParam().fCalls.back().size() - 1, sender->fTimes.back());
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, MIDIEventGetterAssembly,
-    testing::Values(
-        TAssemblyCase{"ShortMessagesAsTheyCome", {{{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
-                      {{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
-        TAssemblyCase{"SysexInOneRecord", {{{0xF0, 0x01, 0xF7}}}, {{0xF0, 0x01, 0xF7}}},
-        TAssemblyCase{"SysexOverThreeRecords",
-                      {{{0xF0, 0x01}, {0x02, 0x03}, {0x04, 0xF7}, {0xC0, 0x05}}},
-                      {{0xF0, 0x01, 0x02, 0x03, 0x04, 0xF7}, {0xC0, 0x05}}},
+        const char* fName;
+        std::vector<std::vector<TBinary>> fCalls; // the records of each Take
+        std::vector<TBinary> fSent;
+    };
+    const TCase cases[] = {
+        {"ShortMessagesAsTheyCome", {{{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}}, {{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
+        {"SysexInOneRecord", {{{0xF0, 0x01, 0xF7}}}, {{0xF0, 0x01, 0xF7}}},
+        {"SysexOverThreeRecords", {{{0xF0, 0x01}, {0x02, 0x03}, {0x04, 0xF7}, {0xC0, 0x05}}},
+         {{0xF0, 0x01, 0x02, 0x03, 0x04, 0xF7}, {0xC0, 0x05}}},
         // No state survives a call: the open sysex is dropped, and the next
         // call's data bytes go out as a message of their own.
-        TAssemblyCase{"AnOpenSysexDiesWithItsCall", {{{0xF0, 0x01}}, {{0x02, 0xF7}}}, {{0x02, 0xF7}}},
-        TAssemblyCase{"NothingAtAll", {{}}, {}}),
-    [](const testing::TestParamInfo<TAssemblyCase>& info) { return info.param.fName; });
+        {"AnOpenSysexDiesWithItsCall", {{{0xF0, 0x01}}, {{0x02, 0xF7}}}, {{0x02, 0xF7}}},
+        {"NothingAtAll", {{}}, {}}};
+    for (const TCase& c : cases)
+    {
+        SCOPED_TRACE(c.fName);
+        auto sender = std::make_shared<CRecordingSender>();
+        CMIDIEventGetter getter(sender, kThrottleOff);
+        for (const auto& call : c.fCalls)
+        {
+            const std::vector<TMIDIEvent> events = Events(call);
+            EXPECT_EQ(::kCodecOK, getter.IMIDIEventGetter_Take(events.data(), static_cast<u32>(events.size())));
+        }
+        EXPECT_EQ(c.fSent, sender->fSent);
+        u32 bytes = 0;
+        for (const TBinary& sent : sender->fSent)
+            bytes += static_cast<u32>(sent.size());
+        EXPECT_EQ(bytes, getter.GetByteCount());
+        // A message goes with the time of the record that completes it.
+        if (!sender->fTimes.empty())
+        {
+            EXPECT_EQ(100u + c.fCalls.back().size() - 1, sender->fTimes.back());
+        }
+    }
+}
 
 // Faults end the call with a status; no exception reaches the codec.
 TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
@@ -140,5 +133,4 @@ TEST(MIDIEventGetterTest, MeteringSleepsTheWireTimeWithTheRoundingCarried)
     getter.IMIDIEventGetter_Take(big.data(), 1); // 320 ms plus the debt
     EXPECT_EQ(std::vector<u32>{320}, sleeps);
 }
-
 } // namespace

@@ -18,13 +18,6 @@ using namespace NSKinvarCodec;
 
 namespace
 {
-class CAlertRecorder final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
-};
-
 class MyAppBehaviorTest : public testing::Test
 {
 protected:

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <tuple>
 
 using namespace NSKinvar;
 using namespace NSKinvarCodec;
@@ -23,76 +24,62 @@ TItemInfo Item(u32 kind, i64 min, i64 max)
     return item;
 }
 
-struct TCommandCase
-{
-    const char* fName;
-    u32 fItemKind;
-    i64 fValue;
-    u32 fTargetKind;
-    std::optional<TKinvarableCommand> fCommand;
-    i64 fScale = 0;
-};
+TKinvarableCommand Cmd(u32 code, i64 value = 0, i64 note = 0, i64 velocity = 0) { return {code, value, note, velocity}; }
 
-std::ostream& operator<<(std::ostream& out, const TCommandCase& c) { return out << c.fName; }
-
-class KinvarableCommands : public testing::TestWithParam<TCommandCase>
+TEST(KinvarableCommands, FollowTheTableOfItemAndTargetKinds)
 {
-};
-
-TEST_P(KinvarableCommands, FollowTheTableOfItemAndTargetKinds)
-{
-    const TCommandCase& c = GetParam();
-    TItemEvent event;
-    event.fItem = c.fItemKind == kInputValue ? Item(kInputValue, 0, 127) : Item(c.fItemKind, 0, 1);
-    if (c.fItemKind == kInputDelta)
-        event.fItem = Item(kInputDelta, -64, 63);
-    event.fInput.fValue1 = c.fValue;
-    event.fInput.fValue2 = 60;
-    event.fInput.fValue3 = 100;
-    event.fScale = c.fScale;
-    const TTargetDescription target{c.fTargetKind, -10, 10, u"", u"", u""};
-    TKinvarableCommand command{};
-    const bool made = MakeKinvarableCommand(event, target, command);
-    ASSERT_EQ(made, c.fCommand.has_value());
-    if (!made)
-        return;
-    EXPECT_EQ(command.fCode, c.fCommand->fCode);
-    EXPECT_EQ(command.fValue, c.fCommand->fValue);
-    EXPECT_EQ(command.fNote, c.fCommand->fNote);
-    EXPECT_EQ(command.fVelocity, c.fCommand->fVelocity);
+    struct TCase
+    {
+        const char* fName;
+        u32 fItemKind;
+        i64 fValue;
+        u32 fTargetKind;
+        std::optional<TKinvarableCommand> fCommand;
+        i64 fScale = 0;
+    };
+    const TCase cases[] = {
+        {"ButtonTriggers", kInputButton, 1, kTargetTrigger, Cmd(kCommandTrigger)},
+        {"ButtonReleaseTriggersNothing", kInputButton, 0, kTargetTrigger, std::nullopt},
+        {"ValueTriggersAtItsMaximum", kInputValue, 127, kTargetTrigger, Cmd(kCommandTrigger)},
+        {"ValueBelowMaximumDoesNot", kInputValue, 126, kTargetTrigger, std::nullopt},
+        {"DeltaUpTriggers", kInputDelta, 2, kTargetTrigger, Cmd(kCommandTrigger)},
+        {"ButtonToggles", kInputButton, 1, kTargetToggle, Cmd(kCommandToggle)},
+        {"ValueAboveMidSetsTheTop", kInputValue, 64, kTargetToggle, Cmd(kCommandSetValue, 10)},
+        {"ValueAtMidSetsTheBottom", kInputValue, 63, kTargetToggle, Cmd(kCommandSetValue, -10)},
+        {"DeltaDownSetsTheBottom", kInputDelta, -1, kTargetToggle, Cmd(kCommandSetValue, -10)},
+        {"ButtonPressSwitches", kInputButton, 1, kTargetSwitch, Cmd(kCommandToggle)},
+        {"ButtonReleaseSwitchesOff", kInputButton, 0, kTargetSwitch, Cmd(kCommandSetValue, 0)},
+        {"KeySwitchesOn", kInputKeyboard, 1, kTargetSwitch, Cmd(kCommandSetValue, 1)},
+        {"DeltaSwitches", kInputDelta, 3, kTargetSwitch, Cmd(kCommandSetValue, 1)},
+        {"ValueScalesRoundingToNearest", kInputValue, 100, kTargetContinuous, Cmd(kCommandSetValue, 6)}, // (100*20+63)/127-10
+        {"DeltaStepsByItsScale", kInputDelta, -3, kTargetContinuous, Cmd(kCommandStep, -12), 4},
+        {"DeltaStepsUnscaledWithScaleZero", kInputDelta, 5, kTargetIncremental, Cmd(kCommandStep, 5)},
+        {"ButtonStepsByOne", kInputButton, 1, kTargetIncremental, Cmd(kCommandStep, 1)},
+        {"ValueCannotStep", kInputValue, 5, kTargetIncremental, std::nullopt},
+        {"KeyPlaysANote", kInputKeyboard, 1, kTargetNotes, Cmd(kCommandNote, 1, 60, 100)},
+        {"ButtonPlaysNoNote", kInputButton, 1, kTargetNotes, std::nullopt},
+        {"NothingDrivesTheNoneKind", kInputKeyboard, 1, kTargetNone, std::nullopt}};
+    for (const TCase& c : cases)
+    {
+        TItemEvent event;
+        event.fItem = c.fItemKind == kInputValue ? Item(kInputValue, 0, 127)
+                      : c.fItemKind == kInputDelta ? Item(kInputDelta, -64, 63)
+                                                   : Item(c.fItemKind, 0, 1);
+        event.fInput.fValue1 = c.fValue;
+        event.fInput.fValue2 = 60;
+        event.fInput.fValue3 = 100;
+        event.fScale = c.fScale;
+        TKinvarableCommand command{};
+        const bool made = MakeKinvarableCommand(event, TTargetDescription{c.fTargetKind, -10, 10, u"", u"", u""}, command);
+        EXPECT_EQ(made, c.fCommand.has_value()) << c.fName;
+        if (made && c.fCommand)
+        {
+            EXPECT_EQ(std::tie(command.fCode, command.fValue, command.fNote, command.fVelocity),
+                      std::tie(c.fCommand->fCode, c.fCommand->fValue, c.fCommand->fNote, c.fCommand->fVelocity))
+                << c.fName;
+        }
+    }
 }
-
-TKinvarableCommand Cmd(u32 code, i64 value = 0, i64 note = 0, i64 velocity = 0)
-{
-    return {code, value, note, velocity};
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, KinvarableCommands,
-    testing::Values(
-        TCommandCase{"ButtonTriggers", kInputButton, 1, kTargetTrigger, Cmd(kCommandTrigger)},
-        TCommandCase{"ButtonReleaseTriggersNothing", kInputButton, 0, kTargetTrigger, std::nullopt},
-        TCommandCase{"ValueTriggersAtItsMaximum", kInputValue, 127, kTargetTrigger, Cmd(kCommandTrigger)},
-        TCommandCase{"ValueBelowMaximumDoesNot", kInputValue, 126, kTargetTrigger, std::nullopt},
-        TCommandCase{"DeltaUpTriggers", kInputDelta, 2, kTargetTrigger, Cmd(kCommandTrigger)},
-        TCommandCase{"ButtonToggles", kInputButton, 1, kTargetToggle, Cmd(kCommandToggle)},
-        TCommandCase{"ValueAboveMidSetsTheTop", kInputValue, 64, kTargetToggle, Cmd(kCommandSetValue, 10)},
-        TCommandCase{"ValueAtMidSetsTheBottom", kInputValue, 63, kTargetToggle, Cmd(kCommandSetValue, -10)},
-        TCommandCase{"DeltaDownSetsTheBottom", kInputDelta, -1, kTargetToggle, Cmd(kCommandSetValue, -10)},
-        TCommandCase{"ButtonPressSwitches", kInputButton, 1, kTargetSwitch, Cmd(kCommandToggle)},
-        TCommandCase{"ButtonReleaseSwitchesOff", kInputButton, 0, kTargetSwitch, Cmd(kCommandSetValue, 0)},
-        TCommandCase{"KeySwitchesOn", kInputKeyboard, 1, kTargetSwitch, Cmd(kCommandSetValue, 1)},
-        TCommandCase{"DeltaSwitches", kInputDelta, 3, kTargetSwitch, Cmd(kCommandSetValue, 1)},
-        TCommandCase{"ValueScalesRoundingToNearest", kInputValue, 100, kTargetContinuous,
-                     Cmd(kCommandSetValue, 6)}, // (100 * 20 + 63) / 127 - 10
-        TCommandCase{"DeltaStepsByItsScale", kInputDelta, -3, kTargetContinuous, Cmd(kCommandStep, -12), 4},
-        TCommandCase{"DeltaStepsUnscaledWithScaleZero", kInputDelta, 5, kTargetIncremental, Cmd(kCommandStep, 5)},
-        TCommandCase{"ButtonStepsByOne", kInputButton, 1, kTargetIncremental, Cmd(kCommandStep, 1)},
-        TCommandCase{"ValueCannotStep", kInputValue, 5, kTargetIncremental, std::nullopt},
-        TCommandCase{"KeyPlaysANote", kInputKeyboard, 1, kTargetNotes, Cmd(kCommandNote, 1, 60, 100)},
-        TCommandCase{"ButtonPlaysNoNote", kInputButton, 1, kTargetNotes, std::nullopt},
-        TCommandCase{"NothingDrivesTheNoneKind", kInputKeyboard, 1, kTargetNone, std::nullopt}),
-    [](const testing::TestParamInfo<TCommandCase>& info) { return std::string(info.param.fName); });
 
 TEST(KinvarableCommands, NonsenseIsAnAssertionAndNoCommand)
 {

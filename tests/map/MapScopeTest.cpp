@@ -26,18 +26,11 @@ namespace
 std::vector<std::string> gTraces;
 void RecordTrace(const char*, i32, const char* text) { gTraces.emplace_back(text); }
 
-class CTraceScope
+struct CTraceScope
 {
-public:
-    CTraceScope() : fOld(GetTraceHook())
-    {
-        gTraces.clear();
-        SetTraceHook(&RecordTrace);
-    }
+    TTraceHook fOld = GetTraceHook();
+    CTraceScope() { gTraces.clear(); SetTraceHook(&RecordTrace); }
     ~CTraceScope() { SetTraceHook(fOld); }
-
-private:
-    TTraceHook fOld;
 };
 
 VMapScope ScopeWithGroups()
@@ -60,16 +53,14 @@ TEST(MapScope, FindMapEntryPrefersNamedValuesAndTheEarlierOfEqualScores)
     EXPECT_EQ(scope.FindMapEntry(fader, {0, 0}).GetKinvarableName(), u"Volume");
     EXPECT_EQ(scope.FindMapEntry(fader, {1, 2}).GetKinvarableName(), u"Pan");   // 1002 twice: the first
     EXPECT_TRUE(scope.FindMapEntry(TMapKey{3, kNoNote}, {0, 0}).IsEmpty());
-}
 
-TEST(MapScope, WithoutGroupsEveryEntryScoresOneAndOnlyOneFitsAKey)
-{
-    VMapScope scope(NSMapTesting::MakeItems());
+    // Without groups every entry scores one and only one fits a key.
+    VMapScope plain(NSMapTesting::MakeItems());
     const TMapKey key{1, kNoNote};
-    scope.AddMapEntry(key, VMapEntry({}, i64{5}, 0));
-    EXPECT_EQ(scope.FindMapEntry(key, {}).GetValue(), 5);
-    EXPECT_TRUE(scope.IsItemMapped(key, {}));
-    EXPECT_FALSE(scope.IsItemMapped(TMapKey{1, 60}, {}));
+    plain.AddMapEntry(key, VMapEntry({}, i64{5}, 0));
+    EXPECT_EQ(plain.FindMapEntry(key, {}).GetValue(), 5);
+    EXPECT_TRUE(plain.IsItemMapped(key, {}));
+    EXPECT_FALSE(plain.IsItemMapped(TMapKey{1, 60}, {}));
 }
 
 TEST(MapScope, GroupNamesAreExactButValueNamesCaseless)
@@ -89,8 +80,7 @@ TEST(MapScope, KinvarableFilterAnswersNewNamesAndTheWalkComparesCaseless)
     EXPECT_TRUE(scope.IsKinvarableMapped(u"Volume", {0, kAnyGroupValue}));
     EXPECT_FALSE(scope.IsKinvarableMapped(u"Volume", {1, kAnyGroupValue}));
     EXPECT_FALSE(scope.IsKinvarableMapped(u"Pan", {0, kAnyGroupValue}));
-    // The filter hashes the name as written, so another case is a new name
-    // unless the hashes collide.
+    // The filter hashes the name as written: another case is a new name.
     EXPECT_FALSE(scope.IsKinvarableMapped(u"VOLUME", {0, kAnyGroupValue}));
 }
 
@@ -165,15 +155,6 @@ TEST(MapScope, SmallScopesCostMemoryByTheirLinesNotByTheWholeFilter)
     EXPECT_TRUE(scopes.back().IsKinvarableMapped(u"Play", {}));
 }
 
-TEST(MapScope, KinvarableHashesFollowTheirSeeds)
-{
-    // h = seed; h = h * 33 + c * (i + 1000000); then the variation; mod 174763.
-    const auto hashes = VMapScope::KinvarableHashes(u"A", {});
-    EXPECT_EQ(hashes[0], (42u * 33u + 65u * 1000000u) % 174763u);
-    const auto withVariation = VMapScope::KinvarableHashes(u"", {3});
-    EXPECT_EQ(withVariation[2], (0x12345678u ^ ((3u * 2u) ^ (3u << 4))) % 174763u);
-}
-
 TEST(MapScope, CopiesShareUntilWrittenAndWarnOncePerSharedList)
 {
     VMapScope original = ScopeWithGroups();
@@ -198,24 +179,19 @@ TEST(MapScope, CopiesShareUntilWrittenAndWarnOncePerSharedList)
 
 TEST(MapScope, CheckRefusesNotesOutsideTheKeyboardModesPastTheStatesAndTwinValues)
 {
-    {
+    const auto check = [](TMapKey key, VMapEntry entry) {
         VMapScope scope(NSMapTesting::MakeItems());
-        scope.AddMapEntry(TMapKey{2, 128}, VMapEntry({}, u"Piano", 0, 0));
-        EXPECT_FALSE(scope.Check());
-    }
-    {
-        VMapScope scope(NSMapTesting::MakeItems());
-        scope.AddMapEntry(TMapKey{1, kNoNote}, VMapEntry({}, u"Play", 0, 2)); // 2 states
-        EXPECT_FALSE(scope.Check());
-    }
-    {
-        VMapScope scope(NSMapTesting::MakeItems());
-        scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({}, u"Volume", 0, 9)); // no states: any mode
-        scope.AddMapEntry(TMapKey{2, 127}, VMapEntry({}, u"Top", 0, 0));
-        EXPECT_TRUE(scope.Check());
-        scope.AddGroup(u"G", {u"x", u"X"});
-        EXPECT_FALSE(scope.Check());
-    }
+        scope.AddMapEntry(key, entry);
+        return scope.Check();
+    };
+    EXPECT_FALSE(check(TMapKey{2, 128}, VMapEntry({}, u"Piano", 0, 0)));
+    EXPECT_FALSE(check(TMapKey{1, kNoNote}, VMapEntry({}, u"Play", 0, 2))); // 2 states
+    VMapScope scope(NSMapTesting::MakeItems());
+    scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({}, u"Volume", 0, 9)); // no states: any mode
+    scope.AddMapEntry(TMapKey{2, 127}, VMapEntry({}, u"Top", 0, 0));
+    EXPECT_TRUE(scope.Check());
+    scope.AddGroup(u"G", {u"x", u"X"});
+    EXPECT_FALSE(scope.Check());
 }
 
 TEST(ControlSurfaceMap, FindsScopesWhateverTheirCase)

@@ -37,30 +37,25 @@ protected:
         NSGenericMidiCodec::TScanPlaces places;
         places.fFiles.push_back(fs::path(BRASSFOLD_TEST_DATA_DIR) / "map" / "Acme Box.midicodec");
         fCodec = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-        fSurfaces = ListSurfaces(fCodec);
-        fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
-        fs::create_directories(fFolder);
-    }
-    void TearDown() override { fs::remove_all(fFolder); }
-
-    static TCodecSurfaceList ListSurfaces(const TCodecPtr& codec)
-    {
         struct CGetter : NSKinvarCodec::IControlSurfaceInfoGetter
         {
             u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
             {
-                fInfos.assign(infos, infos + count);
+                for (u32 i = 0; i < count; ++i)
+                    fSurfaces.emplace_back(fCodec, infos[i]);
                 return NSKinvarCodec::kCodecOK;
             }
-            std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
+            TCodecPtr fCodec;
+            TCodecSurfaceList fSurfaces;
         } getter;
+        getter.fCodec = fCodec;
         CCodecTextGetter messages;
-        EXPECT_EQ(codec->ICodec2_GetControlSurfaces(getter, messages), NSKinvarCodec::kCodecOK);
-        TCodecSurfaceList surfaces;
-        for (const auto& info : getter.fInfos)
-            surfaces.emplace_back(codec, info);
-        return surfaces;
+        EXPECT_EQ(fCodec->ICodec2_GetControlSurfaces(getter, messages), NSKinvarCodec::kCodecOK);
+        fSurfaces = getter.fSurfaces;
+        fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
+        fs::create_directories(fFolder);
     }
+    void TearDown() override { fs::remove_all(fFolder); }
 
     fs::path WriteMap(const std::string& text)
     {
@@ -118,10 +113,6 @@ TEST_F(ValidateMapFileTest, AHeaderFaultFailsWithoutAnyLineInTheLog)
     const TMapCheckResult result = CheckMapFile(fSurfaces, file);
     EXPECT_EQ(result.fOutcome, EMapCheckOutcome::kHeaderFault);
     EXPECT_EQ(NSTextPackage::UTF8FromText16(result.fErrorText), "Line  2: Missing: File Format Version.\n");
-}
-
-TEST_F(ValidateMapFileTest, AMissingFileIsAFileSystemFailure)
-{
     EXPECT_THROW(ValidateMapFile(fSurfaces, fFolder / "absent.kinvarmap"), NSException::XFileNotFound);
 }
 } // namespace

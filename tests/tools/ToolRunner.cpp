@@ -1,16 +1,11 @@
 #include "ToolRunner.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-
-extern char** environ;
 
 namespace NSToolTesting
 {
@@ -23,39 +18,31 @@ std::string ReadFile(const std::filesystem::path& file)
     text << in.rdbuf();
     return text.str();
 }
+
+// One word for the shell, whatever it holds.
+std::string Quoted(const std::string& text)
+{
+    std::string quoted = "'";
+    for (const char c : text)
+        c == '\'' ? quoted.append("'\\''") : quoted.append(1, c); // appends keep GCC 12 quiet
+    return quoted.append("'");
+}
 } // namespace
 
 TRunResult RunTool(const std::string& program, const std::vector<std::string>& arguments, const std::string& input)
 {
     const CScratchFolder scratch;
-    const auto in = scratch.Write("in", input);
+    std::string command = Quoted(std::string(BRASSFOLD_BINARY_DIR) + "/bin/" + program);
+    for (const auto& argument : arguments)
+        command.append(" ").append(Quoted(argument));
     const auto out = scratch.Write("out", "");
     const auto error = scratch.Write("error", "");
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_TRUNC, 0);
-    posix_spawn_file_actions_addopen(&actions, 2, error.c_str(), O_WRONLY | O_TRUNC, 0);
-
-    const std::string path = std::string(BRASSFOLD_BINARY_DIR) + "/bin/" + program;
-    std::vector<char*> argv{const_cast<char*>(path.c_str())};
-    for (const auto& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, path.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0)
-        throw std::runtime_error("cannot start " + path);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    TRunResult result;
-    result.fExitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.fOut = ReadFile(out);
-    result.fError = ReadFile(error);
-    return result;
+    command.append(" <").append(Quoted(scratch.Write("in", input))).append(" >").append(Quoted(out));
+    command.append(" 2>").append(Quoted(error));
+    const int status = std::system(command.c_str());
+    if (status == -1)
+        throw std::runtime_error("cannot run " + command);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(error)};
 }
 
 CScratchFolder::CScratchFolder()

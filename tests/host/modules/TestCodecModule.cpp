@@ -1,17 +1,10 @@
-// The codec modules that the host's tests load. One source, built as several
-// ".kinvarcodec" files by the kind it is compiled for:
-//
-//   BRASSFOLD_TEST_CODEC_GOOD            a script host: SetLuaCodec reads the
-//        script's lines "manufacturer TAB model" as its models (a line "fail"
-//        refuses the script) and SetLuaCodecsDir is kept; it may stay loaded.
-//   BRASSFOLD_TEST_CODEC_NO_FACTORY      exports no factory.
-//   BRASSFOLD_TEST_CODEC_FAILING_FACTORY its factory reports a bad format.
-//   BRASSFOLD_TEST_CODEC_STATES          no script binding, may not stay
-//        loaded; offers "Brassfold Tests" "State Box", whose surface sends
-//        MIDI for the item states it is given (CStateSurface), and refuses
-//        to make any other model.
-//
-// Like any module it shares nothing with the host but the contract header.
+// The codec modules that the host's tests load, one source built by kind:
+// GOOD is a script host (the script's lines "manufacturer TAB model" are its
+// models, a line "fail" refuses it; SetLuaCodecsDir is kept; may stay loaded).
+// NO_FACTORY exports no factory; FAILING_FACTORY's factory reports a bad
+// format. STATES has no script binding, may not stay loaded, and offers
+// "Brassfold Tests" "State Box" (CStateSurface) alone. Like any module it
+// shares nothing with the host but the contract header.
 
 #include "codec/KinvarCodec.h"
 
