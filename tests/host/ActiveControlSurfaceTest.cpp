@@ -1,6 +1,4 @@
-// A running surface of the "State Box" test module over the loopback ports:
-// start and end messages, frames with their traffic record, the refusals
-// with their log lines, and the filters of input.
+// A running "State Box" surface of the test module over the loopback ports.
 
 #include "host/ActiveControlSurface.h"
 

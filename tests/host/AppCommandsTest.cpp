@@ -1,6 +1,4 @@
-// The menu commands that fill and read the list of loaded models: choosing a
-// script, loading the generic MIDI codec, auto-detection opening panels, and
-// validating a map file, each behind its file dialog.
+// The menu commands that fill and read the list of loaded models, each behind its file dialog.
 
 #include "host/AppCommands.h"
 

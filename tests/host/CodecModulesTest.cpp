@@ -1,6 +1,4 @@
-// Codec modules, loaded for real from the modules built for these tests: the
-// workbench's forgiving loader with its script binding and module list, and
-// the caching loader with its two lifetimes and strict failures.
+// Codec modules loaded for real: the workbench's forgiving loader and the strict caching loader.
 
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"

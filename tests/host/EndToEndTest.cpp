@@ -1,6 +1,4 @@
-// The workbench's main road without a window, over the loopback cables: the
-// headless run loop with the run behaviour, surfaces of the generic MIDI
-// codec for input and of the state test module for output.
+// The workbench's main road without a window, over the loopback cables and the headless run loop.
 
 #include "host/HeadlessVistal.h"
 #include "host/MyAppBehavior.h"

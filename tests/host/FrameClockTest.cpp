@@ -1,6 +1,4 @@
-// The output frame clock over a clock that the test sets, the idle schedule
-// that keeps it accurate, and the traffic record that the panel's rates come
-// from.
+// The output frame clock over a clock that the test sets, the idle schedule, and the traffic record.
 
 #include "host/IdleSchedule.h"
 #include "host/OutputFrameClock.h"

@@ -5,6 +5,7 @@
 
 #include "codec/CodecSupport.h"
 #include "foundation/Alert.h"
+#include "foundation/Debugger.h"
 #include "host/Vistal.h"
 #include "host/WorkbenchWindows.h"
 #include "midi/MIDIHub.h"
@@ -64,16 +65,15 @@ class CDebugCapture
 public:
     CDebugCapture();
     ~CDebugCapture();
-    // How many lines contain text.
-    std::size_t Count(const std::string& text) const;
+    std::size_t Count(const std::string& text) const; // the lines that contain text
     std::size_t LineCount() const;
 
 private:
-    struct TState;
-    std::unique_ptr<TState> fState;
+    CTraceHookInstaller fTraceHook;
+    TDebugOutput fPreviousOutput;
 };
 
-// The log's pending text since construction.
+// The log's pending text since construction, or since the last call.
 class CLogCapture
 {
 public:
@@ -112,9 +112,20 @@ class CFakeVistal final : public IVistal
 {
 public:
     u32 IVistal_PostCustomEvent(u32 event, u32 data) override;
-    u32 IVistal_UpdateCommands() override;
-    u32 IVistal_RequestQuit() override;
-    u32 IVistal_ShowAlert(const TAlertRecord& record, IAlertListener& listener) override;
+    u32 IVistal_UpdateCommands() override
+    {
+        ++fUpdateCount;
+        return fUpdateStatus;
+    }
+    u32 IVistal_RequestQuit() override
+    {
+        ++fQuitCount;
+        return fQuitStatus;
+    }
+    u32 IVistal_ShowAlert(const TAlertRecord&, IAlertListener& listener) override
+    {
+        return listener.IAlertListener_ButtonPressed(kAlertPressedFirst);
+    }
     u32 IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener) override;
     u32 IVistal_Yield() override { return kVistalOK; }
     u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags) override;
@@ -122,10 +133,8 @@ public:
     // Posts may come on MIDI threads.
     std::atomic<std::size_t> fPostCount{0};
     std::atomic<u32> fPostStatus{kVistalOK};
-    u32 fUpdateStatus = kVistalOK;
-    u32 fQuitStatus = kVistalOK;
-    int fUpdateCount = 0;
-    int fQuitCount = 0;
+    u32 fUpdateStatus = kVistalOK, fQuitStatus = kVistalOK;
+    int fUpdateCount = 0, fQuitCount = 0;
     std::vector<TOpenDialogRequest> fOpenRequests;
     // What the open dialogs answer; empty: cancelled.
     std::vector<std::filesystem::path> fFilesToChoose;

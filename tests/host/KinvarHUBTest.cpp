@@ -1,6 +1,4 @@
-// The hub of active surfaces with "State Box" surfaces on the loopback
-// cables: ids, listeners, the queue's one post per transition from empty,
-// and the frames.
+// The hub of active surfaces with "State Box" surfaces on the loopback cables.
 
 #include "host/KinvarHUB.h"
 

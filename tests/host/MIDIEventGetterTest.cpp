@@ -1,6 +1,4 @@
-// The sink of a surface's outgoing MIDI: whole messages to the sender, sysex
-// put together within one call only, the byte count, and the metering at
-// wire speed with its carried rounding.
+// The sink of a surface's outgoing MIDI: whole messages, the byte count, and the metering.
 
 #include "host/MIDIEventGetter.h"
 

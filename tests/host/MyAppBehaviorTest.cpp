@@ -1,5 +1,4 @@
-// The run behaviour without a toolkit: its menu, command dispatch, idle step,
-// custom event, error alert, the small operations, and the end of the run.
+// The run behaviour without a toolkit.
 
 #include "host/MyAppBehavior.h"
 
