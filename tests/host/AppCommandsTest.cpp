@@ -92,8 +92,7 @@ TEST_F(AppCommandsTest, AutoDetectionWithNoModelsOpensAndClosesItsDialogOnly)
               fWindows.fCalls);
 }
 
-// A surface simulated on the cables listens on "Loopback A" and answers the
-// identity request on "Loopback B": detection opens its panel on those ports.
+// A surface simulated on "Loopback A" answers on "Loopback B": detection opens its panel there.
 TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
 {
     class CResponder final : public NSMIDIHub::IMIDIReceiver

@@ -1,7 +1,5 @@
 #pragma once
-// What the host's tests share: the test codec modules, a fake toolkit and
-// fake windows that record what the host asks of them, captures of the debug
-// channel and the log, the loopback ports, and bounded waits.
+// What the host's tests share: test codec modules, a recording toolkit and windows, captures, ports.
 
 #include "codec/CodecSupport.h"
 #include "foundation/Alert.h"
@@ -40,9 +38,7 @@ template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::mill
 // The test modules by kind: "GOOD", "NO_FACTORY", "FAILING_FACTORY", "STATES".
 std::filesystem::path TestCodec(const char* kind);
 std::filesystem::path NotALibrary();
-// The codec of the "STATES" module, loaded once for the test program, and the
-// record of its model "State Box" with the port counts and optional flags
-// given.
+// The "STATES" module's codec, loaded once, and its "State Box" with the ports' optional flags given.
 const TCodecPtr& StatesCodec();
 NSKinvarCodec::TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional);
 
@@ -154,9 +150,8 @@ public:
     std::vector<std::unique_ptr<TWindow>> fWindows;
 };
 
-// Records the calls in order ("FlushLog", ...); the call named in fThrowIn
-// throws std::runtime_error. A panel is opened as the GUI opens it: its
-// surface is started through the process's hub, and deleted with this object.
+// Records the calls in order; the one named in fThrowIn throws. A panel's surface is started through the
+// process's hub, as the GUI does, and deleted with this object.
 class CFakeWindows final : public IWorkbenchWindows
 {
 public:
