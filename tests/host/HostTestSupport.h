@@ -111,13 +111,9 @@ public:
     u32 IVistal_UpdateCommands() override
     {
         ++fUpdateCount;
-        return fUpdateStatus;
+        return kVistalOK;
     }
-    u32 IVistal_RequestQuit() override
-    {
-        ++fQuitCount;
-        return fQuitStatus;
-    }
+    u32 IVistal_RequestQuit() override { return fQuitStatus; }
     u32 IVistal_ShowAlert(const TAlertRecord&, IAlertListener& listener) override
     {
         return listener.IAlertListener_ButtonPressed(kAlertPressedFirst);
@@ -129,8 +125,8 @@ public:
     // Posts may come on MIDI threads.
     std::atomic<std::size_t> fPostCount{0};
     std::atomic<u32> fPostStatus{kVistalOK};
-    u32 fUpdateStatus = kVistalOK, fQuitStatus = kVistalOK;
-    int fUpdateCount = 0, fQuitCount = 0;
+    u32 fQuitStatus = kVistalOK;
+    int fUpdateCount = 0;
     std::vector<TOpenDialogRequest> fOpenRequests;
     // What the open dialogs answer; empty: cancelled.
     std::vector<std::filesystem::path> fFilesToChoose;
