@@ -8,8 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include <png.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <map>
 #include <memory>
+#include <stdexcept>
 
 using namespace NSGenericMidiCodec;
 using namespace NSGenericTesting;
@@ -27,6 +32,64 @@ std::string Definition(std::string_view manufacturer, std::string_view model,
 {
     return DefinitionText(manufacturer, model, middle, kOneItem, kOneRule);
 }
+
+// A fresh folder below the temporary folder, removed with everything in it.
+class CTemporaryFolder
+{
+public:
+    CTemporaryFolder()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "brassfold-generic-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("no temporary folder");
+        fPath = pattern;
+    }
+    ~CTemporaryFolder() { std::filesystem::remove_all(fPath); }
+    const std::filesystem::path& Path() const { return fPath; }
+    std::filesystem::path Write(const std::filesystem::path& relative, std::string_view content) const
+    {
+        const std::filesystem::path file = fPath / relative;
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary) << content;
+        return file;
+    }
+
+private:
+    std::filesystem::path fPath;
+};
+
+// A PNG of width by height whose pixel (x, y) is R = x, G = y, B = 7, A = 255.
+std::string MakePNG(u32 width, u32 height)
+{
+    std::vector<u8> pixels;
+    for (u32 y = 0; y < height; ++y)
+        for (u32 x = 0; x < width; ++x)
+            pixels.insert(pixels.end(), {u8(x), u8(y), 7, 255});
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = width;
+    image.height = height;
+    image.format = PNG_FORMAT_RGBA;
+    std::string bytes(PNG_IMAGE_PNG_SIZE_MAX(image), '\0');
+    png_alloc_size_t size = bytes.size();
+    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels.data(), 0, nullptr))
+        throw std::runtime_error("no PNG");
+    return bytes.substr(0, size);
+}
+
+class CRecordingInfoGetter : public IControlSurfaceInfoGetter
+{
+public:
+    std::vector<TControlSurfaceInfo> fInfos;
+    int fCalls = 0;
+
+    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
+    {
+        ++fCalls;
+        fInfos.assign(infos, infos + count);
+        return kCodecOK;
+    }
+};
 
 class GenericCodec : public testing::Test
 {

@@ -72,15 +72,17 @@ TEST_F(GenericSurfaceInput, PassesEachMatchOnWithItsTimeAndValues)
 // later one; with one, the second message completes the rule.
 TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
 {
-    fSurface = MakeSurface({}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
-    EXPECT_EQ(Send({0xB0, 0x01, 0x02}), kCodecOK);
-    EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
-    Connect();
-    EXPECT_EQ(Send({0xB0, 0x03, 0x04}), kCodecOK);
-    EXPECT_TRUE(fHandler.fInputs.empty());
-    Send({0xB0, 0x01, 0x02});
-    EXPECT_EQ(fSurface->GetBufferedCount(0), 1u);
-    Send({0xB0, 0x03, 0x04});
+    for (const bool handled : {false, true})
+    {
+        fSurface = MakeSurface({}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
+        if (handled)
+            Connect();
+        EXPECT_EQ(Send({0xB0, 0x01, 0x02}), kCodecOK);
+        EXPECT_EQ(fSurface->GetBufferedCount(0), handled ? 1u : 0u);
+        Connect();
+        EXPECT_EQ(Send({0xB0, 0x03, 0x04}), kCodecOK);
+        EXPECT_EQ(fHandler.fInputs.size(), handled ? 1u : 0u);
+    }
     ASSERT_EQ(fHandler.fInputs.size(), 1u);
     EXPECT_EQ(fHandler.fInputs[0].fValue1, 4);
     EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
@@ -142,14 +144,14 @@ TEST_F(GenericSurfaceInput, SettlesOverlapByItemOrderThenRuleOrder)
 
 TEST_F(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
 {
-    std::vector<std::string> items(1, "Catch\tvalue\t0\t127");
-    std::vector<std::string> rules(1, "B? ?? xx\tCatch\tx\t\t\t");
-    for (int i = 39; i >= 0; --i)
+    std::vector<std::string> items, rules;
+    for (int i = 0; i <= 40; ++i)
     {
-        char rule[64];
-        std::snprintf(rule, sizeof rule, "B0 %02X xx\tI%d\tx\t\t\t", i, i);
-        items.insert(items.begin(), "I" + std::to_string(i) + "\tvalue\t0\t127");
-        rules.insert(rules.begin(), rule);
+        char row[64];
+        std::snprintf(row, sizeof row, i < 40 ? "I%d\tvalue\t0\t127" : "Catch\tvalue\t0\t127", i);
+        items.emplace_back(row);
+        std::snprintf(row, sizeof row, i < 40 ? "B0 %02X xx\tI%d\tx\t\t\t" : "B? ?? xx\tCatch\tx\t\t\t", i, i);
+        rules.emplace_back(row);
     }
     fSurface = MakeSurface({}, items, rules);
     Connect();
@@ -221,14 +223,10 @@ TEST(GenericSurface, NeedsAnOutputPortOnlyForWhatItSends)
                   ->IControlSurface_GetInfo(&info),
               kCodecOK);
     EXPECT_EQ(info.fOutPortCount, 1u);
-}
 
-TEST(GenericSurface, SixteenInputPortsPassTheReaderButNotTheRecord)
-{
-    TSurface surface = MakeSurface({"MIDI Input Ports\t16"}, {}, {});
+    // Sixteen input ports pass the reader but not the record.
     NSTesting::CExpectAssertions expect;
-    TControlSurfaceInfo info;
-    EXPECT_EQ(surface->IControlSurface_GetInfo(&info), kCodecOK);
+    EXPECT_EQ(MakeSurface({"MIDI Input Ports\t16"}, {}, {})->IControlSurface_GetInfo(&info), kCodecOK);
     EXPECT_EQ(expect.Count(), 1u);
     EXPECT_EQ(GetRecordText(info.fInPortNames[15]), u"MIDI Input 16");
 }

@@ -1,11 +1,9 @@
 #pragma once
-// What the generic codec's tests share: definition texts, folders of files
-// that vanish with the test, recording host objects, and message helpers.
+// What the generic codec's tests share: definition texts, events, and recording host objects.
 
 #include "codec/KinvarCodec.h"
 #include "foundation/Types.h"
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,26 +18,6 @@ using TBytes = std::vector<u8>;
 std::string DefinitionText(std::string_view manufacturer, std::string_view model,
                            const std::vector<std::string>& middle, const std::vector<std::string>& items,
                            const std::vector<std::string>& rules);
-
-// A fresh folder below the temporary folder, removed with everything in it.
-class CTemporaryFolder
-{
-public:
-    CTemporaryFolder();
-    ~CTemporaryFolder();
-    CTemporaryFolder(const CTemporaryFolder&) = delete;
-    CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return fPath; }
-    std::filesystem::path Write(const std::filesystem::path& relative, std::string_view content) const;
-    std::filesystem::path Write(const std::filesystem::path& relative, const TBytes& content) const;
-
-private:
-    std::filesystem::path fPath;
-};
-
-// A PNG of width by height whose pixel (x, y) is R = x, G = y, B = 7, A = 255.
-TBytes MakePNG(u32 width, u32 height);
 
 NSKinvarCodec::TMIDIEvent MakeEvent(const TBytes& bytes, u64 time = 0);
 
@@ -74,18 +52,4 @@ public:
     }
 };
 
-class CRecordingInfoGetter : public NSKinvarCodec::IControlSurfaceInfoGetter
-{
-public:
-    std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
-    int fCalls = 0;
-
-    NSKinvarCodec::u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos,
-                                                      NSKinvarCodec::u32 count) override
-    {
-        ++fCalls;
-        fInfos.assign(infos, infos + count);
-        return NSKinvarCodec::kCodecOK;
-    }
-};
 } // namespace NSGenericTesting

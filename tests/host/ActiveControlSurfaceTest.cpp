@@ -1,6 +1,4 @@
-// A running surface of the "State Box" test module over the loopback ports:
-// start and end messages, frames with their traffic record, the refusals
-// with their log lines, and the filters of input.
+// A running "State Box" surface of the test module over the loopback ports.
 
 #include "host/ActiveControlSurface.h"
 
@@ -43,9 +41,7 @@ protected:
     const std::size_t fOpenOut = fPorts.GetOpenOutPortCount();
 };
 
-// Start messages go to the assigned output ports (a sysex that the codec
-// splits arrives whole), a frame sends the changed states and is counted on
-// every assigned port, and the end messages go before the ports close.
+// A sysex that the codec splits arrives whole; the end messages go before the ports close.
 TEST_F(ActiveControlSurfaceTest, StartFramesAndEndOnTheAssignedPorts)
 {
     CRecordingReceiver wire;
@@ -105,8 +101,7 @@ TEST_F(ActiveControlSurfaceTest, RefusalsCloseWhatWasOpenedAndSayWhy)
     EXPECT_THROW(Start(otherModel, {InPort(u"Loopback A")}, {OutPort(u"Loopback B")}), XBadFormat);
 }
 
-// Clock-like status bytes and messages over 1024 bytes never reach the codec;
-// a codec's failure is logged and thrown to the port.
+// Clock-like bytes and messages over 1024 bytes never reach the codec; its failure is logged and thrown.
 TEST_F(ActiveControlSurfaceTest, ReceiveFiltersWhatACodecMustNotSee)
 {
     const CMIDIPortSpec port = InPort(u"Loopback A");
@@ -126,8 +121,7 @@ TEST_F(ActiveControlSurfaceTest, ReceiveFiltersWhatACodecMustNotSee)
     EXPECT_EQ(u"Unknown message", fLog.Text());
 }
 
-// An unassigned optional input port ahead of the sending one is met in the
-// walk, and the message goes nowhere.
+// An unassigned optional input port ahead of the sending one is met in the walk.
 TEST_F(ActiveControlSurfaceTest, InputBehindAnUnassignedPortIsAFailedAssertion)
 {
     const CMIDIPortSpec port = InPort(u"Loopback A");

@@ -1,6 +1,4 @@
-// The menu commands that fill and read the list of loaded models: choosing a
-// script, loading the generic MIDI codec, auto-detection opening panels, and
-// validating a map file, each behind its file dialog.
+// The menu commands that fill and read the list of loaded models, each behind its file dialog.
 
 #include "host/AppCommands.h"
 
@@ -87,15 +85,7 @@ TEST_F(AppCommandsTest, ChoosingAScriptAppendsItsModelsEachTime)
     EXPECT_EQ(4u, gCodecSurfaces.size());
 }
 
-TEST_F(AppCommandsTest, AutoDetectionWithNoModelsOpensAndClosesItsDialogOnly)
-{
-    AutoDetect(fWindows);
-    EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 0", "ProgressEnd", "CloseProgress"}),
-              fWindows.fCalls);
-}
-
-// A surface simulated on the cables listens on "Loopback A" and answers the
-// identity request on "Loopback B": detection opens its panel on those ports.
+// A surface simulated on "Loopback A" answers on "Loopback B": detection opens its panel there.
 TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
 {
     class CResponder final : public NSMIDIHub::IMIDIReceiver
@@ -109,6 +99,10 @@ TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
         std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback B"));
         NSMIDIHub::CMIDIInPort fPort{InPort(u"Loopback A"), this};
     } responder;
+    AutoDetect(fWindows); // no models: the dialog alone
+    EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 0", "ProgressEnd", "CloseProgress"}),
+              fWindows.fCalls);
+    fWindows.fCalls.clear();
     LoadDefinition("midi/Probe Box.midicodec");
     EXPECT_EQ(std::vector<std::u16string>{u"Brassfold Tests/Probe Box"}, LoadedModels());
     u32 handled = 0;

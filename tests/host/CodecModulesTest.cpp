@@ -1,6 +1,4 @@
-// Codec modules, loaded for real from the modules built for these tests: the
-// workbench's forgiving loader with its script binding and module list, and
-// the caching loader with its two lifetimes and strict failures.
+// Codec modules loaded for real: the workbench's forgiving loader and the strict caching loader.
 
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"
@@ -61,8 +59,7 @@ TEST_F(CodecModulesTest, AScriptHostGetsTheScriptByURLAndEveryLoadKeepsItsModule
     EXPECT_TRUE(fLog.Text().empty());
 }
 
-// Modules that can't be used leave nothing behind: the loader's own refusals
-// pass without a word, the codec's failures are thrown after its text.
+// The loader's own refusals pass without a word, the codec's are thrown after its text.
 TEST_F(CodecModulesTest, UnusableModulesLeaveNoModuleBehind)
 {
     const fs::path script = fFolder.Write("a.luacodec", "A\tB\n");
@@ -77,9 +74,7 @@ TEST_F(CodecModulesTest, UnusableModulesLeaveNoModuleBehind)
     EXPECT_TRUE(loadedModules.empty());
 }
 
-// One file is one instance while a user holds it. One that may stay loaded is
-// kept until the cache is released; one that may not dies with its last user
-// and is loaded afresh.
+// One that may stay loaded is kept until the cache is released; one that may not dies with its last user.
 TEST_F(CodecModulesTest, TheCachingLoaderSharesOneInstanceForAsLongAsItMayLive)
 {
     std::weak_ptr<NSKinvar::CCodecInstance> kept;

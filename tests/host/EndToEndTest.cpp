@@ -1,6 +1,4 @@
-// The workbench's main road without a window, over the loopback cables: the
-// headless run loop with the run behaviour, surfaces of the generic MIDI
-// codec for input and of the state test module for output.
+// The workbench's main road without a window, over the loopback cables and the headless run loop.
 
 #include "host/HeadlessVistal.h"
 #include "host/MyAppBehavior.h"
@@ -51,8 +49,7 @@ protected:
     CMyAppBehavior fBehavior{fWindows, fHub, fFrames};
 };
 
-// A message sent on "Loopback A" is decoded on the delivery thread, queued,
-// and reaches the listener on the loop's own thread through the posted event.
+// Decoded on the delivery thread, input reaches the listener on the loop's thread through the posted event.
 TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
 {
     class CListener final : public IInputListener
@@ -85,8 +82,6 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     fHub.DeleteActiveControlSurface(id);
 }
 
-// An item state set through the hub leaves as MIDI at a frame tick; the
-// frames and the bytes read back from the traffic record.
 TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
 {
     class CWire final : public NSMIDIHub::IMIDIReceiver
@@ -117,14 +112,12 @@ TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
     fHub.DeleteActiveControlSurface(id);
 }
 
-// With nobody reading, the queue holds 5000 inputs: the codec hears the
-// failure of the 5001st, which is lost, and one post stands for them all.
+// With nobody reading, the 5001st input is lost, and one post stands for them all.
 TEST_F(EndToEndTest, TheQueueHoldsFiveThousandInputs)
 {
     CFakeVistal fake;
     CVistalInstallation installation(fake);
-    // Hears each message before the surface: when it has the one behind the
-    // batch, the surface has had the whole batch.
+    // Hears each message before the surface: when it has the last, the surface has had them all.
     CRecordingReceiver ahead;
     NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback A"), &ahead);
     const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});

@@ -1,6 +1,4 @@
-// The output frame clock over a clock that the test sets, the idle schedule
-// that keeps it accurate, and the traffic record that the panel's rates come
-// from.
+// The output frame clock over a clock that the test sets, the idle schedule, and the traffic record.
 
 #include "host/IdleSchedule.h"
 #include "host/OutputFrameClock.h"
@@ -54,27 +52,22 @@ TEST_F(OutputFrameClockTest, TheFirstTickStartsTheClockAndAFrameNeedsTheClockStr
 
 TEST_F(OutputFrameClockTest, AStallBelowFiveFramesASecondIsTraced)
 {
-    struct TCase
-    {
-        i64 fStall;
-        const char* fLine; // null: nothing traced
-    };
-    const TCase cases[] = {{250, "Kinvar Output very slow: 4 fps"},
-                           {200, nullptr},
-                           {1500, "Kinvar Output very slow: 0 fps"}};
+    // Null: nothing traced.
+    const std::pair<i64, const char*> cases[] = {
+        {250, "Kinvar Output very slow: 4 fps"}, {200, nullptr}, {1500, "Kinvar Output very slow: 0 fps"}};
     CDebugCapture debug;
     fClock.Tick();
     fNow += 1;
     fClock.Tick();
-    for (const TCase& test : cases)
+    for (const auto& [stall, line] : cases)
     {
         const std::size_t before = debug.LineCount();
-        fNow += test.fStall;
+        fNow += stall;
         fClock.Tick();
-        if (test.fLine == nullptr)
-            EXPECT_EQ(before, debug.LineCount()) << test.fStall;
+        if (line == nullptr)
+            EXPECT_EQ(before, debug.LineCount()) << stall;
         else
-            EXPECT_EQ(1u, debug.Count(test.fLine)) << test.fStall;
+            EXPECT_EQ(1u, debug.Count(line)) << stall;
     }
     EXPECT_EQ(4u, fFrames.size());
 }
@@ -99,13 +92,9 @@ TEST(IdleScheduleTest, IdleComesAsAskedOrAtTheFirstMillisecondOfTheNextFrame)
     EXPECT_EQ(110, NextIdleTick(100, 10, std::nullopt));
     EXPECT_EQ(110, NextIdleTick(100, 10, 200));
     EXPECT_EQ(106, NextIdleTick(100, 10, 105));
-    // A frame overdue: at once, never in the past.
-    EXPECT_EQ(100, NextIdleTick(100, 10, 50));
+    EXPECT_EQ(100, NextIdleTick(100, 10, 50)) << "a frame overdue: at once, never in the past";
     EXPECT_EQ(100, NextIdleTick(100, 0, std::nullopt));
-}
-
-TEST(IdleScheduleTest, ATickTurnsAtTheStartOfItsMillisecond)
-{
+    // A tick turns at the start of its millisecond.
     using namespace std::chrono;
     const NSIdleSchedule::TSteadyTime steady(milliseconds(5000) + microseconds(700));
     EXPECT_EQ(NSIdleSchedule::TSteadyTime(milliseconds(5003)), NSIdleSchedule::TimeOfTick(13, 10, steady));

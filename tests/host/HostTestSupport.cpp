@@ -69,19 +69,13 @@ std::vector<std::string> gDebugLines;
 void CaptureDebugLine(const char* text) { gDebugLines.emplace_back(text); }
 } // namespace
 
-struct CDebugCapture::TState
-{
-    CTraceHookInstaller fTraceHook;
-    TDebugOutput fPreviousOutput = GetDebugOutput();
-};
-
-CDebugCapture::CDebugCapture() : fState(std::make_unique<TState>())
+CDebugCapture::CDebugCapture() : fPreviousOutput(GetDebugOutput())
 {
     gDebugLines.clear();
     SetDebugOutput(&CaptureDebugLine);
 }
 
-CDebugCapture::~CDebugCapture() { SetDebugOutput(fState->fPreviousOutput); }
+CDebugCapture::~CDebugCapture() { SetDebugOutput(fPreviousOutput); }
 
 std::size_t CDebugCapture::Count(const std::string& text) const
 {
@@ -144,23 +138,6 @@ u32 CFakeVistal::IVistal_PostCustomEvent(u32 event, u32 data)
     EXPECT_EQ(0u, data);
     ++fPostCount;
     return fPostStatus;
-}
-
-u32 CFakeVistal::IVistal_UpdateCommands()
-{
-    ++fUpdateCount;
-    return fUpdateStatus;
-}
-
-u32 CFakeVistal::IVistal_RequestQuit()
-{
-    ++fQuitCount;
-    return fQuitStatus;
-}
-
-u32 CFakeVistal::IVistal_ShowAlert(const TAlertRecord&, IAlertListener& listener)
-{
-    return listener.IAlertListener_ButtonPressed(kAlertPressedFirst);
 }
 
 u32 CFakeVistal::IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener)

@@ -1,10 +1,9 @@
 #pragma once
-// What the host's tests share: the test codec modules, a fake toolkit and
-// fake windows that record what the host asks of them, captures of the debug
-// channel and the log, the loopback ports, and bounded waits.
+// What the host's tests share: test codec modules, a recording toolkit and windows, captures, ports.
 
 #include "codec/CodecSupport.h"
 #include "foundation/Alert.h"
+#include "foundation/Debugger.h"
 #include "host/Vistal.h"
 #include "host/WorkbenchWindows.h"
 #include "midi/MIDIHub.h"
@@ -39,9 +38,7 @@ template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::mill
 // The test modules by kind: "GOOD", "NO_FACTORY", "FAILING_FACTORY", "STATES".
 std::filesystem::path TestCodec(const char* kind);
 std::filesystem::path NotALibrary();
-// The codec of the "STATES" module, loaded once for the test program, and the
-// record of its model "State Box" with the port counts and optional flags
-// given.
+// The "STATES" module's codec, loaded once, and its "State Box" with the ports' optional flags given.
 const TCodecPtr& StatesCodec();
 NSKinvarCodec::TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional);
 
@@ -64,16 +61,15 @@ class CDebugCapture
 public:
     CDebugCapture();
     ~CDebugCapture();
-    // How many lines contain text.
-    std::size_t Count(const std::string& text) const;
+    std::size_t Count(const std::string& text) const; // the lines that contain text
     std::size_t LineCount() const;
 
 private:
-    struct TState;
-    std::unique_ptr<TState> fState;
+    CTraceHookInstaller fTraceHook;
+    TDebugOutput fPreviousOutput;
 };
 
-// The log's pending text since construction.
+// The log's pending text since construction, or since the last call.
 class CLogCapture
 {
 public:
@@ -112,9 +108,16 @@ class CFakeVistal final : public IVistal
 {
 public:
     u32 IVistal_PostCustomEvent(u32 event, u32 data) override;
-    u32 IVistal_UpdateCommands() override;
-    u32 IVistal_RequestQuit() override;
-    u32 IVistal_ShowAlert(const TAlertRecord& record, IAlertListener& listener) override;
+    u32 IVistal_UpdateCommands() override
+    {
+        ++fUpdateCount;
+        return kVistalOK;
+    }
+    u32 IVistal_RequestQuit() override { return fQuitStatus; }
+    u32 IVistal_ShowAlert(const TAlertRecord&, IAlertListener& listener) override
+    {
+        return listener.IAlertListener_ButtonPressed(kAlertPressedFirst);
+    }
     u32 IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener) override;
     u32 IVistal_Yield() override { return kVistalOK; }
     u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags) override;
@@ -122,10 +125,8 @@ public:
     // Posts may come on MIDI threads.
     std::atomic<std::size_t> fPostCount{0};
     std::atomic<u32> fPostStatus{kVistalOK};
-    u32 fUpdateStatus = kVistalOK;
     u32 fQuitStatus = kVistalOK;
     int fUpdateCount = 0;
-    int fQuitCount = 0;
     std::vector<TOpenDialogRequest> fOpenRequests;
     // What the open dialogs answer; empty: cancelled.
     std::vector<std::filesystem::path> fFilesToChoose;
@@ -145,9 +146,8 @@ public:
     std::vector<std::unique_ptr<TWindow>> fWindows;
 };
 
-// Records the calls in order ("FlushLog", ...); the call named in fThrowIn
-// throws std::runtime_error. A panel is opened as the GUI opens it: its
-// surface is started through the process's hub, and deleted with this object.
+// Records the calls in order; the one named in fThrowIn throws. A panel's surface is started through the
+// process's hub, as the GUI does, and deleted with this object.
 class CFakeWindows final : public IWorkbenchWindows
 {
 public:

@@ -1,6 +1,4 @@
-// The hub of active surfaces with "State Box" surfaces on the loopback
-// cables: ids, listeners, the queue's one post per transition from empty,
-// and the frames.
+// The hub of active surfaces with "State Box" surfaces on the loopback cables.
 
 #include "host/KinvarHUB.h"
 
@@ -61,8 +59,6 @@ TEST_F(KinvarHUBTest, OnePostStandsForEverythingQueuedSinceTheQueueWasEmpty)
     fHub.DriveInput();
 }
 
-// A listener hears its own surface; input of a surface that has gone is
-// dropped without a word.
 TEST_F(KinvarHUBTest, ListenersHearTheirOwnSurfaceAndInputOfDeletedSurfacesIsDropped)
 {
     const u32 first = Start(u"Loopback A");
@@ -87,8 +83,6 @@ TEST_F(KinvarHUBTest, ListenersHearTheirOwnSurfaceAndInputOfDeletedSurfacesIsDro
     fHub.DeleteActiveControlSurface(first);
 }
 
-// Ids are never given out twice, not even after failed starts; misuses are
-// failed assertions.
 TEST_F(KinvarHUBTest, IdsAreNeverGivenOutTwiceAndMisusesAreFailedAssertions)
 {
     for (int attempt = 0; attempt < 2; ++attempt)

@@ -1,6 +1,4 @@
-// The sink of a surface's outgoing MIDI: whole messages to the sender, sysex
-// put together within one call only, the byte count, and the metering at
-// wire speed with its carried rounding.
+// The sink of a surface's outgoing MIDI: whole messages, the byte count, and the metering.
 
 #include "host/MIDIEventGetter.h"
 
@@ -56,8 +54,7 @@ TEST(MIDIEventGetterTest, SendsWholeMessages)
         {"SysexInOneRecord", {{{0xF0, 0x01, 0xF7}}}, {{0xF0, 0x01, 0xF7}}},
         {"SysexOverThreeRecords", {{{0xF0, 0x01}, {0x02, 0x03}, {0x04, 0xF7}, {0xC0, 0x05}}},
          {{0xF0, 0x01, 0x02, 0x03, 0x04, 0xF7}, {0xC0, 0x05}}},
-        // No state survives a call: the open sysex is dropped, and the next
-        // call's data bytes go out as a message of their own.
+        // No state survives a call: the next call's data bytes go out as a message of their own.
         {"AnOpenSysexDiesWithItsCall", {{{0xF0, 0x01}}, {{0x02, 0xF7}}}, {{0x02, 0xF7}}},
         {"NothingAtAll", {{}}, {}}};
     for (const TCase& c : cases)
@@ -103,9 +100,7 @@ TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
     EXPECT_EQ(0u, getter.GetByteCount());
 }
 
-// 3125 bytes take a second on the wire. Sleeps are whole milliseconds, and
-// what is below half a millisecond waits as debt for the next message. Frames
-// are not metered.
+// 3125 bytes a second; sleeps are whole milliseconds, the rest is carried as debt. Frames are not metered.
 TEST(MIDIEventGetterTest, MeteringSleepsTheWireTimeWithTheRoundingCarried)
 {
     CMIDIEventGetter frame(std::make_shared<CRecordingSender>(), kThrottleOff, [](u32) { ADD_FAILURE(); });

@@ -1,5 +1,4 @@
-// The run behaviour without a toolkit: its menu, command dispatch, idle step,
-// custom event, error alert, the small operations, and the end of the run.
+// The run behaviour without a toolkit.
 
 #include "host/MyAppBehavior.h"
 
@@ -61,8 +60,7 @@ TEST_F(MyAppBehaviorTest, TheTestMenuAlternatesCommandsAndSeparators)
               items);
 }
 
-// An id past the table leaves handled alone; the menus are brought up to date
-// after every command that did not throw.
+// The menus are brought up to date after every command that did not throw.
 TEST_F(MyAppBehaviorTest, CommandsAreDispatchedByIdAndTheMenusUpdatedAfterwards)
 {
     const std::pair<u32, const char*> cases[] = {
@@ -85,8 +83,7 @@ TEST_F(MyAppBehaviorTest, CommandsAreDispatchedByIdAndTheMenusUpdatedAfterwards)
     EXPECT_EQ(updates, fVistal.fUpdateCount);
 }
 
-// The first idle call only starts the frame clock; a failing step stops the
-// ones after it.
+// The first idle call only starts the frame clock; a failing step stops the ones after it.
 TEST_F(MyAppBehaviorTest, IdleRunsItsStepsInOrderAndAsksForTenMilliseconds)
 {
     u64 nextIdle = 0;
@@ -137,8 +134,6 @@ TEST_F(MyAppBehaviorTest, StartLoadsTheTextsAndAnErrorPointsTheUserToTheLog)
     EXPECT_EQ(1u, expect.Count());
 }
 
-// The dummy document window brings the menus up to date when it comes to the
-// front, and closes when asked.
 TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
 {
     EXPECT_EQ(kVistalOK, fBehavior.OnOpenDefaultDocument(0));
@@ -153,8 +148,7 @@ TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
     EXPECT_EQ(1, window.fCloseCount);
 }
 
-// A toolkit that refuses to run has not taken the behaviour over: the entry
-// destroys it, once, and fails.
+// A toolkit that refuses to run has not taken the behaviour over: the entry destroys it, once.
 TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 {
     static int destroyed;
@@ -180,8 +174,7 @@ TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
     EXPECT_EQ(2, destroyed);
 }
 
-// Codecs go before the modules that hold their code: the other way round a
-// codec's Destroy would run in an unloaded module.
+// Codecs go before their modules, or a codec's Destroy would run in an unloaded module.
 TEST_F(MyAppBehaviorTest, TheEndDropsTheCodecsBeforeTheirModules)
 {
     CTemporaryFolder folder;

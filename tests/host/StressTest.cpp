@@ -1,8 +1,5 @@
-// Four input ports flood while frames run and surfaces come and go: nothing
-// may deadlock, no input may be stranded, and the thread sanitizer (the tsan
-// preset) must find no race. Two floods go over the loopback cables, so
-// through the delivery thread; two stand for the delivery threads of other
-// backends and hand messages straight to surfaces of their own.
+// Four input ports flood while frames run and surfaces come and go: no deadlock, no stranded input, no
+// race under tsan. Two floods go through the loopback delivery thread, two straight to surfaces of their own.
 
 #include "host/KinvarHUB.h"
 
@@ -22,8 +19,7 @@ public:
     int fCount = 0;
 };
 
-// A flood loses what doesn't fit, as a port's edge does: a full queue makes
-// the codec fail, a full cable the sender.
+// A full queue makes the codec fail, a full cable the sender: a flood loses what doesn't fit.
 template <class Body> void EdgeOfPort(Body&& body)
 {
     try
@@ -44,8 +40,7 @@ TEST(StressTest, FloodingInputWhileFramesRunAndSurfacesComeAndGo)
         return hub.CreateActiveControlSurface(StatesCodec(), StateBox({false}, {false}), u"Name", {InPort(in)},
                                               {OutPort(out)});
     };
-    // The surfaces of the direct floods belong to the hub's queue, not to its
-    // list: their input is queued and then dropped.
+    // Surfaces of the hub's queue but not its list: their input is queued and then dropped.
     std::vector<std::unique_ptr<CActiveControlSurface>> direct;
     for (int i = 0; i < 2; ++i)
         direct.push_back(std::make_unique<CActiveControlSurface>(StatesCodec(), std::vector{InPort(u"Loopback A")},

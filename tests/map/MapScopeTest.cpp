@@ -41,7 +41,7 @@ VMapScope ScopeWithGroups()
     return scope;
 }
 
-TEST(MapScope, FindMapEntryPrefersNamedValuesAndTheEarlierOfEqualScores)
+TEST(MapScope, FindsEntriesByScoreAndGroupsByName)
 {
     VMapScope scope = ScopeWithGroups();
     const TMapKey fader{0, kNoNote};
@@ -53,6 +53,12 @@ TEST(MapScope, FindMapEntryPrefersNamedValuesAndTheEarlierOfEqualScores)
     EXPECT_EQ(scope.FindMapEntry(fader, {0, 0}).GetKinvarableName(), u"Volume");
     EXPECT_EQ(scope.FindMapEntry(fader, {1, 2}).GetKinvarableName(), u"Pan");   // 1002 twice: the first
     EXPECT_TRUE(scope.FindMapEntry(TMapKey{3, kNoNote}, {0, 0}).IsEmpty());
+    // Group names are exact, value names caseless.
+    EXPECT_EQ(scope.FindGroup(u"Shift"), 0u);
+    EXPECT_EQ(scope.FindGroup(u"shift"), kAnyGroupValue);
+    EXPECT_EQ(scope.FindGroupValue(1, u"tWO"), 1u);
+    EXPECT_EQ(scope.FindGroupValue(u"three"), (TGroupValue{1, 2}));
+    EXPECT_EQ(scope.FindGroupValue(u"Four"), kNoGroupValue);
 
     // Without groups every entry scores one and only one fits a key.
     VMapScope plain(NSMapTesting::MakeItems());
@@ -61,16 +67,6 @@ TEST(MapScope, FindMapEntryPrefersNamedValuesAndTheEarlierOfEqualScores)
     EXPECT_EQ(plain.FindMapEntry(key, {}).GetValue(), 5);
     EXPECT_TRUE(plain.IsItemMapped(key, {}));
     EXPECT_FALSE(plain.IsItemMapped(TMapKey{1, 60}, {}));
-}
-
-TEST(MapScope, GroupNamesAreExactButValueNamesCaseless)
-{
-    const VMapScope scope = ScopeWithGroups();
-    EXPECT_EQ(scope.FindGroup(u"Shift"), 0u);
-    EXPECT_EQ(scope.FindGroup(u"shift"), kAnyGroupValue);
-    EXPECT_EQ(scope.FindGroupValue(1, u"tWO"), 1u);
-    EXPECT_EQ(scope.FindGroupValue(u"three"), (TGroupValue{1, 2}));
-    EXPECT_EQ(scope.FindGroupValue(u"Four"), kNoGroupValue);
 }
 
 TEST(MapScope, KinvarableFilterAnswersNewNamesAndTheWalkComparesCaseless)

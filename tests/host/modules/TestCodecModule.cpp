@@ -46,16 +46,10 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
     return event;
 }
 
-// Items: 0 "Fader" (value in and out, 0 to 127), 1 "Lamp" (0 to 1), 2
-// "Display" (text), 3 "Mode" (out, three named states).
-//
-// Start on port p: F0 7D 01 p F7, in two records. End: F0 7D 02 p F7. Each
-// frame sends, for every enabled item whose state changed since the last
-// frame on that port, B0 item value.
-//
-// Input: B0 00 v gives the fader the value v; F0 7D 7F F7 fails with the text
-// "Unknown message"; any other message is reported as the fader's value 0
-// with fValue2 its size, so that a host can see what reached the codec.
+// Items: 0 "Fader" (in and out, 0 to 127), 1 "Lamp" (0 to 1), 2 "Display" (text), 3 "Mode" (three states).
+// Start on port p: F0 7D 01 p F7, in two records; end: F0 7D 02 p F7. A frame sends B0 item value for every
+// enabled item whose state changed since the last frame on that port. Input: B0 00 v is the fader's value v;
+// F0 7D 7F F7 fails with "Unknown message"; any other message is the value 0 with fValue2 its size.
 class CStateSurface final : public IControlSurface
 {
 public:
