@@ -84,7 +84,8 @@ void ChooseCodecFileWith(IVistal& vistal, const std::function<fs::path()>& findS
     // The loader is silent about a module it can't load; the user learns
     // which one before the listing's assertion stops the command.
     if (!codec)
-        AddToLog(NSTextPackage::SubstituteParameters(GetText(kCodecLoadFailedText), 0, {scriptHostModule.u16string()}));
+        AddToLog(NSTextPackage::SubstituteParameters(GetText(kCodecLoadFailedText), 0,
+                                                     {scriptHostModule.u16string()}));
     AppendCodecSurfaces(codec);
 }
 } // namespace
@@ -125,7 +126,8 @@ void LoadMIDICodecs()
 void ValidateMapFileCommand(IVistal& vistal)
 {
     const std::vector<fs::path> filesSelected =
-        DoBlockingAppModalOpenDialog(vistal, FileRequest(u"Select Map File", u".kinvarmap", 124, GetMapFolders()));
+        DoBlockingAppModalOpenDialog(vistal, FileRequest(u"Select Map File", u".kinvarmap", 124,
+                                                         GetMapFolders()));
     if (filesSelected.empty())
         return;
     NSKinvar::ValidateMapFile(gCodecSurfaces, filesSelected.front());

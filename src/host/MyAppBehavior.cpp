@@ -19,7 +19,8 @@ constexpr i32 kQuitWord = 1;
 constexpr i32 kFileWord = 6;
 constexpr i32 kCtrlKeyWord = 131;
 
-TMenuRecord Command(const TText16& title, u32 command, u32 menu = kTestMenu, const TText16& shortcut = u"")
+TMenuRecord Command(const TText16& title, u32 command, u32 menu = kTestMenu,
+                    const TText16& shortcut = u"")
 {
     return TMenuRecord{title, shortcut, menu, command, false};
 }
@@ -36,10 +37,10 @@ TText16 FrameworkWord(i32 index)
 void ShowAbout()
 {
     const TStartupParams params = MakeStartupParams();
-    Alert(u"[NOTE][^0]^1\nA workbench for writing Kinvar control surface codecs and mapping files.\n\n^2[OK]",
-          {params.fAboutItemText.substr(0, params.fAboutItemText.find(u"...")), params.fApplicationName,
-           params.fCompanyName},
-          false);
+    const TText16 caption = params.fAboutItemText.substr(0, params.fAboutItemText.find(u"..."));
+    Alert(u"[NOTE][^0]^1\nA workbench for writing Kinvar control surface codecs and mapping "
+          u"files.\n\n^2[OK]",
+          {caption, params.fApplicationName, params.fCompanyName}, false);
 }
 
 template <class Body> u32 Guard(Body&& body) noexcept
@@ -73,7 +74,8 @@ std::vector<TMenuRecord> GetFileMenu()
         Separator(kFileMenu),
         Command(MakeStartupParams().fAboutItemText, kAboutCommand, kFileMenu),
         Separator(kFileMenu),
-        Command(FrameworkWord(kQuitWord), kQuitCommand, kFileMenu, FrameworkWord(kCtrlKeyWord) + u"+Q"),
+        Command(FrameworkWord(kQuitWord), kQuitCommand, kFileMenu,
+                FrameworkWord(kCtrlKeyWord) + u"+Q"),
     };
 }
 

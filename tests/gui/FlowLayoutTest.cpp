@@ -1,0 +1,129 @@
+// The flow layout's cases, on items that note where they were put.
+
+#include "gui/FlowLayout.h"
+
+#include "foundation/Failures.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+
+using namespace NSDunmarkUtils;
+
+namespace
+{
+struct TItem
+{
+    i32 fWidth;
+    i32 fHeight;
+    i32 fMarginLeft = 0;
+    i32 fMarginRight = 0;
+    bool fPad = false;
+};
+
+class CRecordingItem final : public NSDunmark::ILayoutable
+{
+public:
+    explicit CRecordingItem(const TItem& item) : fItem(item) {}
+    u32 ILayoutable_SetBounds(i32 left, i32 top, i32 right, i32 bottom) override
+    {
+        EXPECT_EQ(fItem.fWidth, right - left);
+        EXPECT_EQ(fItem.fHeight, bottom - top);
+        fLeftTop = {left, top};
+        ++fCalls;
+        return kDunmarkOK;
+    }
+    u32 ILayoutable_GetLayoutInfo(NSDunmark::TLayoutInfo* info) override
+    {
+        *info = {
+            fItem.fWidth,      fItem.fHeight,       fItem.fMarginLeft, 9, fItem.fMarginRight, 9,
+            fItem.fHeight / 2, fItem.fPad ? 1u : 0u};
+        return kDunmarkOK;
+    }
+    TItem fItem;
+    std::array<i32, 2> fLeftTop{};
+    int fCalls = 0;
+};
+
+constexpr i32 kHidden = kHiddenPosition;
+
+struct TCase
+{
+    const char* fName;
+    float fWidth;
+    float fHeight;
+    bool fNoMargins;
+    std::vector<TItem> fItems;
+    u32 fRows;
+    std::vector<std::array<i32, 2>> fLeftTops;
+    std::vector<u32> fRowOfItem;
+};
+
+// Each row centres on the middle of the height left below the rows above it.
+const TCase kCases[] = {
+    {"an empty list is one row", 100, 50, false, {}, 1, {}, {}},
+    {"a pad first is hidden and nothing shifts",
+     100,
+     50,
+     false,
+     {{20, 10, 0, 0, true}, {30, 10, 5}},
+     1,
+     {{kHidden, kHidden}, {5, 20}},
+     {0, 0}},
+    {"an item wider than the view stands alone, wrapped without spacing",
+     100,
+     100,
+     false,
+     {{40, 10}, {150, 20, 5}, {30, 10}},
+     3,
+     {{0, 45}, {0, 45}, {0, 60}},
+     {0, 1, 2}},
+    {"neighbours stand apart by the larger margin",
+     100,
+     20,
+     false,
+     {{10, 10, 0, 8}, {10, 10, 3}},
+     1,
+     {{0, 5}, {18, 5}},
+     {0, 0}},
+    {"no margins", 100, 20, true, {{10, 10, 5, 5}, {10, 10, 5}}, 1, {{0, 5}, {10, 5}}, {0, 0}},
+    {"a pad that a wrap puts at a row's start vanishes",
+     100,
+     40,
+     false,
+     {{60, 10, 0, 10}, {30, 10}, {20, 10, 0, 0, true}, {10, 10, 7}},
+     2,
+     {{0, 15}, {70, 15}, {kHidden, kHidden}, {7, 20}},
+     {0, 0, 1, 1}},
+    {"baselines of a row meet on one line",
+     100,
+     40,
+     false,
+     {{10, 10}, {10, 30}},
+     1,
+     {{0, 15}, {10, 5}},
+     {0, 0}},
+};
+} // namespace
+
+TEST(FlowLayoutTest, PlacesWrapsAndHidesByTheRules)
+{
+    for (const TCase& test : kCases)
+    {
+        std::vector<std::unique_ptr<CRecordingItem>> items;
+        std::vector<NSDunmark::ILayoutable*> layoutables;
+        for (const TItem& item : test.fItems)
+            layoutables.push_back(items.emplace_back(std::make_unique<CRecordingItem>(item)).get());
+        std::vector<u32> rowOfItem;
+        EXPECT_EQ(test.fRows, LayoutFlow({0, 0, test.fWidth, test.fHeight}, layoutables,
+                                         test.fNoMargins, &rowOfItem))
+            << test.fName;
+        EXPECT_EQ(test.fRowOfItem, rowOfItem) << test.fName;
+        for (std::size_t i = 0; i < items.size(); ++i)
+        {
+            EXPECT_EQ(1, items[i]->fCalls) << test.fName;
+            EXPECT_EQ(test.fLeftTops[i], items[i]->fLeftTop) << test.fName << ", item " << i;
+        }
+    }
+}

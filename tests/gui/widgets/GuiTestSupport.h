@@ -1,0 +1,52 @@
+#pragma once
+// What the widget tests share. They run on Qt's offscreen platform with one
+// QApplication for the program, made at the first GetApplication:
+//
+//     TEST(LogWindowTest, ...)
+//     {
+//         NSGuiTesting::GetApplication();
+//         CLogWindow window;
+//         NSGuiTesting::Find<QPushButton>(window, "Clear")->click();
+//     }
+//
+// A modal dialog (an alert, a file dialog) blocks in its exec(): say ahead
+// what to do with it (AnswerNextModal), and the answer runs once it shows.
+
+#include <QApplication>
+#include <QString>
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+
+namespace NSGuiTesting
+{
+using namespace std::chrono_literals;
+
+QApplication& GetApplication();
+
+// Handles events until predicate holds; false after timeout.
+bool ProcessEventsUntil(const std::function<bool()>& predicate,
+                        std::chrono::milliseconds timeout = 5s);
+
+// The widget of that type below root with that accessible name; null, and
+// a failed test, when there is none.
+template <class Widget> Widget* Find(const QWidget& root, const QString& name)
+{
+    for (Widget* widget : root.findChildren<Widget*>())
+        if (widget->accessibleName() == name)
+            return widget;
+    ADD_FAILURE() << "no widget named " << name.toStdString();
+    return nullptr;
+}
+
+// The shown top-level window with that accessible name; null when none.
+QWidget* FindWindow(const QString& name);
+
+// Runs answer on the next modal dialog that shows, from the event loop.
+void AnswerNextModal(std::function<void(QWidget& dialog)> answer);
+// Clicks the button whose text (without mnemonic marks) is text.
+void PressButton(QWidget& dialog, const QString& text);
+} // namespace NSGuiTesting

@@ -1,0 +1,135 @@
+// The toolkit adapter drives a run behaviour through Qt's loop.
+
+#include "gui/QtVistal.h"
+
+#include "GuiTestSupport.h"
+#include "foundation/Alert.h"
+#include "host/AppCommands.h"
+
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QThread>
+#include <QTimer>
+
+#include <string>
+#include <thread>
+
+using namespace NSGuiTesting;
+
+namespace
+{
+// What the behaviour saw; it outlives the behaviour, which Run deletes.
+struct TSeen
+{
+    std::vector<std::string> fCalls;
+    int fIdleCount = 0;
+    int fIdleWhileAlert = 0;
+    bool fAlertUp = false;
+    bool fEventOnMainThread = false;
+    bool fMainWindowAtEnd = true;
+    std::function<void(int idle)> fOnIdle;
+};
+
+class CRecordingBehaviour final : public IVistalRunBehavior
+{
+public:
+    explicit CRecordingBehaviour(TSeen& seen) : fSeen(seen) {}
+    u32 OnStart() override { return Note("Start"); }
+    u32 OnEnd() override
+    {
+        fSeen.fMainWindowAtEnd = FindWindow("Brassfold") != nullptr;
+        return Note("End");
+    }
+    u32 OnQuitCommand() override { return kVistalOK; }
+    u32 OnOpenDefaultDocument(u32) override
+    {
+        OpenDummyDocumentWindow(GetVistal());
+        return Note("OpenDefaultDocument");
+    }
+    u32 OnReserved1(u32) override { return kVistalOK; }
+    u32 OnBuildMenus(IMenuBuilder& builder) override
+    {
+        builder.IMenuBuilder_AddItems(2, {TMenuRecord{u"Warn & Fail", u"", 2, 7, false}});
+        builder.IMenuBuilder_SetTitle(2, u"Test");
+        return Note("BuildMenus");
+    }
+    // Shows an alert, and fails.
+    u32 OnMenuCommand(const TCommandRecord& command, u32*) override
+    {
+        Note("Command " + std::to_string(command.fCommand));
+        fSeen.fAlertUp = true;
+        Alert(u"[WARN]Wait.[OK]", false);
+        fSeen.fAlertUp = false;
+        return 12005;
+    }
+    u32 OnQueryCommand(u32, u32*) override { return kVistalOK; }
+    u32 OnIdle(u64* nextIdle) override
+    {
+        fSeen.fIdleWhileAlert += fSeen.fAlertUp ? 1 : 0;
+        if (fSeen.fOnIdle)
+            fSeen.fOnIdle(++fSeen.fIdleCount);
+        *nextIdle = 10;
+        return kVistalOK;
+    }
+    u32 OnBeginDraw(void*) override { return kVistalOK; }
+    u32 OnEndDraw(void*) override { return kVistalOK; }
+    u32 OnReserved2(u32) override { return kVistalOK; }
+    u32 OnDunmarkStep() override { return kVistalOK; }
+    u32 OnReserved3() override { return kVistalOK; }
+    u32 OnReserved4() override { return kVistalOK; }
+    u32 OnCustomEvent(u32 event, u32 data) override
+    {
+        fSeen.fEventOnMainThread =
+            QThread::currentThread() == QCoreApplication::instance()->thread();
+        return Note("Event " + std::to_string(event) + " " + std::to_string(data));
+    }
+    u32 OnError(u32 status) override { return Note("Error " + std::to_string(status)); }
+
+private:
+    u32 Note(const std::string& call)
+    {
+        fSeen.fCalls.push_back(call);
+        return kVistalOK;
+    }
+    TSeen& fSeen;
+};
+
+// The main window's menu action of that text.
+QAction* FindAction(CQtVistal& vistal, const QString& text)
+{
+    for (QAction* action : vistal.GetMainWindow()->menuBar()->findChildren<QAction*>())
+        if (action->text() == text)
+            return action;
+    return nullptr;
+}
+} // namespace
+
+TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
+{
+    GetApplication();
+    CQtVistal vistal;
+    CVistalInstallation installation(vistal);
+    TSeen seen;
+    seen.fOnIdle = [&](int idle)
+    {
+        if (idle == 2)
+            std::thread([&] { vistal.IVistal_PostCustomEvent(kInputEvent, 0); }).join();
+        if (idle == 3)
+        {
+            AnswerNextModal(
+                [](QWidget& alert)
+                { QTimer::singleShot(100, &alert, [&] { PressButton(alert, "OK"); }); });
+            FindAction(vistal, "Warn && Fail")->trigger();
+        }
+        if (idle == 4)
+            vistal.IVistal_RequestQuit();
+    };
+    EXPECT_EQ(kVistalOK, vistal.Run(new CRecordingBehaviour(seen), MakeStartupParams()));
+    EXPECT_EQ((std::vector<std::string>{"Start", "BuildMenus", "OpenDefaultDocument",
+                                        "Event 268435457 0", "Command 7", "Error 12005", "End"}),
+              seen.fCalls);
+    EXPECT_TRUE(seen.fEventOnMainThread);
+    EXPECT_EQ(0, seen.fIdleWhileAlert);
+    EXPECT_FALSE(seen.fMainWindowAtEnd);
+    EXPECT_EQ("Brassfold", QApplication::applicationName().toStdString());
+}
