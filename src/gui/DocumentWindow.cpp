@@ -46,8 +46,9 @@ void CDocumentWindow::changeEvent(QEvent* event)
     if (event->type() == QEvent::ActivationChange)
     {
         const u32 active = isActiveWindow() ? 1 : 0;
-        Forward([active](IDocumentWindowBehavior& b)
-                { return b.IDocumentWindowBehavior_Activated(active); });
+        Forward([active](IDocumentWindowBehavior& b) {
+            return b.IDocumentWindowBehavior_Activated(active);
+        });
     }
 }
 

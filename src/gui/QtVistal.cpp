@@ -56,12 +56,10 @@ public:
     explicit CMenuRecorder(std::map<u32, TMenu>& menus) : fMenus(menus) {}
     u32 IMenuBuilder_AddItems(u32 menu, const std::vector<TMenuRecord>& records) override
     {
-        return GuardEdge(kVistalEdge,
-                         [&]
-                         {
-                             std::vector<TMenuRecord>& items = fMenus[menu].fRecords;
-                             items.insert(items.end(), records.begin(), records.end());
-                         });
+        return GuardEdge(kVistalEdge, [&] {
+            std::vector<TMenuRecord>& items = fMenus[menu].fRecords;
+            items.insert(items.end(), records.begin(), records.end());
+        });
     }
     u32 IMenuBuilder_SetTitle(u32 menu, const TText16& title) override
     {
@@ -162,10 +160,21 @@ void CQtVistal::FillMenuBar(QMenuBar& bar)
                 action->setShortcutContext(Qt::ApplicationShortcut);
             }
             connect(action, &QAction::triggered, this,
-                    [this, menu = record.fMenu, command = record.fCommand]
-                    { MenuCommand(menu, command); });
+                    [this, menu = record.fMenu, command = record.fCommand] {
+                        MenuCommand(menu, command);
+                    });
         }
     }
+}
+
+QAction* CQtVistal::FindMenuAction(const TText16& title) const
+{
+    if (!fMainWindow)
+        return nullptr;
+    for (QAction* action : fMainWindow->menuBar()->findChildren<QAction*>())
+        if (action->text() == EscapeMnemonics(ToQString(title)))
+            return action;
+    return nullptr;
 }
 
 void CQtVistal::MenuCommand(u32 menu, u32 command)
@@ -173,10 +182,9 @@ void CQtVistal::MenuCommand(u32 menu, u32 command)
     if (fBehaviour == nullptr)
         return;
     u32 handled = 0;
-    CallBehaviour(
-        [&] {
-            return fBehaviour->OnMenuCommand(TCommandRecord{menu, command}, &handled);
-        });
+    CallBehaviour([&] {
+        return fBehaviour->OnMenuCommand(TCommandRecord{menu, command}, &handled);
+    });
 }
 
 bool CQtVistal::MayIdle() const
@@ -220,15 +228,13 @@ bool CQtVistal::event(QEvent* event)
 {
     if (event->type() != CCustomEvent::Type())
         return QObject::event(event);
-    GuardWindowCallback(
-        [&]
-        {
-            const auto& custom = static_cast<const CCustomEvent&>(*event);
-            if (fBehaviour == nullptr || GetAlertDepth() != 0 || !NoAssertionInProgress())
-                fDeferredEvents.emplace_back(custom.fEvent, custom.fData);
-            else
-                DeliverEvent(custom.fEvent, custom.fData);
-        });
+    GuardWindowCallback([&] {
+        const auto& custom = static_cast<const CCustomEvent&>(*event);
+        if (fBehaviour == nullptr || GetAlertDepth() != 0 || !NoAssertionInProgress())
+            fDeferredEvents.emplace_back(custom.fEvent, custom.fData);
+        else
+            DeliverEvent(custom.fEvent, custom.fData);
+    });
     return true;
 }
 
@@ -252,12 +258,10 @@ u32 CQtVistal::IVistal_UpdateCommands()
 
 u32 CQtVistal::IVistal_RequestQuit()
 {
-    return GuardEdge(kVistalEdge,
-                     []
-                     {
-                         QMetaObject::invokeMethod(QCoreApplication::instance(),
-                                                   &QCoreApplication::quit, Qt::QueuedConnection);
-                     });
+    return GuardEdge(kVistalEdge, [] {
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                  Qt::QueuedConnection);
+    });
 }
 
 u32 CQtVistal::IVistal_ShowAlert(const TAlertRecord& record, IAlertListener& listener)
@@ -272,11 +276,9 @@ u32 CQtVistal::IVistal_ShowOpenDialog(const TOpenDialogRequest& request,
                                       IOpenDialogListener& listener)
 {
     u32 status = kVistalOK;
-    const u32 guarded = GuardEdge(kVistalEdge,
-                                  [&] {
-                                      status = listener.IOpenDialogListener_Chosen(
-                                          fOpenDialogs.Run(request, GetDialogParent()));
-                                  });
+    const u32 guarded = GuardEdge(kVistalEdge, [&] {
+        status = listener.IOpenDialogListener_Chosen(fOpenDialogs.Run(request, GetDialogParent()));
+    });
     return guarded != kVistalOK ? guarded : status;
 }
 
@@ -288,21 +290,18 @@ u32 CQtVistal::IVistal_Yield()
 u32 CQtVistal::IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32)
 {
     u32 status = kVistalOK;
-    const u32 guarded =
-        GuardEdge(kVistalEdge,
-                  [&]
-                  {
-                      auto window = std::make_unique<CDocumentWindow>(windowType);
-                      IDocumentWindowBehavior* behavior = nullptr;
-                      status = creator.IDocumentWindowCreator_Create(*window, &behavior);
-                      if (status != kVistalOK)
-                          return;
-                      window->SetBehavior(std::unique_ptr<IDocumentWindowBehavior>(behavior));
-                      if (windowType == kDummyDocumentWindowType)
-                          MakeMainWindow(*window);
-                      fDocumentWindows.emplace_back(window.get());
-                      window.release()->show();
-                  });
+    const u32 guarded = GuardEdge(kVistalEdge, [&] {
+        auto window = std::make_unique<CDocumentWindow>(windowType);
+        IDocumentWindowBehavior* behavior = nullptr;
+        status = creator.IDocumentWindowCreator_Create(*window, &behavior);
+        if (status != kVistalOK)
+            return;
+        window->SetBehavior(std::unique_ptr<IDocumentWindowBehavior>(behavior));
+        if (windowType == kDummyDocumentWindowType)
+            MakeMainWindow(*window);
+        fDocumentWindows.emplace_back(window.get());
+        window.release()->show();
+    });
     return guarded != kVistalOK ? guarded : status;
 }
 
@@ -316,12 +315,10 @@ void CQtVistal::MakeMainWindow(CDocumentWindow& window)
     window.resize(kMainWindowSize);
     list->Refresh(gCodecSurfaces);
     connect(this, &CQtVistal::CommandsUpdated, list, [list] { list->Refresh(gCodecSurfaces); });
-    connect(&window, &CDocumentWindow::Closed, this,
-            [this]
-            {
-                if (fLoopRunning)
-                    IVistal_RequestQuit();
-            });
+    connect(&window, &CDocumentWindow::Closed, this, [this] {
+        if (fLoopRunning)
+            IVistal_RequestQuit();
+    });
     fMainWindow = &window;
 }
 

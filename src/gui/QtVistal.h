@@ -41,6 +41,7 @@
 #include <vector>
 
 class CDocumentWindow;
+class QAction;
 class QMainWindow;
 class QMenuBar;
 class QWidget;
@@ -66,6 +67,9 @@ public:
     // The menus as OnBuildMenus gave them, in the order of their numbers.
     void FillMenuBar(QMenuBar& bar);
 
+    // The main window's menu action of that title (as the records give it);
+    // null when there is none.
+    QAction* FindMenuAction(const TText16& title) const;
     // The behaviour's menu command, as a menu action delivers it.
     void MenuCommand(u32 menu, u32 command);
 

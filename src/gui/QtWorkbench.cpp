@@ -32,15 +32,15 @@ int RunQtWorkbench(int argc, char** argv)
                    stderr);
         return 1;
     }
-    return GuardProgramEntry(
-        [&]
-        {
-            QApplication application(argc, argv);
-            CQtVistal vistal;
-            CVistalInstallation installation(vistal);
-            CQtWorkbenchWindows windows(vistal);
-            return RunWorkbench([&](IVistalRunBehavior* behaviour, const TStartupParams& params)
-                                { return vistal.Run(behaviour, params); },
-                                std::make_unique<CMyAppBehavior>(windows));
-        });
+    return GuardProgramEntry([&] {
+        QApplication application(argc, argv);
+        CQtVistal vistal;
+        CVistalInstallation installation(vistal);
+        CQtWorkbenchWindows windows(vistal);
+        return RunWorkbench(
+            [&](IVistalRunBehavior* behaviour, const TStartupParams& params) {
+                return vistal.Run(behaviour, params);
+            },
+            std::make_unique<CMyAppBehavior>(windows));
+    });
 }

@@ -1,8 +1,5 @@
 #include "GuiTestSupport.h"
 
-#include <QAbstractButton>
-#include <QTimer>
-
 #include <cstdlib>
 #include <memory>
 
@@ -13,8 +10,7 @@ QApplication& GetApplication()
     static int argc = 1;
     static char name[] = "gui_widget_tests";
     static char* argv[] = {name, nullptr};
-    static const std::unique_ptr<QApplication> application = []
-    {
+    static const std::unique_ptr<QApplication> application = [] {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         return std::make_unique<QApplication>(argc, argv);
     }();
@@ -41,31 +37,4 @@ QWidget* FindWindow(const QString& name)
     return nullptr;
 }
 
-void AnswerNextModal(std::function<void(QWidget& dialog)> answer)
-{
-    auto* poll = new QTimer(&GetApplication());
-    QObject::connect(poll, &QTimer::timeout, poll,
-                     [poll, answer = std::move(answer)]
-                     {
-                         if (QWidget* dialog = QApplication::activeModalWidget();
-                             dialog != nullptr && dialog->isVisible())
-                         {
-                             poll->deleteLater();
-                             poll->stop();
-                             answer(*dialog);
-                         }
-                     });
-    poll->start(5);
-}
-
-void PressButton(QWidget& dialog, const QString& text)
-{
-    for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>())
-        if (button->text().remove(QLatin1Char('&')) == text)
-        {
-            button->click();
-            return;
-        }
-    ADD_FAILURE() << "no button " << text.toStdString();
-}
 } // namespace NSGuiTesting

@@ -10,7 +10,10 @@
 //     }
 //
 // A modal dialog (an alert, a file dialog) blocks in its exec(): say ahead
-// what to do with it (AnswerNextModal), and the answer runs once it shows.
+// what to do with it (OnNextModalDialog of gui/ModalWatch.h), and the answer
+// runs once it shows.
+
+#include "gui/ModalWatch.h"
 
 #include <QApplication>
 #include <QString>
@@ -45,8 +48,4 @@ template <class Widget> Widget* Find(const QWidget& root, const QString& name)
 // The shown top-level window with that accessible name; null when none.
 QWidget* FindWindow(const QString& name);
 
-// Runs answer on the next modal dialog that shows, from the event loop.
-void AnswerNextModal(std::function<void(QWidget& dialog)> answer);
-// Clicks the button whose text (without mnemonic marks) is text.
-void PressButton(QWidget& dialog, const QString& text);
 } // namespace NSGuiTesting

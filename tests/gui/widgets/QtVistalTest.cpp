@@ -94,14 +94,6 @@ private:
     TSeen& fSeen;
 };
 
-// The main window's menu action of that text.
-QAction* FindAction(CQtVistal& vistal, const QString& text)
-{
-    for (QAction* action : vistal.GetMainWindow()->menuBar()->findChildren<QAction*>())
-        if (action->text() == text)
-            return action;
-    return nullptr;
-}
 } // namespace
 
 TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
@@ -110,16 +102,15 @@ TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
     CQtVistal vistal;
     CVistalInstallation installation(vistal);
     TSeen seen;
-    seen.fOnIdle = [&](int idle)
-    {
+    seen.fOnIdle = [&](int idle) {
         if (idle == 2)
             std::thread([&] { vistal.IVistal_PostCustomEvent(kInputEvent, 0); }).join();
         if (idle == 3)
         {
-            AnswerNextModal(
-                [](QWidget& alert)
-                { QTimer::singleShot(100, &alert, [&] { PressButton(alert, "OK"); }); });
-            FindAction(vistal, "Warn && Fail")->trigger();
+            OnNextModalDialog([](QWidget& alert) {
+                QTimer::singleShot(100, &alert, [&] { PressDialogButton(alert, "OK"); });
+            });
+            vistal.FindMenuAction(u"Warn & Fail")->trigger();
         }
         if (idle == 4)
             vistal.IVistal_RequestQuit();
