@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QScrollArea>
 #include <QSignalBlocker>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -98,6 +99,10 @@ CHardwarePanel::CHardwarePanel(std::unique_ptr<CPanelSurface> surface, QWidget* 
     fCanvas = new CCanvas(*this);
     fScroll->setWidget(fCanvas);
     fScroll->viewport()->installEventFilter(this);
+    // The scroll area fills the window; inside it the layout is ours.
+    auto* frame = new QVBoxLayout(this);
+    frame->setContentsMargins(0, 0, 0, 0);
+    frame->addWidget(fScroll);
 
     MakeStatisticsLine();
     for (u32 item = 0; item < fModel.GetItems().size(); ++item)

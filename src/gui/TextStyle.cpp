@@ -4,7 +4,7 @@
 
 namespace
 {
-constexpr int kPixelsAboveSize = 4;
+constexpr int kPixelsAboveSize = 2;
 }
 
 void ApplyTextStyle(QLabel& label, TTextStyle style)
