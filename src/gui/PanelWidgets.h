@@ -42,7 +42,8 @@ struct TValueSource
     std::function<void(i64)> fSet;
 };
 
-// Installs the accessibility of the classes below; once is enough.
+// Installs the accessibility of the classes below and of the panel's window;
+// once is enough.
 void InstallPanelAccessibility();
 // Tells the accessibility tree that widget's number changed.
 void NotifyAccessibleValue(QWidget& widget);

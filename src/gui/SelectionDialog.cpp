@@ -60,8 +60,9 @@ CSelectionDialog::CSelectionDialog(const TCodecSurfaceList& surfaces, NSMIDIHub:
     setAccessibleName(windowTitle());
     setFixedSize(kDialogSize);
 
-    MakeText(QStringLiteral("Control Surface:"), "fCodecTitle", Span(10, 10, 130, 30), this);
+    QLabel* title = MakeText(QStringLiteral("Control Surface:"), "fCodecTitle", Span(10, 10, 130, 30), this);
     fSurfacePopup = MakePopup("fSurfacePopup", 130, 10, 300, this);
+    title->setBuddy(fSurfacePopup);
     fSurfacePopup->setAccessibleName(QStringLiteral("Control Surface"));
     AddRows(*fSurfacePopup, fModel.GetSurfaceRows());
 
@@ -95,6 +96,9 @@ void CSelectionDialog::MakePortRows(int left, const std::vector<TText16>& rows, 
         popups.push_back(MakePopup(in ? "fMIDIInPortPopup" : "fMIDIOutPortPopup", left + kLabelWidth, top,
                                    kPortPopupWidth, this));
         AddRows(*popups.back(), rows);
+        // The label names the popup for screen readers, which give a popup's
+        // current row as its name.
+        labels.back()->setBuddy(popups.back());
     }
 }
 
