@@ -31,6 +31,7 @@ constexpr int kMinimumHeight = 200;
 constexpr int kMaximumStartHeight = 720;
 constexpr qint64 kGlowMs = 900;
 constexpr int kFadeStepMs = 33;
+constexpr int kRefreshMs = 16;
 constexpr int kGlowAlpha = 170;
 
 int Pixels(double coordinate)
@@ -57,6 +58,12 @@ std::pair<u32, i32> PanelSliderAction(int action, int sliderPosition)
         return {kSliderMoveTo, sliderPosition};
     }
 }
+
+// Where an item glows: its cell with a margin.
+QRectF GlowRect(const TPanelCell& cell)
+{
+    return QRectF(cell.fX - 3, cell.fY - 3, cell.fWidth + 4, cell.fRowHeight + 4);
+}
 } // namespace
 
 // The panel's background: the controls stand on it, and it paints the glow of
@@ -78,7 +85,7 @@ protected:
             QColor glow = palette().color(QPalette::Highlight);
             glow.setAlpha(static_cast<int>(kGlowAlpha * (1.0 - std::min<double>(timer.elapsed(), kGlowMs) / kGlowMs)));
             painter.setBrush(glow);
-            painter.drawRoundedRect(QRectF(cell.fX - 3, cell.fY - 3, cell.fWidth + 4, cell.fRowHeight + 4), 4, 4);
+            painter.drawRoundedRect(GlowRect(cell), 4, 4);
         }
     }
 
@@ -108,6 +115,9 @@ CHardwarePanel::CHardwarePanel(std::unique_ptr<CPanelSurface> surface, QWidget* 
     for (u32 item = 0; item < fModel.GetItems().size(); ++item)
         MakeItemControls(item);
 
+    fRefreshTimer.setSingleShot(true);
+    fRefreshTimer.setInterval(kRefreshMs);
+    connect(&fRefreshTimer, &QTimer::timeout, this, [this] { GuardWindowCallback([this] { ShowMoved(); }); });
     fFadeTimer.setInterval(kFadeStepMs);
     connect(&fFadeTimer, &QTimer::timeout, this, [this] { GuardWindowCallback([this] { Fade(); }); });
     fModel.SetView(this);
@@ -357,15 +367,32 @@ void CHardwarePanel::ShowItem(u32 item)
     }
 }
 
+// What the user did shows at once. What the hardware did waits for the next
+// refresh, some 60 a second, so that a flood of input costs a mark per item
+// and the panel paints no more often than a screen shows.
 void CHardwarePanel::IPanelView_ItemChanged(u32 item, bool byHardware)
 {
-    ShowItem(item);
     if (!byHardware)
+    {
+        ShowItem(item);
         return;
-    fGlowing[item].start();
+    }
+    if (!fMoved.insert(item).second || fRefreshTimer.isActive())
+        return;
+    fRefreshTimer.start();
+}
+
+void CHardwarePanel::ShowMoved()
+{
+    for (const u32 item : std::exchange(fMoved, {}))
+    {
+        ShowItem(item);
+        fGlowing[item].start();
+        // Only the item's cell: a busy surface must not paint the whole panel.
+        fCanvas->update(GlowRect(CellOf(item)).toAlignedRect());
+    }
     if (!fFadeTimer.isActive())
         fFadeTimer.start();
-    fCanvas->update();
 }
 
 void CHardwarePanel::IPanelView_WindowChanged()
@@ -384,10 +411,13 @@ bool CHardwarePanel::IsHighlighted(u32 item) const
 
 void CHardwarePanel::Fade()
 {
-    std::erase_if(fGlowing, [](const auto& glow) { return glow.second.elapsed() >= kGlowMs; });
+    for (auto glow = fGlowing.begin(); glow != fGlowing.end();)
+    {
+        fCanvas->update(GlowRect(CellOf(glow->first)).toAlignedRect());
+        glow = glow->second.elapsed() >= kGlowMs ? fGlowing.erase(glow) : std::next(glow);
+    }
     if (fGlowing.empty())
         fFadeTimer.stop();
-    fCanvas->update();
 }
 
 void CHardwarePanel::Idle(u32& counter)

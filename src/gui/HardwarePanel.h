@@ -27,6 +27,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 
 class QScrollArea;
@@ -72,6 +73,7 @@ private:
     void Place(QWidget& widget, const NSHardwarePanel::TPlacement& place);
     void ShowItem(u32 item);
     NSHardwarePanel::TPanelCell CellOf(u32 item) const;
+    void ShowMoved();
     void Fade();
 
     std::unique_ptr<CPanelSurface> fSurface;
@@ -81,6 +83,9 @@ private:
     std::map<TViewKey, QWidget*> fViews;
     // The layout's cells of the items, for their glow.
     NSHardwarePanel::TPanelFlow fFlow;
+    // Items that the hardware moved since the last refresh.
+    std::set<u32> fMoved;
+    QTimer fRefreshTimer;
     std::map<u32, QElapsedTimer> fGlowing;
     QTimer fFadeTimer;
 };

@@ -106,7 +106,7 @@ def main(program, examples):
 if __name__ == "__main__":
     if "BRASSFOLD_PRIVATE_BUS" not in os.environ:
         if not shutil.which("dbus-run-session"):
-            print("SKIP: dbus-run-session is missing (Debian package dbus-bin)")
+            print("SKIP: dbus-run-session is missing (Debian package dbus-daemon)")
             sys.exit(SKIP)
         os.environ["BRASSFOLD_PRIVATE_BUS"] = "1"
         os.execvp("dbus-run-session", ["dbus-run-session", "--", sys.executable] + sys.argv)
