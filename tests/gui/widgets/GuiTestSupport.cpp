@@ -17,18 +17,6 @@ QApplication& GetApplication()
     return *application;
 }
 
-bool ProcessEventsUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return true;
-}
-
 QWidget* FindWindow(const QString& name)
 {
     for (QWidget* window : QApplication::topLevelWidgets())
