@@ -1,7 +1,6 @@
 #include "GuiTestSupport.h"
 
 #include <cstdlib>
-#include <memory>
 
 namespace NSGuiTesting
 {
@@ -10,9 +9,10 @@ QApplication& GetApplication()
     static int argc = 1;
     static char name[] = "gui_widget_tests";
     static char* argv[] = {name, nullptr};
-    static const std::unique_ptr<QApplication> application = [] {
+    // Never destroyed: at exit, Qt's own statics would go first.
+    static QApplication* const application = [] {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        return std::make_unique<QApplication>(argc, argv);
+        return new QApplication(argc, argv);
     }();
     return *application;
 }
