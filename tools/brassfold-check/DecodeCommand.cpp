@@ -1,13 +1,15 @@
 // brassfold-check decode FILE [MESSAGE...]
 //
-// Creates the file's surface through the generic codec, with an input handler,
-// and hands it each message in order on input port 0: the MESSAGE arguments
+// Creates the file's surface through the generic codec, or a script's first
+// model through the scripted codec host, with an input handler, and hands it
+// each message in order on input port 0: the MESSAGE arguments
 // (hex bytes such as "B0 07 40"), or else one message per line of standard
 // input. Each input that the surface passes on prints one line: item name,
 // fValue1, fValue2, fValue3, TAB between them, in decimal.
 
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "ScriptCodec.h"
 
 #include "generic/GenericMidiCodec.h"
 
@@ -101,8 +103,13 @@ public:
         ThrowCodecResult(codec->ICodec2_GetControlSurfaces(infos, messages));
         if (infos.fInfos.empty())
             return UsageError(fContext, fFile + ": no surface model");
+        return Run({codec, infos.fInfos[0]});
+    }
+
+    int Run(const TCodecSurface& model)
+    {
         u32 status = NSKinvarCodec::kCodecOK;
-        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos.fInfos[0], &status),
+        TControlSurfacePtr surface(model.first->ICodec2_CreateControlSurface(model.second, &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
         const auto items = GetItemInfos(*surface);
@@ -153,6 +160,7 @@ private:
         CCodecTextGetter messages;
         const u32 status = surface.IControlSurface_HandleMIDIEvent(&event, 0, messages);
         fContext.fOut.flush();
+        FlushScriptPrints(fContext);
         if (messages.HasText())
             fContext.fError << NSTextPackage::UTF8FromText16(messages.GetText()) << "\n";
         if (status != NSKinvarCodec::kCodecOK)
@@ -176,6 +184,12 @@ int RunDecode(TCommandContext& context)
     const std::string& file = context.fArguments[0];
     if (!IsReadableFile(context, file))
         return kExitUsage;
+    if (IsScriptFile(file))
+    {
+        int exitCode = kExitOK;
+        const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+        return surfaces ? CDecoder(context, file).Run(surfaces->front()) : exitCode;
+    }
     const NSGenericMidiCodec::TDefinitionReadResult result = NSGenericMidiCodec::ReadDefinitionFile(file);
     if (!result.fConfig)
     {

@@ -1,11 +1,13 @@
 // brassfold-check definition FILE...
 //
-// Reads each definition file as the generic codec's scan does. A refused file
-// prints the scan's message; an accepted one its manufacturer, model and item
-// count.
+// Reads each definition file as the generic codec's scan does, and each script
+// (".luacodec") through the scripted codec host. A refused file prints the
+// scan's or the host's message; an accepted one its manufacturer, model and
+// item count, a script one line for each of its models.
 
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "ScriptCodec.h"
 
 #include "generic/GenericMidiCodec.h"
 
@@ -17,15 +19,30 @@ namespace NSCheckTool
 {
 namespace
 {
-void PrintAccepted(TCommandContext& context, const std::string& file,
-                   const NSGenericMidiCodec::CGenericMidiCodecConfig& config)
+void PrintAccepted(TCommandContext& context, const std::string& file, std::u16string_view manufacturer,
+                   std::u16string_view model, std::size_t count)
 {
     if (context.fFormat == EOutputFormat::kGcc)
         return; // editors want faults only
-    const std::size_t count = config.fItems.size();
-    context.fOut << file << ": " << NSTextPackage::UTF8FromText16(config.fManufacturer) << ", "
-                 << NSTextPackage::UTF8FromText16(config.fModel) << ", " << count
-                 << (count == 1 ? " item" : " items") << "\n";
+    context.fOut << file << ": " << NSTextPackage::UTF8FromText16(manufacturer) << ", "
+                 << NSTextPackage::UTF8FromText16(model) << ", " << count << (count == 1 ? " item" : " items") << "\n";
+}
+
+// A script's models, each made into a surface for its item count.
+int CheckScript(TCommandContext& context, const std::string& file)
+{
+    int exitCode = kExitOK;
+    const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+    for (const auto& [codec, info] : surfaces.value_or(TCodecSurfaceList()))
+    {
+        NSKinvarCodec::u32 status = NSKinvarCodec::kCodecOK;
+        const TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(info, &status), codecsurface_deleter());
+        ThrowCodecResult(status);
+        PrintAccepted(context, file, GetRecordText(info.fManufacturer), GetRecordText(info.fModel),
+                      GetItemInfos(*surface)->size());
+    }
+    FlushScriptPrints(context);
+    return exitCode;
 }
 
 int RunDefinition(TCommandContext& context)
@@ -40,10 +57,17 @@ int RunDefinition(TCommandContext& context)
             exitCode = kExitUsage;
             continue;
         }
+        if (IsScriptFile(file))
+        {
+            const int result = CheckScript(context, file);
+            exitCode = result == kExitUsage || exitCode == kExitOK ? result : exitCode;
+            continue;
+        }
         const NSGenericMidiCodec::TDefinitionReadResult result = NSGenericMidiCodec::ReadDefinitionFile(file);
         if (result.fConfig)
         {
-            PrintAccepted(context, file, *result.fConfig);
+            const auto& config = *result.fConfig;
+            PrintAccepted(context, file, config.fManufacturer, config.fModel, config.fItems.size());
             continue;
         }
         PrintRefusal(context, file, result);
