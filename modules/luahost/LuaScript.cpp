@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 
 namespace NSLuaHost
 {
@@ -19,7 +20,7 @@ constexpr const char* kFunctionNames[kFunctionCount] = {"input", "output", "star
 
 const char* GetFunctionName(EScriptFunction function) { return kFunctionNames[function]; }
 
-TFunctionRefs ReferenceFunctions(lua_State* L, int table)
+TFunctionRefs ReferenceFunctions(lua_State* L, int table, std::string_view fileName, std::string_view text)
 {
     TFunctionRefs refs;
     refs.fill(LUA_NOREF);
@@ -33,7 +34,9 @@ TFunctionRefs ReferenceFunctions(lua_State* L, int table)
             continue;
         }
         if (type != LUA_TNIL)
-            luaL_error(L, "\"%s\" of the script's table must be a function", kFunctionNames[function]);
+            throw std::runtime_error(std::string(fileName) + ":" +
+                                     std::to_string(FindKeyLine(text, kFunctionNames[function])) + ": \"" +
+                                     kFunctionNames[function] + "\" of the script's table must be a function");
         lua_pop(L, 1);
     }
     return refs;
@@ -55,7 +58,7 @@ CLuaScript::CLuaScript(std::filesystem::path file, std::string text, IScriptLog&
     fState->Run([this](lua_State* L) {
         fState->RunChunk(L, fText);
         fModels = ReadModels(L, -1, fFileName, fText);
-        fFunctions = ReferenceFunctions(L, -1);
+        fFunctions = ReferenceFunctions(L, -1, fFileName, fText);
         fTable = luaL_ref(L, LUA_REGISTRYINDEX);
     });
 }

@@ -37,9 +37,9 @@ const char* GetFunctionName(EScriptFunction function);
 
 // The registry references of a script table's functions, LUA_NOREF where the
 // table has none. Inside a protected call; a field that holds no function is
-// an error.
+// an error at its line of the script's text.
 using TFunctionRefs = std::array<int, kFunctionCount>;
-TFunctionRefs ReferenceFunctions(lua_State* L, int table);
+TFunctionRefs ReferenceFunctions(lua_State* L, int table, std::string_view fileName, std::string_view text);
 
 // The bytes of a script file. Throws XScriptError when it can't be read.
 std::string ReadScriptText(const std::filesystem::path& file);

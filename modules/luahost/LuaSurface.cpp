@@ -69,7 +69,7 @@ CLuaControlSurface::TScriptRun CLuaControlSurface::StartScript(const CLuaScript&
     run.fState->Run([&](lua_State* L) {
         run.fState->RunChunk(L, script.GetText(), false);
         luaL_checktype(L, -1, LUA_TTABLE);
-        run.fFunctions = ReferenceFunctions(L, -1);
+        run.fFunctions = ReferenceFunctions(L, -1, script.GetFileName(), script.GetText());
         PushSurfaceObject(L, *this, model);
         run.fSurfaceObject = luaL_ref(L, LUA_REGISTRYINDEX);
     });

@@ -6,6 +6,7 @@
 #include "foundation/TextPackage.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <optional>
 #include <set>
@@ -29,6 +30,11 @@ constexpr TKind kInputKinds[] = {
     {"button", kInputButton}, {"value", kInputValue}, {"delta", kInputDelta}, {"keyboard", kInputKeyboard}};
 constexpr TKind kOutputKinds[] = {{"value", kOutputValue}, {"text", kOutputText}};
 
+int LineAt(std::string_view script, std::size_t at)
+{
+    return 1 + int(std::count(script.begin(), script.begin() + std::ptrdiff_t(at), '\n'));
+}
+
 // The line of the first place where text stands quoted in the script, or 0.
 int LineOfQuoted(std::string_view script, std::string_view text)
 {
@@ -38,7 +44,7 @@ int LineOfQuoted(std::string_view script, std::string_view text)
     {
         const std::string quoted = quote + std::string(text) + quote;
         if (const std::size_t at = script.find(quoted); at != std::string_view::npos)
-            return 1 + int(std::count(script.begin(), script.begin() + std::ptrdiff_t(at), '\n'));
+            return LineAt(script, at);
     }
     return 0;
 }
@@ -356,7 +362,7 @@ private:
         if (line == 0)
             line = LineOfQuoted(fText, fModelName);
         if (line == 0)
-            line = std::max(1, LineOfQuoted(fText, "models"));
+            line = FindKeyLine(fText, "models");
         std::string where;
         if (!fModelName.empty())
             where += "model \"" + fModelName + "\": ";
@@ -380,6 +386,18 @@ bool SamePorts(u32 count, const u32 (&optionalA)[kMaxPortCount], const u32 (&opt
            std::memcmp(namesA, namesB, sizeof namesA[0] * count) == 0;
 }
 } // namespace
+
+int FindKeyLine(std::string_view script, std::string_view key)
+{
+    for (std::size_t at = script.find(key); at != std::string_view::npos; at = script.find(key, at + 1))
+    {
+        const std::size_t next = script.find_first_not_of(" \t", at + key.size());
+        const bool wordStart = at == 0 || !(std::isalnum(static_cast<unsigned char>(script[at - 1])) || script[at - 1] == '_');
+        if (wordStart && next != std::string_view::npos && script[next] == '=' && script.substr(next, 2) != "==")
+            return LineAt(script, at);
+    }
+    return 1;
+}
 
 bool HaveSameLayout(const TScriptModel& a, const TScriptModel& b)
 {

@@ -48,6 +48,10 @@ struct TScriptModel
 // ports, and the same items with the same kinds, ranges and state names.
 bool HaveSameLayout(const TScriptModel& a, const TScriptModel& b);
 
+// The line of the first "key =" in the script's text, or 1: where a fault of
+// a field of the script's table is shown.
+int FindKeyLine(std::string_view script, std::string_view key);
+
 // Inside a protected call: the models of the script table at index. A fault
 // throws std::runtime_error, its text beginning with the place in the script
 // ("file:line:"), found by the names of the model and the item at fault in

@@ -67,7 +67,7 @@ TEST(ScriptSafety, ErrorsNameTheFileAndTheLine)
         {Script("{ name = 'Pad', input = 'button' }, { name = 'Pad', input = 'button' }"),
          "Test.luacodec:5: model \"Box\": item \"Pad\": two items have this name"},
         {Script("{ name = 'Pad', input = 'button' }", "output = 5"),
-         "Test.luacodec: \"output\" of the script's table must be a function"},
+         "Test.luacodec:7: \"output\" of the script's table must be a function"},
     };
     for (const auto& test : cases)
         EXPECT_EQ(LoadFailure(test.fScript), test.fLog);
