@@ -209,21 +209,21 @@ u32 CLuaControlSurface::IControlSurface_GetOutputEvents(u32 maxBytes, u32 outPor
 
 u32 CLuaControlSurface::IControlSurface_GetStartupEvents(IMIDIEventGetter& getter, u32 outPort, ITextGetter& messages)
 {
-    return Guarded(&messages, [&](CCallMessages& out) {
-        CheckOutPort(outPort);
-        const bool done = CallPortFunction(kStartFunction, outPort, 0, out);
-        Flush(outPort, getter);
-        if (!done)
-            throw XBadFormat();
-    });
+    return StartOrStop(kStartFunction, getter, outPort, messages);
 }
 
 u32 CLuaControlSurface::IControlSurface_GetShutdownEvents(IMIDIEventGetter& getter, u32 outPort,
                                                           ITextGetter& messages)
 {
+    return StartOrStop(kStopFunction, getter, outPort, messages);
+}
+
+u32 CLuaControlSurface::StartOrStop(EScriptFunction function, IMIDIEventGetter& getter, u32 outPort,
+                                    ITextGetter& messages)
+{
     return Guarded(&messages, [&](CCallMessages& out) {
         CheckOutPort(outPort);
-        const bool done = CallPortFunction(kStopFunction, outPort, 0, out);
+        const bool done = CallPortFunction(function, outPort, 0, out);
         Flush(outPort, getter);
         if (!done)
             throw XBadFormat();

@@ -108,6 +108,8 @@ private:
     void TakeOver(std::shared_ptr<const CLuaScript> script, const TScriptModel& model, CCallMessages& out);
     template <class PushArguments>
     bool CallScript(EScriptFunction function, CCallMessages& out, PushArguments&& pushArguments);
+    NSKinvarCodec::u32 StartOrStop(EScriptFunction function, NSKinvarCodec::IMIDIEventGetter& getter,
+                                   NSKinvarCodec::u32 outPort, NSKinvarCodec::ITextGetter& messages);
     bool CallPortFunction(EScriptFunction function, NSKinvarCodec::u32 outPort, NSKinvarCodec::u32 maxBytes,
                           CCallMessages& out);
     void Flush(NSKinvarCodec::u32 outPort, NSKinvarCodec::IMIDIEventGetter& getter);

@@ -7,7 +7,6 @@
 #include "host/CodecModules.h"
 
 #include <ostream>
-#include <regex>
 
 namespace NSCheckTool
 {
@@ -23,12 +22,14 @@ void PrintRefusal(TCommandContext& context, std::ostream& out, const std::filesy
         out << text << (text.empty() || text.back() != '\n' ? "\n" : "");
         return;
     }
-    static const std::regex place(R"(^[^\n:]+:(\d+): ([^\n]*))");
-    std::smatch match;
-    if (std::regex_search(text, match, place))
-        out << script.string() << ":" << match[1] << ": error: " << match[2] << "\n";
+    // "NAME:LINE: MESSAGE", the first line of the text.
+    const std::string first = text.substr(0, text.find('\n'));
+    const std::size_t colon = first.find(':');
+    const std::size_t end = colon == std::string::npos ? colon : first.find_first_not_of("0123456789", colon + 1);
+    if (end != std::string::npos && end > colon + 1 && first.compare(end, 2, ": ") == 0)
+        out << script.string() << first.substr(colon, end - colon) << ": error: " << first.substr(end + 2) << "\n";
     else
-        out << script.string() << ":1: error: " << text.substr(0, text.find('\n')) << "\n";
+        out << script.string() << ":1: error: " << first << "\n";
 }
 } // namespace
 
