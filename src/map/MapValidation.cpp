@@ -55,6 +55,8 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
         result.fOutcome = EMapCheckOutcome::kHeaderFault;
         return result;
     }
+    result.fManufacturer = manufacturer;
+    result.fModel = model;
     const TControlSurfacePtr surface = MakeSurfaceFor(surfaces, manufacturer, model);
     if (!surface)
     {
@@ -63,11 +65,13 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
     }
     TControlSurfaceInfo info{};
     ThrowCodecResult(surface->IControlSurface_GetInfo(&info));
+    result.fItems = GetItemInfos(*surface);
+    result.fStateNames = *GetItemStateNames(*surface);
     const auto map = std::make_shared<VControlSurfaceMap>(GetRecordText(info.fManufacturer),
-                                                          GetRecordText(info.fModel), GetItemInfos(*surface));
+                                                          GetRecordText(info.fModel), result.fItems);
     try
     {
-        ReadMapFile(text, *map, *GetItemStateNames(*surface), result.fErrorText, &result.fFaults);
+        ReadMapFile(text, *map, result.fStateNames, result.fErrorText, &result.fFaults);
     }
     catch (const XBadFormat&)
     {

@@ -29,6 +29,13 @@ struct TMapCheckResult
     TMapFaultList fFaults;
     // The map of a sound file, for whoever wants to use it.
     std::shared_ptr<const VControlSurfaceMap> fMap;
+    // What the check learnt on its way, for tools that explain a fault: the
+    // surface that the header names, and that surface's items and their state
+    // names once a codec made it.
+    TText16 fManufacturer;
+    TText16 fModel;
+    std::shared_ptr<const TItemList> fItems;
+    TStateNames fStateNames;
 };
 
 // The one line of the log when no codec offers the file's surface.
