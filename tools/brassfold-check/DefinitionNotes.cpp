@@ -75,8 +75,9 @@ std::string ExplainExpected(const TRow& row, std::u16string_view message)
     const std::u16string_view wanted = message.substr(10, message.size() - 11);
     const std::vector<TText16>& titles = EqualTexts(Field(row, 0), u"Map Header") ? kMapTitles : kItemTitles;
     std::size_t column = 0;
-    if (EqualTexts(Field(row, 0), titles.front()))
-        column = std::find(titles.begin(), titles.end(), wanted) - titles.begin();
+    const auto title = std::find(titles.begin(), titles.end(), wanted);
+    if (EqualTexts(Field(row, 0), titles.front()) && title != titles.end())
+        column = std::size_t(title - titles.begin());
     const std::string found = Quoted(Field(row, column));
     const std::string stray = column == 0 ? DescribeStrayRow(row.fFields, DefinitionKeys()) : std::string();
     if (stray.starts_with(found))
