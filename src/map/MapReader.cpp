@@ -153,13 +153,13 @@ public:
 
     std::optional<u32> Find(std::u16string_view name) const
     {
+        // The comparison passes over what makes a name not plain, so any item,
+        // plain or not, may equal such a name: only the walk knows the first.
+        if (!IsPlainName(name))
+            return FindByWalk(name);
         std::optional<u32> found;
-        if (IsPlainName(name))
-        {
-            const auto hit = fPlain.find(name);
-            if (hit != fPlain.end())
-                found = hit->second;
-        }
+        if (const auto hit = fPlain.find(name); hit != fPlain.end())
+            found = hit->second;
         for (const u32 index : fOthers)
         {
             if (found && index > *found)
@@ -167,8 +167,6 @@ public:
             if (EqualTexts(NameOf(fItems[index]), name))
                 return index;
         }
-        if (!found && !IsPlainName(name))
-            return FindByWalk(name);
         return found;
     }
 
