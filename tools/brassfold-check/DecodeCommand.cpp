@@ -55,18 +55,6 @@ std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
     return bytes;
 }
 
-class CInfoCollector : public IControlSurfaceInfoGetter
-{
-public:
-    std::vector<TControlSurfaceInfo> fInfos;
-
-    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-    {
-        fInfos.assign(infos, infos + count);
-        return NSKinvarCodec::kCodecOK;
-    }
-};
-
 // Prints each input as it comes.
 class CPrintingInputHandler : public IControlSurfaceInputHandler
 {
@@ -96,13 +84,11 @@ public:
     {
         TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {fFile}}),
                         codec_deleter());
-        CInfoCollector infos;
-        CCodecTextGetter messages;
-        ThrowCodecResult(codec->ICodec2_GetControlSurfaces(infos, messages));
-        if (infos.fInfos.empty())
+        const auto infos = GetControlSurfacesForCodec(codec, {});
+        if (infos.empty())
             return UsageError(fContext, fFile + ": no surface model");
         u32 status = NSKinvarCodec::kCodecOK;
-        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos.fInfos[0], &status),
+        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
         const auto items = GetItemInfos(*surface);

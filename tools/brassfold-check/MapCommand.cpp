@@ -72,22 +72,10 @@ std::optional<TMapArguments> ReadArguments(TCommandContext& context, std::string
 // refuses are told on the error stream, as the workbench tells them in its log.
 TCodecSurfaceList LoadSurfaces(TCommandContext& context, const NSGenericMidiCodec::TScanPlaces& places)
 {
-    struct CInfoGetter : NSKinvarCodec::IControlSurfaceInfoGetter
-    {
-        u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
-        {
-            fInfos.insert(fInfos.end(), infos, infos + count);
-            return NSKinvarCodec::kCodecOK;
-        }
-        std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
-    } getter;
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-    CCodecTextGetter messages;
-    ThrowCodecResult(codec->ICodec2_GetControlSurfaces(getter, messages));
-    if (messages.HasText())
-        context.fError << UTF8FromText16(messages.GetText());
+    const auto infos = GetControlSurfacesForCodec(codec, [&](const TText16& text) { context.fError << UTF8FromText16(text); });
     TCodecSurfaceList surfaces;
-    for (const auto& info : getter.fInfos)
+    for (const auto& info : infos)
         surfaces.emplace_back(codec, info);
     return surfaces;
 }
