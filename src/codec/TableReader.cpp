@@ -95,7 +95,7 @@ bool CTableLineSource::Next(TMapLine& line)
 
 bool CTableLineSource::SplitLine(TMapLine& line)
 {
-    if (fFinished || (fOptions.fLineLimit != 0 && fLineIndex >= fOptions.fLineLimit))
+    if (fFinished)
         return false;
     line.first = fLineIndex;
     fLinePhysicalStart = fPhysicalLine;

@@ -45,14 +45,10 @@ struct TTableOptions
     bool fTrimBlanks = false;
     // Pass 4: remove one pair of enclosing double quotes (definition files).
     bool fUnquote = false;
-    // Stop splitting once this many lines (empty ones included) stand; 0 for no limit.
-    u32 fLineLimit = 0;
 };
 
 inline constexpr TTableOptions kDefinitionTableOptions{.fTrimBlanks = false, .fUnquote = true};
 inline constexpr TTableOptions kMapTableOptions{.fTrimBlanks = true, .fUnquote = false};
-// The line limit that is enough to read a mapping file's header alone.
-inline constexpr u32 kHeaderLineLimit = 10;
 
 // A quoted run that holds line ends or has no partner. Such a run may swallow
 // lines that the author meant as rows, so tools that explain a file point at

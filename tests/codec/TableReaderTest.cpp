@@ -18,7 +18,6 @@ struct TTableCase
 
 TEST(TableReader, SplitsFiltersAndCleansColumns)
 {
-    const TTableOptions lineLimit3{.fLineLimit = 3};
     const TTableCase cases[] = {
         {"each line end counts once", u"a\tb\nc\td\re\tf\r\ng\th\n", {},
          {{0, {u"a", u"b"}}, {1, {u"c", u"d"}}, {2, {u"e", u"f"}}, {3, {u"g", u"h"}}}},
@@ -40,8 +39,6 @@ TEST(TableReader, SplitsFiltersAndCleansColumns)
          {{0, {u"a", u"\"b \""}}, {1, {u"", u""}}}},
         {"unquoting takes one enclosing pair", u"\"a\tb\"\t\"\"\t\"x\t\"\"\"\t \"c\" \n",
          kDefinitionTableOptions, {{0, {u"a\tb", u"", u"x\t\"\"", u" \"c\" "}}}},
-        {"the line limit counts every physical line", u"a\tb\n\nc\td\ne\tf\n", lineLimit3,
-         {{0, {u"a", u"b"}}, {2, {u"c", u"d"}}}},
     };
     for (const TTableCase& c : cases)
         EXPECT_EQ(ReadTable(c.fText, c.fOptions), c.fLines) << c.fName;

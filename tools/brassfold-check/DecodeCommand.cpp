@@ -59,18 +59,6 @@ std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
     return bytes;
 }
 
-class CInfoCollector : public IControlSurfaceInfoGetter
-{
-public:
-    std::vector<TControlSurfaceInfo> fInfos;
-
-    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-    {
-        fInfos.assign(infos, infos + count);
-        return NSKinvarCodec::kCodecOK;
-    }
-};
-
 // Keeps the inputs of one message, for the decoder to print and judge.
 class CInputCollector : public IControlSurfaceInputHandler
 {
@@ -125,16 +113,16 @@ public:
     {
         TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {fFile}}),
                         codec_deleter());
-        CInfoCollector infos;
-        CCodecTextGetter messages;
+        std::vector<TControlSurfaceInfo> infos;
         {
+            // The scan reads the file again: what its read asserted was shown.
             const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
-            ThrowCodecResult(codec->ICodec2_GetControlSurfaces(infos, messages));
+            infos = GetControlSurfacesForCodec(codec, {});
         }
-        if (infos.fInfos.empty())
+        if (infos.empty())
             return UsageError(fContext, fFile + ": no surface model");
         u32 status = NSKinvarCodec::kCodecOK;
-        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos.fInfos[0], &status),
+        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
         fItems = GetItemInfos(*surface);

@@ -28,8 +28,6 @@ namespace NSCheckTool
 {
 namespace
 {
-using NSTextPackage::UTF8FromText16;
-
 constexpr const char* kDefinitionOption = "--midicodec";
 constexpr const char* kFolderOption = "--codecs";
 
@@ -83,23 +81,15 @@ TCodecSurfaceList LoadSurfaces(TCommandContext& context, const NSGenericMidiCode
 {
     for (const auto& file : DefinitionFilesOf(places))
         CheckDefinition(context, file.string(), ERefusalStream::kError);
-    struct CInfoGetter : NSKinvarCodec::IControlSurfaceInfoGetter
-    {
-        u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
-        {
-            fInfos.insert(fInfos.end(), infos, infos + count);
-            return NSKinvarCodec::kCodecOK;
-        }
-        std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
-    } getter;
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-    CCodecTextGetter messages; // the refusals that were told above
+    std::vector<NSKinvarCodec::TControlSurfaceInfo> infos;
     {
+        // The scan reads those files again: its refusals and assertions were shown.
         const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
-        ThrowCodecResult(codec->ICodec2_GetControlSurfaces(getter, messages));
+        infos = GetControlSurfacesForCodec(codec, {});
     }
     TCodecSurfaceList surfaces;
-    for (const auto& info : getter.fInfos)
+    for (const auto& info : infos)
         surfaces.emplace_back(codec, info);
     return surfaces;
 }
