@@ -41,7 +41,11 @@ TControlSurfacePtr MakeSurfaceFor(const TCodecSurfaceList& surfaces, const TText
 
 TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file)
 {
-    const TText16 text = ReadMapText(file);
+    return CheckMapText(surfaces, ReadMapText(file));
+}
+
+TMapCheckResult CheckMapText(const TCodecSurfaceList& surfaces, std::u16string_view text)
+{
     TMapCheckResult result;
     TText16 manufacturer;
     TText16 model;

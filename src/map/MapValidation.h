@@ -45,6 +45,8 @@ inline constexpr std::u16string_view kMapIsOkAlert = u"[NOTE]Kinvar map is ok![C
 
 // Reads and proves the file. File-system failures and codec failures throw.
 TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file);
+// The same for a file's text that the caller has read already.
+TMapCheckResult CheckMapText(const TCodecSurfaceList& surfaces, std::u16string_view text);
 
 // The command after its file dialog: a sound file gets the alert, a faulty
 // one its error text in the log and then XBadFormat for the command's own

@@ -2,7 +2,7 @@
 
 #include "TextHints.h"
 
-#include "foundation/FileHandling.h"
+#include "map/MapReader.h"
 
 #include <algorithm>
 
@@ -27,14 +27,19 @@ CFileRows::CFileRows(std::u16string_view text, const TTableOptions& options, con
         const bool kept = std::binary_search(keptIndices.begin(), keptIndices.end(), quote.fLineIndex);
         fQuotedRuns.push_back({quote, !kept});
     }
-    const bool open = !text.empty() && text.back() != u'\n' && text.back() != u'\r';
-    fPhysicalLineCount = CountLineEnds(text) + (open ? 1 : 0);
+    // Only a quote without partner asks how many lines the file has: a long
+    // file is not walked once more for nothing.
+    if (!fQuotedRuns.empty() && !fQuotedRuns.back().fQuote.fClosed)
+    {
+        const bool open = text.back() != u'\n' && text.back() != u'\r';
+        fPhysicalLineCount = CountLineEnds(text) + (open ? 1 : 0);
+    }
 }
 
 TText16 CFileRows::ReadText(const std::filesystem::path& file)
 {
-    const std::vector<u8> bytes = NSHarbryUtils::ReadWholeFile(file);
-    return DecodeTableText(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    // Both formats read and decode a file alike.
+    return NSKinvar::ReadMapText(file);
 }
 
 void CFileRows::NoteShift(const TMapLine& line, u32 physical)

@@ -50,6 +50,7 @@ public:
     // such as one past the last row, keeps its distance to the row before it.
     i32 PhysicalLine(i32 readerLine) const;
     const std::vector<TQuotedRun>& QuotedRuns() const { return fQuotedRuns; }
+    // Known when the last quoted run has no partner; 0 otherwise.
     u32 PhysicalLineCount() const { return fPhysicalLineCount; }
 
 private:

@@ -113,8 +113,9 @@ int RunMap(TCommandContext& context)
     }
     LoadTextResource(2000);
     const TCodecSurfaceList surfaces = LoadSurfaces(context, arguments->fPlaces);
-    const NSKinvar::TMapCheckResult result = NSKinvar::CheckMapFile(surfaces, arguments->fMapFile);
-    const CFileRows rows = ReadMapRows(CFileRows::ReadText(arguments->fMapFile), result.fFaults);
+    const TText16 text = NSKinvar::ReadMapText(arguments->fMapFile);
+    const NSKinvar::TMapCheckResult result = NSKinvar::CheckMapText(surfaces, text);
+    const CFileRows rows = ReadMapRows(text, result.fFaults);
     const int exitCode = ReportMapCheck(context, arguments->fMapFile, result, rows, surfaces);
     ReportMapWarnings(context, arguments->fMapFile, rows);
     if (result.fMap)
