@@ -163,8 +163,8 @@ std::string ExplainRefusal(const TDefinitionFault& fault, const CFileRows& rows)
     const TRow* row = rows.FindRow(fault.fLine);
     const std::u16string_view message = fault.fMessage;
     if (row == nullptr)
-        return message == u"Empty Config File" ? std::string() : "the file ends before this row";
-    if (fault.fDetail.empty())
+        return message.empty() || message == u"Empty Config File" ? std::string() : "the file ends before this row";
+    if (IsBareFault(fault))
         return EqualTexts(Field(*row, 0), u"Item") ? ExplainNumber(*row) : ExplainHex(*row);
     if (message.starts_with(u"Missing: ") && message.ends_with(u"."))
         return ExplainHeaderRow(row->fFields, message.substr(9, message.size() - 10));

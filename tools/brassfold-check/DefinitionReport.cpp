@@ -26,10 +26,12 @@ void ReportRefusal(TCommandContext& context, const std::string& file,
     const i32 readerLine = fault.fLine > 0 ? fault.fLine : 1;
     const i32 line = rows.PhysicalLine(readerLine);
     // A bad hex value or number names no line in the reader's text.
-    const std::string note =
-        NoteWithLine(context, !fault.fDetail.empty(), readerLine, line, ExplainRefusal(fault, rows));
-    Report(context, {ESeverity::kError, file, line, fault.fMessage.empty() ? "cannot be read" : UTF8(fault.fMessage),
-                     note, UTF8(result.fMessage)});
+    const std::string note = NoteWithLine(context, !IsBareFault(fault), readerLine, line, ExplainRefusal(fault, rows));
+    // An expression such as "1+" fails with an empty message.
+    const std::string message = !fault.fMessage.empty() ? UTF8(fault.fMessage)
+                                : fault.fDetail.empty() ? "cannot be read"
+                                                        : "the reader gives no message";
+    Report(context, {ESeverity::kError, file, line, message, note, UTF8(result.fMessage)});
 }
 } // namespace
 
@@ -49,7 +51,7 @@ TDefinitionCheck CheckDefinition(TCommandContext& context, const std::string& fi
         CHeldAssertions held(CHeldAssertions::EKind::kOwnRead);
         result = NSGenericMidiCodec::ReadDefinitionFile(file);
         // A bad hex value or number: the tool names its line and text instead.
-        if (!result.fConfig && result.fFault.fDetail.empty() && !context.fTrace)
+        if (!result.fConfig && IsBareFault(result.fFault) && !context.fTrace)
             held.DropLast();
     }
     TDefinitionCheck check{std::move(result.fConfig), CFileRows(CFileRows::ReadText(file), kDefinitionTableOptions)};
@@ -63,6 +65,11 @@ TDefinitionCheck CheckDefinition(TCommandContext& context, const std::string& fi
     TCommandContext side{{}, {}, context.fFormat, false, context.fTrace, 0, context.fError, context.fError, context.fIn};
     ReportRefusal(side, file, result, check.fRows);
     return check;
+}
+
+bool IsBareFault(const NSGenericMidiCodec::TDefinitionFault& fault)
+{
+    return fault.fDetail.empty() && fault.fMessage == u"syntax error";
 }
 
 TDefinitionLayout LayoutOf(const NSGenericMidiCodec::CGenericMidiCodecConfig& config, const CFileRows& rows)

@@ -48,6 +48,10 @@ std::size_t RuleCount(const NSGenericMidiCodec::CGenericMidiCodecConfig& config)
 // The keys of the format, for guesses at misspelt ones.
 const std::vector<TText16>& DefinitionKeys();
 
+// A bad hex value or a bad number: the reader's message names neither line
+// nor text, and its assertion only repeats the fault.
+bool IsBareFault(const NSGenericMidiCodec::TDefinitionFault& fault);
+
 // The added line for a refused file: the offending text, or the line and the
 // text of a bad hex value or number. Empty when the message says it all.
 std::string ExplainRefusal(const NSGenericMidiCodec::TDefinitionFault& fault, const CFileRows& rows);

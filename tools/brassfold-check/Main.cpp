@@ -44,6 +44,14 @@ void PrintUsage(std::ostream& out)
            "  BRASSFOLD_TRACE=1  show the debug channel's trace lines and every failed assertion\n";
 }
 
+const TCheckCommand* FindCommand(const std::string& name)
+{
+    const auto& commands = GetCommands();
+    const auto found =
+        std::find_if(commands.begin(), commands.end(), [&](const TCheckCommand& c) { return name == c.fName; });
+    return found == commands.end() ? nullptr : &*found;
+}
+
 // What the command line asks for, before a command runs.
 struct TCommandLine
 {
@@ -88,13 +96,8 @@ private:
             line.fArguments.push_back(word);
             return {};
         }
-        const auto& commands = GetCommands();
-        const auto found = std::find_if(commands.begin(), commands.end(),
-                                        [&](const TCheckCommand& c) { return word == c.fName; });
-        if (found == commands.end())
-            return "unknown command \"" + word + "\"";
-        line.fCommand = &*found;
-        return {};
+        line.fCommand = FindCommand(word);
+        return line.fCommand == nullptr ? "unknown command \"" + word + "\"" : std::string();
     }
 
     // "--name value" or "--name=value" when the option takes a value.
@@ -152,12 +155,7 @@ private:
     {
         const TCheckCommand* command = line.fCommand;
         for (std::size_t i = fPosition + 1; command == nullptr && i < fWords.size(); ++i)
-        {
-            const auto& commands = GetCommands();
-            const auto found = std::find_if(commands.begin(), commands.end(),
-                                            [&](const TCheckCommand& c) { return fWords[i] == c.fName; });
-            command = found == commands.end() ? nullptr : &*found;
-        }
+            command = FindCommand(fWords[i]);
         if (command == nullptr)
             return nullptr;
         const auto found = std::find_if(command->fOptions.begin(), command->fOptions.end(),
