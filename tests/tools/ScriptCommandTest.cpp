@@ -34,7 +34,8 @@ TEST(CheckToolScripts, DefinitionDecodeAndMapTakeScripts)
         {{"map", kKinvar + "Maps/Copperlane Keystage 49.kinvarmap", "--codecs", kKinvar + "Codecs/MIDI Codecs"}, 0,
          "Kinvar map is ok!\n"},
         {{"map", kKinvar + "Maps/Copperlane Keystage 49.kinvarmap", "--midicodec", broken}, 2,
-         "The codec for this map file has not been loaded yet!\n"},
+         "The codec for this map file has not been loaded yet!\n"
+         "  the map is for \"Copperlane Audio\" \"Keystage 49\"; the codecs offer is no model\n"},
     };
     for (const auto& test : cases)
     {

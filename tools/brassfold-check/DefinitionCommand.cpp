@@ -1,17 +1,17 @@
 // brassfold-check definition FILE...
 //
-// Reads each definition file as the generic codec's scan does, and each script
-// (".luacodec") through the scripted codec host. A refused file prints the
-// scan's or the host's message; an accepted one its manufacturer, model and
-// item count, a script one line for each of its models.
+// Reads each definition file as the generic codec's scan does. A refused file
+// prints the scan's message; an accepted one its manufacturer, model, item
+// count and rule count. Then the warnings of the file. A script (".luacodec")
+// goes through the scripted codec host: the host's message, or a line for
+// each of its models with its item count.
 
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
 #include "ScriptCodec.h"
+#include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
-
-#include "foundation/TextPackage.h"
 
 #include <ostream>
 
@@ -19,13 +19,14 @@ namespace NSCheckTool
 {
 namespace
 {
-void PrintAccepted(TCommandContext& context, const std::string& file, std::u16string_view manufacturer,
-                   std::u16string_view model, std::size_t count)
+void PrintAccepted(TCommandContext& context, const std::string& file,
+                   const NSGenericMidiCodec::CGenericMidiCodecConfig& config)
 {
     if (context.fFormat == EOutputFormat::kGcc)
         return; // editors want faults only
-    context.fOut << file << ": " << NSTextPackage::UTF8FromText16(manufacturer) << ", "
-                 << NSTextPackage::UTF8FromText16(model) << ", " << count << (count == 1 ? " item" : " items") << "\n";
+    const std::size_t rules = RuleCount(config);
+    context.fOut << file << ": " << UTF8(config.fManufacturer) << ", " << UTF8(config.fModel) << ", "
+                 << CountOf(config.fItems.size(), "item", "items") << ", " << CountOf(rules, "rule", "rules") << "\n";
 }
 
 // A script's models, each made into a surface for its item count.
@@ -38,8 +39,10 @@ int CheckScript(TCommandContext& context, const std::string& file)
         NSKinvarCodec::u32 status = NSKinvarCodec::kCodecOK;
         const TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(info, &status), codecsurface_deleter());
         ThrowCodecResult(status);
-        PrintAccepted(context, file, GetRecordText(info.fManufacturer), GetRecordText(info.fModel),
-                      GetItemInfos(*surface)->size());
+        if (context.fFormat != EOutputFormat::kGcc)
+            context.fOut << file << ": " << UTF8(GetRecordText(info.fManufacturer)) << ", "
+                         << UTF8(GetRecordText(info.fModel)) << ", "
+                         << CountOf(GetItemInfos(*surface)->size(), "item", "items") << "\n";
     }
     FlushScriptPrints(context);
     return exitCode;
@@ -63,16 +66,12 @@ int RunDefinition(TCommandContext& context)
             exitCode = result == kExitUsage || exitCode == kExitOK ? result : exitCode;
             continue;
         }
-        const NSGenericMidiCodec::TDefinitionReadResult result = NSGenericMidiCodec::ReadDefinitionFile(file);
-        if (result.fConfig)
-        {
-            const auto& config = *result.fConfig;
-            PrintAccepted(context, file, config.fManufacturer, config.fModel, config.fItems.size());
-            continue;
-        }
-        PrintRefusal(context, file, result);
-        if (exitCode == kExitOK)
+        const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);
+        if (check.fConfig)
+            PrintAccepted(context, file, *check.fConfig);
+        else if (exitCode == kExitOK)
             exitCode = kExitRefused;
+        ReportDefinitionWarnings(context, file, check.fRows, check.fConfig ? &*check.fConfig : nullptr);
     }
     return exitCode;
 }
