@@ -125,15 +125,15 @@ u32 CLuaCodec::ICodec2_GetControlSurfaces(IControlSurfaceInfoGetter& getter, ITe
 
 // The call carries no text getter: what the script says goes to the log as
 // "[Lua]" lines.
-IControlSurface* CLuaCodec::CreateSurface(const TScriptModel* (*find)(const CLuaScript&, const void*),
-                                          const void* key, u32 unknownStatus, u32* status)
+template <class FindModel>
+IControlSurface* CLuaCodec::CreateSurface(FindModel&& findModel, u32 unknownStatus, u32* status)
 {
     IControlSurface* surface = nullptr;
     CCallMessages out;
     u32 result = GuardCodecOperation([this] { return ICodec2_CheckInvariant(); }, [&] {
         ReportScriptErrors(out, [&](CCallMessages& said) {
             const std::shared_ptr<const CLuaScript> script = GetBoundScript(said);
-            const TScriptModel* model = key != nullptr ? find(*script, key) : nullptr;
+            const TScriptModel* model = findModel(*script);
             if (model != nullptr)
                 surface = new CLuaControlSurface(*this, script, *model);
         });
@@ -149,20 +149,17 @@ IControlSurface* CLuaCodec::CreateSurface(const TScriptModel* (*find)(const CLua
 
 IControlSurface* CLuaCodec::ICodec2_CreateControlSurface(const TControlSurfaceInfo& info, u32* status)
 {
-    return CreateSurface(
-        [](const CLuaScript& script, const void* key) {
-            return script.FindModel(*static_cast<const TControlSurfaceInfo*>(key));
-        },
-        &info, kCodecInvalidArgument, status);
+    return CreateSurface([&](const CLuaScript& script) { return script.FindModel(info); }, kCodecInvalidArgument,
+                         status);
 }
 
 IControlSurface* CLuaCodec::ICodec2_CreateControlSurfaceByName(const char* uniqueName, u32* status)
 {
     return CreateSurface(
-        [](const CLuaScript& script, const void* key) {
-            return script.FindModel(std::string_view(static_cast<const char*>(key)));
+        [&](const CLuaScript& script) {
+            return uniqueName != nullptr ? script.FindModel(std::string_view(uniqueName)) : nullptr;
         },
-        uniqueName, kCodecUnsupportedInterface, status);
+        kCodecUnsupportedInterface, status);
 }
 
 u32 CLuaCodec::ICodec2_GetControlSurfacePicture(const TControlSurfaceInfo&, u32* hasPicture, u32*)

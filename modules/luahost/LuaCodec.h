@@ -81,8 +81,8 @@ private:
     };
 
     template <class Body> NSKinvarCodec::u32 Guarded(NSKinvarCodec::ITextGetter* messages, Body&& body);
-    NSKinvarCodec::IControlSurface* CreateSurface(const TScriptModel* (*find)(const CLuaScript&, const void*),
-                                                  const void* key, NSKinvarCodec::u32 unknownStatus,
+    template <class FindModel>
+    NSKinvarCodec::IControlSurface* CreateSurface(FindModel&& findModel, NSKinvarCodec::u32 unknownStatus,
                                                   NSKinvarCodec::u32* status);
     std::shared_ptr<const CLuaScript> GetBoundScript(CCallMessages& out) const;
     static std::optional<TFileStamp> StampOf(const std::filesystem::path& file);

@@ -25,7 +25,8 @@ constexpr u16 kAllPorts = 0xFFFF;
 // The texts of a state, from fName to the end of fShortestNameAndValue: one
 // block without gaps.
 constexpr std::size_t kTextsBegin = offsetof(TItemState, fName);
-constexpr std::size_t kTextsEnd = offsetof(TItemState, fShortestNameAndValue) + sizeof(TItemState::fShortestNameAndValue);
+constexpr std::size_t kTextsEnd =
+    offsetof(TItemState, fShortestNameAndValue) + sizeof(TItemState::fShortestNameAndValue);
 
 bool SameState(const TItemState& a, const TItemState& b)
 {

@@ -137,7 +137,8 @@ int Sysex(lua_State* L)
     for (std::size_t i = 1; i < bytes.size(); ++i)
     {
         if (static_cast<unsigned char>(bytes[i]) > 0x7F)
-            return luaL_error(L, "sysex data byte %d is %d, above 7F", int(i), int(static_cast<unsigned char>(bytes[i])));
+            return luaL_error(L, "sysex data byte %d is %d, above 7F", int(i),
+                              int(static_cast<unsigned char>(bytes[i])));
     }
     bytes += char(0xF7);
     PushBytes(L, bytes);

@@ -106,7 +106,8 @@ private:
     }
 
     template <std::size_t N>
-    void ReadPorts(int table, const char* key, u32& count, char16 (&names)[kMaxPortCount][N], u32 (&optional)[kMaxPortCount])
+    void ReadPorts(int table, const char* key, u32& count, char16 (&names)[kMaxPortCount][N],
+                   u32 (&optional)[kMaxPortCount])
     {
         count = 0;
         const int type = lua_getfield(L, table, key);
@@ -182,7 +183,8 @@ private:
         ReadRange(table, info);
         ReadStates(table, item);
         model.fInfo.fHasKeyboard |= info.fInputKind == kInputKeyboard ? 1 : 0;
-        CGenericMidiItem& rules = model.fRuleItems.emplace_back(Text16(item.fName), info.fInputKind, info.fMin, info.fMax);
+        CGenericMidiItem& rules =
+            model.fRuleItems.emplace_back(Text16(item.fName), info.fInputKind, info.fMin, info.fMax);
         ReadRules(table, info, rules);
         model.fHasRules = model.fHasRules || !rules.fRules.empty();
         model.fItems.push_back(std::move(item));
@@ -392,7 +394,8 @@ int FindKeyLine(std::string_view script, std::string_view key)
     for (std::size_t at = script.find(key); at != std::string_view::npos; at = script.find(key, at + 1))
     {
         const std::size_t next = script.find_first_not_of(" \t", at + key.size());
-        const bool wordStart = at == 0 || !(std::isalnum(static_cast<unsigned char>(script[at - 1])) || script[at - 1] == '_');
+        const char before = at == 0 ? ' ' : script[at - 1];
+        const bool wordStart = !(std::isalnum(static_cast<unsigned char>(before)) || before == '_');
         if (wordStart && next != std::string_view::npos && script[next] == '=' && script.substr(next, 2) != "==")
             return LineAt(script, at);
     }

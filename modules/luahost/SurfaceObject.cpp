@@ -181,7 +181,8 @@ int Item(lua_State* L)
     lua_createtable(L, 0, 7);
     SetInteger(L, "index", lua_Integer(index) + 1);
     SetString(L, "name", item.fName);
-    for (const auto& [key, kind] : {std::pair("input", item.fInfo.fInputKind), std::pair("output", item.fInfo.fOutputKind)})
+    for (const auto& [key, kind] :
+         {std::pair("input", item.fInfo.fInputKind), std::pair("output", item.fInfo.fOutputKind)})
     {
         if (const char* name = KindName(kind))
         {

@@ -54,7 +54,8 @@ public:
 
     NSKinvarCodec::u32 IControlSurfaceInputHandler_HandleInput(NSKinvarCodec::IControlSurface*,
                                                                const NSKinvarCodec::TItemInput* input) override;
-    NSKinvarCodec::u32 IMIDIEventGetter_Take(const NSKinvarCodec::TMIDIEvent* events, NSKinvarCodec::u32 count) override;
+    NSKinvarCodec::u32 IMIDIEventGetter_Take(const NSKinvarCodec::TMIDIEvent* events,
+                                             NSKinvarCodec::u32 count) override;
 
     // The codec outlives its surface.
     TCodecPtr fCodec;

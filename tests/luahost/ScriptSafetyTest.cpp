@@ -81,9 +81,11 @@ TEST(ScriptSafety, AFailingCallEndsAndTheSurfaceGoesOn)
     const CScriptRig rig;
     CSurfaceRig surface(rig.Load(Script("{ name = 'Pad', input = 'button', midi = '90 00 xx', value = 'x / 127' },\n"
                                         "{ name = 'Lamp', output = 'value', min = 0, max = 1 }",
-                                        "start = function() while true do pcall(function() while true do end end) end end,\n"
+                                        "start = function() while true do pcall(function() while true do end end)"
+                                        " end end,\n"
                                         "input = function() local t = {} while true do t[#t + 1] = {} end end,\n"
-                                        "output = function(s, port) s:send(port, 'B0 00 00') s:send(port, '07 40') end,\n"
+                                        "output = function(s, port) s:send(port, 'B0 00 00')"
+                                        " s:send(port, '07 40') end,\n"
                                         "stop = function(s, port) s:send(port, 'F0 7F F7') end")));
     const auto off = [](const char* function) {
         return std::string("\nTest.luacodec: ") + function +
