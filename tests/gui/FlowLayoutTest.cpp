@@ -25,12 +25,12 @@ public:
     {
         EXPECT_EQ((TLeftTop{fItem[0], fItem[1]}), (TLeftTop{right - left, bottom - top}));
         fPlaced.push_back({left, top});
-        return kDunmarkOK;
+        return kVistalOK;
     }
     u32 ILayoutable_GetLayoutInfo(NSDunmark::TLayoutInfo* info) override
     {
         *info = {fItem[0], fItem[1], fItem[2], 9, fItem[3], 9, fItem[1] / 2, u32(fItem[4])};
-        return kDunmarkOK;
+        return kVistalOK;
     }
     TItem fItem;
     std::vector<TLeftTop> fPlaced;
