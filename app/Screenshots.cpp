@@ -103,12 +103,17 @@ void CShooter::Shoot()
 {
     QMainWindow* main = fVistal.GetMainWindow();
     Save(main, "main-window-empty");
-    fVistal.FindMenuAction(u"Load MIDI Codecs")->trigger();
-    Save(main, "main-window");
-    ShootMenus();
     const auto choose = [](const std::filesystem::path& file) {
         return [file](QWidget& dialog) { ChooseFileInDialog(dialog, file); };
     };
+    fVistal.FindMenuAction(u"Load MIDI Codecs")->trigger();
+    OnNextModalDialog([&](QWidget& dialog) {
+        Save(&dialog, "open-codec-file");
+        choose(GetLuaCodecFolders().at(0) / "Copperlane Beacon 8.luacodec")(dialog);
+    });
+    fVistal.FindMenuAction(u"Choose Codec File")->trigger();
+    Save(main, "main-window");
+    ShootMenus();
     const auto press = [](const char* button) {
         return [button](QWidget& dialog) { PressDialogButton(dialog, button); };
     };
