@@ -11,8 +11,7 @@
 
 // A state that shows value: its decimal digits are the value text. An item of
 // kOutputNone is a failed assertion (it shows nothing).
-NSKinvarCodec::TItemState MakeValueState(const NSKinvarCodec::TItemInfo& item, i64 value, bool enabled,
-                                         u32 stateIndex);
+NSKinvarCodec::TItemState MakeValueState(const NSKinvarCodec::TItemInfo& item, i64 value, bool enabled, u32 stateIndex);
 
 // A state that shows text, with fValue and fStateIndex 0. An item that is not
 // kOutputText is a failed assertion.

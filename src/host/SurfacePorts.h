@@ -18,8 +18,7 @@ class ISurfacePorts
 public:
     // Input of port reaches receiver until the result goes. Never null;
     // throws what opening the port throws.
-    virtual std::shared_ptr<void> Listen(const NSMIDIHub::CMIDIPortSpec& port,
-                                         NSMIDIHub::IMIDIReceiver* receiver) = 0;
+    virtual std::shared_ptr<void> Listen(const NSMIDIHub::CMIDIPortSpec& port, NSMIDIHub::IMIDIReceiver* receiver) = 0;
     // Throws what opening the port throws.
     virtual std::shared_ptr<NSMIDIHub::IMIDISender> GetSender(const NSMIDIHub::CMIDIPortSpec& port) = 0;
     // Holds the calling thread that long: start and end messages are metered

@@ -31,8 +31,8 @@ TEST(ItemStates, CutEachNameToItsField)
     const TStateCase cases[] = {
         {u"Fader", -7, u"Fader", u"Fade", u"Fader -7", u"Fader -7", u"Fade -7"},
         {u"Master Volume", 16383, u"Master V", u"Mast", u"Master Volume 16383", u"Master V 16383", u"Mast 163"},
-        {u"Transport Jog Wheel", 12345678, u"Transpor", u"Tran", u"Transport Jog Wheel 12345678",
-         u"Transpor 1234567", u"Tran 123"},
+        {u"Transport Jog Wheel", 12345678, u"Transpor", u"Tran", u"Transport Jog Wheel 12345678", u"Transpor 1234567",
+         u"Tran 123"},
     };
     for (const TStateCase& c : cases)
     {

@@ -132,6 +132,32 @@ TEST(CheckToolSession, ReportsTheCodecsFaultsAndGoesOn)
               "box.session:2: note: log: All non-optional MIDI ports need to be chosen!\n");
 }
 
+// What a script prints and its errors, with the script's line, show where
+// they happen.
+TEST(CheckToolSession, AScriptsWordsShowWhereTheyCome)
+{
+    const CScratchFolder folder;
+    folder.Write("Broken.luacodec",
+                 "return {\n"
+                 "  models = { { manufacturer = 'Acme', model = 'Broken', inputs = { 'In' },\n"
+                 "    outputs = { 'Out' }, items = { { name = 'Lamp', output = 'value', min = 0, max = 1 } } } },\n"
+                 "  start = function(surface, port) print('starting on ' .. port) end,\n"
+                 "  output = function(surface, port) error('no lamp today') end,\n"
+                 "}\n");
+    const fs::path session = folder.Write("lamp.session", "start\nvalue Lamp = 1\nframe\n");
+    const TRunResult result = RunShell("brassfold-check session Broken.luacodec lamp.session", session.parent_path());
+    EXPECT_EQ(result.fExitCode, 1) << result.fError;
+    EXPECT_EQ(result.fOut, "> start\n"
+                           "log: [Lua] starting on 1\n"
+                           "> value Lamp = 1\n"
+                           "> frame\n"
+                           "log: Broken.luacodec:5: no lamp today\n"
+                           "log: Broken.luacodec: output is switched off for this surface until the script is "
+                           "saved again.\n"
+                           "lamp.session:3: error: the surface failed in the frame: status 23014 (kCodecBadFormat)\n"
+                           "> end\n");
+}
+
 TEST(CheckToolSession, RefusesAFaultySessionFileWithExitCode2)
 {
     struct TFaultCase

@@ -2,15 +2,15 @@
 
 #include "Assertions.h"
 #include "DefinitionReport.h"
+#include "ScriptCodec.h"
 #include "SurfaceText.h"
 #include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
-#include "host/AppCommands.h"
 #include "host/CodecModules.h"
 
 #include "foundation/FileHandling.h"
-#include "foundation/TextCompare.h"
+#include "foundation/LogText.h"
 
 #include <filesystem>
 
@@ -20,29 +20,27 @@ namespace
 {
 namespace fs = std::filesystem;
 
-bool HasExtension(const std::string& file, std::u16string_view extension)
+// A codec that offers no model can't make a surface.
+std::optional<TLoadedCodec> OfferingModels(TCommandContext& context, const std::string& file, TLoadedCodec loaded,
+                                           int& exitCode)
 {
-    return NSTextPackage::EqualTexts(fs::path(file).extension().u16string(), extension);
+    if (!loaded.fModels.empty())
+        return loaded;
+    context.fOut << file << ": the codec offers no surface model\n";
+    exitCode = kExitRefused;
+    return std::nullopt;
 }
 
-// The script host beside the program, where the workbench looks for it.
-fs::path ScriptHostPath()
-{
-    const CHeldAssertions silent(CHeldAssertions::EKind::kSilent); // the folder may well be missing
-    return GetScriptHostModule();
-}
-
-std::optional<TLoadedCodec> LoadModule(TCommandContext& context, const std::string& file, const fs::path& module,
-                                       const fs::path& script, const TCodecTextSink& tell, int& exitCode)
+std::optional<TLoadedCodec> LoadModule(TCommandContext& context, const std::string& file, const TCodecTextSink& tell,
+                                       int& exitCode)
 {
     TLoadedCodec loaded;
     try
     {
-        loaded.fCodec = LoadCodec(module, script);
-        tell(TakePendingLog()); // what the script binding said
+        loaded.fCodec = LoadCodec(file, {});
         if (!loaded.fCodec)
         {
-            exitCode = UsageError(context, module.string() + " is no codec module: it does not load, or has no " +
+            exitCode = UsageError(context, file + " is no codec module: it does not load, or has no " +
                                                NSKinvarCodec::kCodecFactoryName);
             return std::nullopt;
         }
@@ -55,19 +53,16 @@ std::optional<TLoadedCodec> LoadModule(TCommandContext& context, const std::stri
         exitCode = kExitRefused;
         return std::nullopt;
     }
-    if (!loaded.fModels.empty())
-        return loaded;
-    context.fOut << file << ": the codec offers no surface model\n";
-    exitCode = kExitRefused;
-    return std::nullopt;
+    return OfferingModels(context, file, std::move(loaded), exitCode);
 }
 } // namespace
 
 std::optional<TLoadedCodec> MakeDefinitionCodec(const std::string& file)
 {
-    TLoadedCodec loaded{TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {file}}),
-                                  codec_deleter()),
-                        {}};
+    TLoadedCodec loaded{
+        TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {file}}),
+                  codec_deleter()),
+        {}};
     {
         // The scan reads the file again: what its read asserted was shown.
         const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
@@ -76,15 +71,16 @@ std::optional<TLoadedCodec> MakeDefinitionCodec(const std::string& file)
     return loaded.fModels.empty() ? std::nullopt : std::optional(std::move(loaded));
 }
 
-std::optional<TLoadedCodec> LoadCodecFile(TCommandContext& context, const std::string& file,
-                                          const TCodecTextSink& tell, int& exitCode)
+std::optional<TLoadedCodec> LoadCodecFile(TCommandContext& context, const std::string& file, const TCodecTextSink& tell,
+                                          int& exitCode)
 {
     if (!IsReadableFile(context, file))
     {
         exitCode = kExitUsage;
         return std::nullopt;
     }
-    if (HasExtension(file, kDefinitionExtension))
+    const fs::path name = fs::path(file).filename();
+    if (HasDefinitionExtension(name))
     {
         if (!CheckDefinition(context, file, ERefusalStream::kOutput).fConfig)
         {
@@ -93,20 +89,22 @@ std::optional<TLoadedCodec> LoadCodecFile(TCommandContext& context, const std::s
         }
         return MakeDefinitionCodec(file);
     }
-    if (HasExtension(file, kCodecExtension))
-        return LoadModule(context, file, file, {}, tell, exitCode);
-    if (!HasExtension(file, kLuaExtension))
+    if (HasCodecExtension(name))
+        return LoadModule(context, file, tell, exitCode);
+    if (!IsScriptFile(name))
     {
         exitCode = UsageError(context, file + ": a codec is a .midicodec, .luacodec or .kinvarcodec file");
         return std::nullopt;
     }
-    const fs::path host = ScriptHostPath();
-    std::error_code error;
-    if (!fs::is_regular_file(host, error))
-    {
-        exitCode = UsageError(context, "scripts run in " + host.string() + ", which is not there");
+    const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+    if (!surfaces)
         return std::nullopt;
+    TLoadedCodec loaded;
+    for (const auto& [codec, model] : *surfaces)
+    {
+        loaded.fCodec = codec;
+        loaded.fModels.push_back(model);
     }
-    return LoadModule(context, file, host, file, tell, exitCode);
+    return OfferingModels(context, file, std::move(loaded), exitCode);
 }
 } // namespace NSCheckTool

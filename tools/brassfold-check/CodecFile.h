@@ -25,12 +25,11 @@ struct TLoadedCodec
 // CheckDefinition; nothing when it offers no model.
 std::optional<TLoadedCodec> MakeDefinitionCodec(const std::string& file);
 
-// Loads the codec of file by its extension. What the codec says while it
-// loads goes to tell. Nothing when it can't be had: a refused definition file
-// is reported as the definition command reports it, with exitCode kExitRefused,
-// as is a codec that fails to load or offers no model; a file that is missing,
-// is no module, or has an unknown extension, or a missing script host, is a
+// Loads the codec of file by its extension. What a module's codec says while
+// it loads goes to tell; what a script prints, to the error stream. Nothing when it can't be had: a refused definition
+// file is reported as the definition command reports it, with exitCode kExitRefused, as is a codec that fails to load
+// or offers no model; a file that is missing, is no module, or has an unknown extension, or a missing script host, is a
 // usage error (kExitUsage).
-std::optional<TLoadedCodec> LoadCodecFile(TCommandContext& context, const std::string& file,
-                                          const TCodecTextSink& tell, int& exitCode);
+std::optional<TLoadedCodec> LoadCodecFile(TCommandContext& context, const std::string& file, const TCodecTextSink& tell,
+                                          int& exitCode);
 } // namespace NSCheckTool

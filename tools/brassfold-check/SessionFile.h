@@ -41,11 +41,11 @@ struct TSessionCommand
     i32 fLine = 0;
     std::string fText; // as written, without blanks at its ends
     ESessionVerb fVerb = ESessionVerb::kStart;
-    std::string fName;        // the model, the item, or "all"
-    std::string fArgument;    // a value state's number as written, a text, a state's name
-    i64 fNumber = 1;          // a value, or the count of frames
-    u32 fPort = 0;            // of an input, from 0
-    std::vector<u8> fMessage; // of an input
+    std::string fName;                    // the model, the item, or "all"
+    std::string fArgument;                // a value state's number as written, a text, a state's name
+    i64 fNumber = 1;                      // a value, or the count of frames
+    u32 fPort = 0;                        // of an input, from 0
+    std::vector<u8> fMessage;             // of an input
     std::vector<u32> fInPorts, fOutPorts; // of "ports", from 0
     std::vector<TExpectation> fExpectations;
 };

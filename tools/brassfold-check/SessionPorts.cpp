@@ -69,7 +69,10 @@ std::vector<CMIDIPortSpec> CSessionPorts::OutAddresses(const std::vector<bool>& 
     return Assigned(fOut, assigned);
 }
 
-bool CSessionPorts::IsListened(u32 inPort) const { return inPort < fReceivers.size() && fReceivers[inPort]; }
+bool CSessionPorts::IsListened(u32 inPort) const
+{
+    return inPort < fReceivers.size() && fReceivers[inPort];
+}
 
 void CSessionPorts::Feed(u32 inPort, const NSMIDIHub::TBinary& message) const
 {
@@ -90,5 +93,8 @@ std::shared_ptr<NSMIDIHub::IMIDISender> CSessionPorts::GetSender(const CMIDIPort
     return std::make_shared<CCapture>(fSink, IndexOf(fOut, port));
 }
 
-void CSessionPorts::WaitForWire(u32 milliseconds) { Advance(u64(milliseconds) * 1000); }
+void CSessionPorts::WaitForWire(u32 milliseconds)
+{
+    Advance(u64(milliseconds) * 1000);
+}
 } // namespace NSCheckTool

@@ -24,8 +24,6 @@ using namespace NSKinvarCodec;
 using NSTextPackage::EqualTexts;
 using NSTextPackage::Text16FromUTF8;
 
-// What a frame may send on a port: the wire's bytes of a frame's time.
-constexpr u32 kFrameBytes = kWireBytesPerSecond / kOutputFramesPerSecond;
 constexpr u64 kFrameMicroseconds = u64(kOutputFramePeriodMs) * 1000;
 
 std::vector<std::string> LogLines(const TText16& text)
@@ -51,7 +49,10 @@ std::string Shown(std::string line)
 }
 
 // The panel's class of an item, as far as it decides how a state is made.
-bool IsTextItem(const TItemInfo& item) { return item.fInputKind == kInputNone && item.fOutputKind == kOutputText; }
+bool IsTextItem(const TItemInfo& item)
+{
+    return item.fInputKind == kInputNone && item.fOutputKind == kOutputText;
+}
 
 bool IsCheckBoxItem(const TItemInfo& item)
 {
@@ -194,10 +195,9 @@ private:
                     assigned[port] = true;
                     continue;
                 }
-                fFindings.push_back({ESeverity::kError, fSession.fFile, fPortsCommand->fLine,
-                                     "the model has no " + std::string(kind) + " port " + std::to_string(port + 1),
-                                     "it has " + std::to_string(assigned.size()), {}});
-                fExitCode = kExitRefused;
+                Error(fPortsCommand->fLine,
+                      "the model has no " + std::string(kind) + " port " + std::to_string(port + 1),
+                      "it has " + std::to_string(assigned.size()));
                 return false;
             }
             return true;
@@ -212,8 +212,8 @@ private:
         fStopped = true; // until the surface stands
         if (!AssignPorts(in, out))
             return;
-        fPorts = std::make_unique<CSessionPorts>(fModel.fInPortCount, fModel.fOutPortCount,
-                                                 [this](u32 port, const NSMIDIHub::TBinary& message) { Sent(port, message); });
+        const auto sent = [this](u32 port, const NSMIDIHub::TBinary& message) { Sent(port, message); };
+        fPorts = std::make_unique<CSessionPorts>(fModel.fInPortCount, fModel.fOutPortCount, sent);
         fHub = std::make_unique<CKinvarHUB>(*fPorts);
         fSurface = fHub->CreateActiveControlSurface(fCodec.fCodec, fModel, u"Name", fPorts->InAddresses(in),
                                                     fPorts->OutAddresses(out));
@@ -251,8 +251,8 @@ private:
         // order, and stops at an unassigned one.
         for (u32 before = 0; before < port; ++before)
             if (!fPorts->IsListened(before))
-                return Error("the workbench fails on input of port " + std::to_string(port + 1) +
-                                 " while port " + std::to_string(before + 1) + " is not assigned",
+                return Error("the workbench fails on input of port " + std::to_string(port + 1) + " while port " +
+                                 std::to_string(before + 1) + " is not assigned",
                              {});
         fPorts->Feed(port, command.fMessage);
         fHub->DriveInput();
@@ -288,9 +288,8 @@ private:
         fValues[*item] = std::clamp(command.fNumber, std::min(info.fMin, info.fMax), info.fMax);
         if (fValues[*item] != command.fNumber)
             fFindings.push_back({ESeverity::kWarning, fSession.fFile, command.fLine,
-                                 Quoted(GetRecordText(info.fName)) + " takes " + std::to_string(info.fMin) +
-                                     " to " + std::to_string(info.fMax) + ": the panel sends " +
-                                     std::to_string(fValues[*item]),
+                                 Quoted(GetRecordText(info.fName)) + " takes " + std::to_string(info.fMin) + " to " +
+                                     std::to_string(info.fMax) + ": the panel sends " + std::to_string(fValues[*item]),
                                  {}, {}});
         SendValue(*item);
     }
@@ -374,27 +373,13 @@ private:
 
     void RunFrames(i64 count)
     {
-        bool warned = false;
         for (i64 frame = 1; frame <= count; ++frame)
         {
-            fFrameBytes.assign(fModel.fOutPortCount, 0);
-            fFrame = count > 1 ? " in frame " + std::to_string(frame) + " of " + std::to_string(count) : " in the frame";
+            fFrame =
+                count > 1 ? " in frame " + std::to_string(frame) + " of " + std::to_string(count) : " in the frame";
             fHub->DriveOutput(kOutputFramesPerSecond);
             fPorts->Advance(kFrameMicroseconds);
-            for (u32 port = 0; port < fFrameBytes.size() && !warned; ++port)
-            {
-                if (fFrameBytes[port] <= kFrameBytes)
-                    continue;
-                warned = true;
-                fFindings.push_back({ESeverity::kWarning, fSession.fFile, fCommand->fLine,
-                                     "the surface sent " + std::to_string(fFrameBytes[port]) + " bytes on out " +
-                                         std::to_string(port + 1) + fFrame,
-                                     "a MIDI wire carries " + std::to_string(kFrameBytes) +
-                                         " in a frame's time: the hardware falls behind",
-                                     {}});
-            }
         }
-        fFrameBytes.clear();
     }
 
     void End()
@@ -423,8 +408,6 @@ private:
     void Sent(u32 port, const NSMIDIHub::TBinary& message)
     {
         Print("out " + std::to_string(port + 1) + ": " + HexText(message.data(), message.size()));
-        if (port < fFrameBytes.size())
-            fFrameBytes[port] += message.size();
     }
 
     // A line of the command's output; what the codec said before it comes first.
@@ -440,9 +423,11 @@ private:
             fPrinted.push_back(std::move(line));
     }
 
-    void Error(const std::string& message, const std::string& note)
+    void Error(const std::string& message, const std::string& note) { Error(fCommand->fLine, message, note); }
+
+    void Error(i32 line, const std::string& message, const std::string& note)
     {
-        fFindings.push_back({ESeverity::kError, fSession.fFile, fCommand->fLine, message, note, {}});
+        fFindings.push_back({ESeverity::kError, fSession.fFile, line, message, note, {}});
         fExitCode = kExitRefused;
     }
 
@@ -491,8 +476,7 @@ private:
     std::vector<TText16> fTexts;
     std::vector<u32> fStateIndices;
     std::vector<bool> fEnabled;
-    // Bytes sent on each output port in the running frame; empty between frames.
-    std::vector<std::size_t> fFrameBytes;
+    // Which frame runs, for a failure's words.
     std::string fFrame;
     // The hub goes before the ports that its surface uses.
     std::unique_ptr<CSessionPorts> fPorts;

@@ -99,7 +99,8 @@ std::optional<std::string> HostObjection(const TItemInput& input, const TItemInf
             return std::nullopt;
     }
     column = 0;
-    const auto outside = [](const char* what, i64 value, i64 low, i64 high) {
+    const auto outside = [](const char* what, i64 value, i64 low, i64 high)
+    {
         return std::string(what) + " " + std::to_string(value) + ", outside " + std::to_string(low) + " to " +
                std::to_string(high);
     };
@@ -111,8 +112,7 @@ std::optional<std::string> HostObjection(const TItemInput& input, const TItemInf
         if (input.fValue1 < 0 || input.fValue1 > 1)
             return outside("the key state", input.fValue1, 0, 1);
         column = input.fValue2 < 0 || input.fValue2 > 127 ? 1 : 2;
-        return column == 1 ? outside("the key", input.fValue2, 0, 127)
-                           : outside("the velocity", input.fValue3, 0, 127);
+        return column == 1 ? outside("the key", input.fValue2, 0, 127) : outside("the velocity", input.fValue3, 0, 127);
     case kInputButton:
     case kInputValue:
         return outside("the value", input.fValue1, info.fMin, info.fMax);

@@ -29,8 +29,8 @@ std::string ItemInputLine(const NSKinvarCodec::TItemInput& input, const TItemInf
 // What the host's check (IsItemInputValid) objects to in an input, worded for
 // the author, or nothing; column tells which of the three values is at fault
 // (0 to 2). The check's assertion is not shown.
-std::optional<std::string> HostObjection(const NSKinvarCodec::TItemInput& input,
-                                         const NSKinvarCodec::TItemInfo& info, std::size_t& column);
+std::optional<std::string> HostObjection(const NSKinvarCodec::TItemInput& input, const NSKinvarCodec::TItemInfo& info,
+                                         std::size_t& column);
 // Why a call into a codec failed: the status that the host read from it, by
 // its name in the contract, or the host's own words.
 std::string FailureReason(const std::exception& e);
