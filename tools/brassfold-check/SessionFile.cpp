@@ -24,7 +24,7 @@ enum class EPhase
     kAny,
 };
 
-struct TVerbSpec
+struct TVerbRule
 {
     const char* fWord;
     ESessionVerb fVerb;
@@ -167,7 +167,7 @@ std::string ReadFrameCount(const std::string& rest, TSessionCommand& command)
     return {};
 }
 
-const TVerbSpec kVerbs[] = {
+const TVerbRule kVerbs[] = {
     {"model", ESessionVerb::kModel, EPhase::kSetUp, &ReadModel},
     {"ports", ESessionVerb::kPorts, EPhase::kSetUp, &ReadPorts},
     {"start", ESessionVerb::kStart, EPhase::kSetUp, &ReadNothing},
@@ -214,39 +214,39 @@ private:
         const std::string rest = Trimmed(line.substr(end));
         if (word == "expect")
             return ReadExpectation(number, rest);
-        const auto spec = std::find_if(std::begin(kVerbs), std::end(kVerbs),
-                                       [&](const TVerbSpec& verb) { return word == verb.fWord; });
-        if (spec == std::end(kVerbs))
+        const auto found = std::find_if(std::begin(kVerbs), std::end(kVerbs),
+                                        [&](const TVerbRule& verb) { return word == verb.fWord; });
+        if (found == std::end(kVerbs))
             return Fault(number, "unknown command \"" + word + "\"", GuessCommand(word));
         TSessionCommand command;
         command.fLine = number;
         command.fText = line;
-        command.fVerb = spec->fVerb;
-        if (const std::string fault = spec->fRead(rest, command); !fault.empty())
+        command.fVerb = found->fVerb;
+        if (const std::string fault = found->fRead(rest, command); !fault.empty())
             return Fault(number, fault, {});
-        if (TakePhase(number, *spec))
+        if (TakePhase(number, *found))
             fSession.fCommands.push_back(std::move(command));
     }
 
     // start once, the set-up before it, the rest between it and end.
-    bool TakePhase(i32 number, const TVerbSpec& spec)
+    bool TakePhase(i32 number, const TVerbRule& verb)
     {
         const bool started = fStartLine != 0;
-        if (spec.fPhase == EPhase::kSetUp && started)
+        if (verb.fPhase == EPhase::kSetUp && started)
         {
-            Fault(number, std::string(spec.fWord) + " stands after start",
+            Fault(number, std::string(verb.fWord) + " stands after start",
                   "line " + std::to_string(fStartLine) + " starts the surface");
             return false;
         }
-        if (spec.fPhase == EPhase::kRunning && (!started || fEndLine != 0))
+        if (verb.fPhase == EPhase::kRunning && (!started || fEndLine != 0))
         {
-            Fault(number, std::string(spec.fWord) + " needs a running surface",
+            Fault(number, std::string(verb.fWord) + " needs a running surface",
                   started ? "line " + std::to_string(fEndLine) + " ends it" : "start it first");
             return false;
         }
-        if (spec.fVerb == ESessionVerb::kStart)
+        if (verb.fVerb == ESessionVerb::kStart)
             fStartLine = number;
-        if (spec.fVerb == ESessionVerb::kEnd)
+        if (verb.fVerb == ESessionVerb::kEnd)
             fEndLine = number;
         return true;
     }
@@ -267,7 +267,7 @@ private:
     std::string GuessCommand(const std::string& word) const
     {
         std::vector<TText16> words{u"expect"};
-        for (const TVerbSpec& verb : kVerbs)
+        for (const TVerbRule& verb : kVerbs)
             words.push_back(NSTextPackage::Text16FromUTF8(verb.fWord));
         const auto nearest = NearestName(NSTextPackage::Text16FromUTF8(word), words);
         return nearest ? "did you mean \"" + UTF8(*nearest) + "\"?" : std::string();
