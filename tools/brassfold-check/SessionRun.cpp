@@ -26,6 +26,23 @@ using NSTextPackage::Text16FromUTF8;
 
 constexpr u64 kFrameMicroseconds = u64(kOutputFramePeriodMs) * 1000;
 
+// A module may hand over a surrogate without its partner: it shows as U+FFFD.
+std::string PrintableUTF8(std::u16string_view text)
+{
+    if (NSTextPackage::IsValidText(text))
+        return UTF8(text);
+    TText16 sound(text);
+    for (std::size_t i = 0; i < sound.size(); ++i)
+    {
+        const bool high = sound[i] >= 0xD800 && sound[i] < 0xDC00;
+        if (high && i + 1 < sound.size() && sound[i + 1] >= 0xDC00 && sound[i + 1] < 0xE000)
+            ++i;
+        else if (sound[i] >= 0xD800 && sound[i] < 0xE000)
+            sound[i] = u'\uFFFD';
+    }
+    return UTF8(sound);
+}
+
 std::vector<std::string> LogLines(const TText16& text)
 {
     std::vector<std::string> lines;
@@ -35,7 +52,7 @@ std::vector<std::string> LogLines(const TText16& text)
         if (i < text.size() && text[i] != u'\n' && text[i] != u'\r' && text[i] != u'\u2029')
             continue;
         if (i > start)
-            lines.push_back("log: " + UTF8(std::u16string_view(text).substr(start, i - start)));
+            lines.push_back("log: " + PrintableUTF8(std::u16string_view(text).substr(start, i - start)));
         start = i + 1;
     }
     return lines;
