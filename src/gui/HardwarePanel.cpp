@@ -12,7 +12,6 @@
 #include <QPainter>
 #include <QScrollArea>
 #include <QSignalBlocker>
-#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -94,7 +93,7 @@ private:
 };
 
 CHardwarePanel::CHardwarePanel(std::unique_ptr<CPanelSurface> surface, QWidget* parent)
-    : QWidget(parent, Qt::Window), fSurface(std::move(surface)), fModel(*fSurface)
+    : QMainWindow(parent), fSurface(std::move(surface)), fModel(*fSurface)
 {
     InstallPanelAccessibility();
     setAttribute(Qt::WA_DeleteOnClose);
@@ -107,9 +106,7 @@ CHardwarePanel::CHardwarePanel(std::unique_ptr<CPanelSurface> surface, QWidget* 
     fScroll->setWidget(fCanvas);
     fScroll->viewport()->installEventFilter(this);
     // The scroll area fills the window; inside it the layout is ours.
-    auto* frame = new QVBoxLayout(this);
-    frame->setContentsMargins(0, 0, 0, 0);
-    frame->addWidget(fScroll);
+    setCentralWidget(fScroll);
 
     MakeStatisticsLine();
     for (u32 item = 0; item < fModel.GetItems().size(); ++item)
@@ -295,7 +292,7 @@ bool CHardwarePanel::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == fScroll->viewport() && event->type() == QEvent::Resize)
         GuardWindowCallback([this] { LayOut(); });
-    return QWidget::eventFilter(watched, event);
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void CHardwarePanel::LayOut()

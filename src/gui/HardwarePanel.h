@@ -23,7 +23,7 @@
 
 #include <QElapsedTimer>
 #include <QTimer>
-#include <QWidget>
+#include <QMainWindow>
 
 #include <map>
 #include <memory>
@@ -32,7 +32,7 @@
 
 class QScrollArea;
 
-class CHardwarePanel final : public QWidget, public IPanelView
+class CHardwarePanel final : public QMainWindow, public IPanelView
 {
     Q_OBJECT
 

@@ -52,12 +52,7 @@ private:
 QAccessibleInterface* MakePanelAccessible(const QString& key, QObject* object)
 {
     auto* widget = qobject_cast<QWidget*>(object);
-    if (widget == nullptr)
-        return nullptr;
-    // A panel is a window of its own, as a document window is.
-    if (key == QLatin1String("CHardwarePanel"))
-        return new QAccessibleWidget(widget, QAccessible::Window);
-    if (dynamic_cast<IAccessibleValue*>(widget) == nullptr)
+    if (widget == nullptr || dynamic_cast<IAccessibleValue*>(widget) == nullptr)
         return nullptr;
     if (key == QLatin1String("CUpDownButton"))
         return new CValueAccessible(widget, QAccessible::SpinBox);

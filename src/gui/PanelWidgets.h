@@ -42,8 +42,7 @@ struct TValueSource
     std::function<void(i64)> fSet;
 };
 
-// Installs the accessibility of the classes below and of the panel's window;
-// once is enough.
+// Installs the accessibility of the classes below; once is enough.
 void InstallPanelAccessibility();
 // Tells the accessibility tree that widget's number changed.
 void NotifyAccessibleValue(QWidget& widget);

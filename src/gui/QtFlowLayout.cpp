@@ -23,12 +23,12 @@ public:
     u32 ILayoutable_SetBounds(i32 left, i32 top, i32 right, i32 bottom) override
     {
         fBounds = QRect(QPoint(left, top), QPoint(right - 1, bottom - 1));
-        return kDunmarkOK;
+        return kVistalOK;
     }
     u32 ILayoutable_GetLayoutInfo(TLayoutInfo* info) override
     {
         *info = fInfo;
-        return kDunmarkOK;
+        return kVistalOK;
     }
     TLayoutInfo fInfo;
     QRect fBounds;
@@ -152,15 +152,19 @@ QSize CQtFlowLayout::sizeHint() const
     return QSize(right + contentsMargins().right(), height);
 }
 
+// The widest item with its margins, the tallest item: the height that a
+// width needs comes from heightForWidth.
 QSize CQtFlowLayout::minimumSize() const
 {
-    int widest = 0;
+    QSize size;
     for (const TEntry& entry : fEntries)
-        widest = std::max(widest,
-                          ItemSize(*entry.fItem).width() + entry.fMarginLeft + entry.fMarginRight);
+    {
+        const QSize item = ItemSize(*entry.fItem);
+        size = size.expandedTo(
+            QSize(item.width() + entry.fMarginLeft + entry.fMarginRight, item.height()));
+    }
     const QMargins margins = contentsMargins();
-    return QSize(widest + margins.left() + margins.right(),
-                 heightForWidth(widest + margins.left() + margins.right()));
+    return size.grownBy(margins);
 }
 
 void CQtFlowLayout::setGeometry(const QRect& rect)

@@ -1,19 +1,10 @@
 #pragma once
-// What the widget tests share. They run on Qt's offscreen platform with one
-// QApplication for the program, made at the first GetApplication:
-//
-//     TEST(LogWindowTest, ...)
-//     {
-//         NSGuiTesting::GetApplication();
-//         CLogWindow window;
-//         NSGuiTesting::Find<QPushButton>(window, "Clear")->click();
-//     }
-//
-// A modal dialog (an alert, a file dialog) blocks in its exec(): say ahead
-// what to do with it (OnNextModalDialog of gui/ModalWatch.h), and the answer
-// runs once it shows.
+// What the widget tests share: each test calls GetApplication first (one
+// QApplication on the offscreen platform), finds controls by their
+// accessible names, and says ahead what to do with a modal dialog
+// (OnNextModalDialog of gui/WorkbenchDriver.h), which blocks once it shows.
 
-#include "gui/ModalWatch.h"
+#include "gui/WorkbenchDriver.h"
 
 #include <QApplication>
 #include <QString>
@@ -29,10 +20,6 @@ namespace NSGuiTesting
 using namespace std::chrono_literals;
 
 QApplication& GetApplication();
-
-// Handles events until predicate holds; false after timeout.
-bool ProcessEventsUntil(const std::function<bool()>& predicate,
-                        std::chrono::milliseconds timeout = 5s);
 
 // The widget of that type below root with that accessible name; null, and
 // a failed test, when there is none.
