@@ -6,13 +6,16 @@
 
 #include "foundation/FileHandling.h"
 #include "gui/GuiText.h"
+#include "gui/HardwarePanel.h"
 #include "gui/LogWindow.h"
 #include "gui/QtVistal.h"
 #include "gui/QtWorkbenchWindows.h"
+#include "gui/SelectionDialog.h"
 #include "gui/WorkbenchDriver.h"
 #include "host/MyAppBehavior.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QMainWindow>
 #include <QMenu>
@@ -43,6 +46,9 @@ private:
     void ShootDialog(const char16* command, const QString& name,
                      const std::function<void(QWidget&)>& answer);
     void ShootMenus();
+    // The selection dialog with a scripted model on the loopback cables, and
+    // its panel after the hardware moved a fader and pressed a button.
+    void ShootPanel();
     std::filesystem::path WriteBrokenMap();
 
     CQtVistal& fVistal;
@@ -99,6 +105,31 @@ std::filesystem::path CShooter::WriteBrokenMap()
     return copy;
 }
 
+void CShooter::ShootPanel()
+{
+    fVistal.FindMenuAction(u"Create ControlSurface")->trigger();
+    CSelectionDialog* dialog = fWindows.GetSelectionDialog();
+    if (dialog == nullptr)
+        return Save(nullptr, "selection-dialog");
+    const auto pick = [](QComboBox* popup, const char* row) { popup->setCurrentIndex(popup->findText(row)); };
+    pick(dialog->GetSurfacePopup(), "Copperlane Audio Beacon 8");
+    pick(dialog->GetInPortPopup(0), "Loopback A");
+    pick(dialog->GetOutPortPopup(0), "Loopback B");
+    Save(dialog, "selection-dialog");
+    dialog->Choose();
+    const std::vector<CHardwarePanel*> panels = fWindows.GetPanels();
+    // A second of frames for the rates, then the hardware's moves, caught
+    // while they glow.
+    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(1200));
+    NSMIDIHub::CMIDIHub& hub = NSMIDIHub::GetMIDIHub();
+    for (const NSMIDIHub::CMIDIPortSpec& port : hub.GetOutPorts())
+        if (port.GetDisplayName() == u"Loopback A")
+            for (const NSMIDIHub::TBinary& message : {NSMIDIHub::TBinary{0xB0, 0x12, 0x60}, {0x90, 0x19, 0x7F}})
+                hub.GetSender(port)->Send(nullptr, message);
+    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(150));
+    Save(panels.empty() ? nullptr : panels.back(), "hardware-panel");
+}
+
 void CShooter::Shoot()
 {
     QMainWindow* main = fVistal.GetMainWindow();
@@ -139,6 +170,7 @@ void CShooter::Shoot()
     fVistal.FindMenuAction(u"Validate Map File")->trigger();
     ProcessEventsUntil([&] { return fWindows.GetLogWindow() != nullptr; });
     Save(fWindows.GetLogWindow(), "log-window");
+    ShootPanel();
     ShootDialog(u"About Brassfold...", "about", press("OK"));
     fVistal.FindMenuAction(u"Quit")->trigger();
 }
