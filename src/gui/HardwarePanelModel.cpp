@@ -11,42 +11,11 @@ using NSHardwarePanel::EItemClass;
 
 namespace
 {
-// Names and the value text: each cut to the length of its array.
-TItemState MakeState(const TItemInfo& item, const TText16& valueText, bool enabled)
-{
-    TItemState state{};
-    state.fEnabled = enabled ? 1 : 0;
-    const TText16 name = GetRecordText(item.fName);
-    SetRecordText(state.fName, name);
-    SetRecordText(state.fShortName, name);
-    SetRecordText(state.fShortestName, name);
-    SetRecordText(state.fValueText, valueText);
-    SetRecordText(state.fNameAndValue, name + u" " + valueText);
-    SetRecordText(state.fShortNameAndValue, GetRecordText(state.fShortName) + u" " + valueText);
-    SetRecordText(state.fShortestNameAndValue, GetRecordText(state.fShortestName) + u" " + valueText);
-    return state;
-}
-
 i64 ClampToItem(const TItemInfo& item, i64 value)
 {
     return std::clamp(value, std::min(item.fMin, item.fMax), item.fMax);
 }
 } // namespace
-
-TItemState MakeValueState(const TItemInfo& item, i64 value, bool enabled, u32 stateIndex)
-{
-    BF_ASSERT(item.fOutputKind != kOutputNone);
-    TItemState state = MakeState(item, NSHardwarePanel::DecimalText(value), enabled);
-    state.fValue = value;
-    state.fStateIndex = stateIndex;
-    return state;
-}
-
-TItemState MakeTextState(const TItemInfo& item, const TText16& text, bool enabled)
-{
-    BF_ASSERT(item.fOutputKind == kOutputText);
-    return MakeState(item, text, enabled);
-}
 
 TText16 MakeKeyboardLine(const TItemInput& input)
 {

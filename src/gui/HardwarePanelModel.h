@@ -21,6 +21,7 @@
 // The user interface thread.
 
 #include "codec/CodecSupport.h"
+#include "codec/ItemStates.h"
 #include "codec/KinvarCodec.h"
 #include "foundation/Types.h"
 #include "gui/PanelLayout.h"
@@ -110,13 +111,6 @@ inline constexpr i64 kTrafficWindowMs = 1000;
 // The statistics run at every this many idle steps of all panels together.
 inline constexpr u32 kStatisticsInterval = 10;
 
-// The state of an item showing value (its output must not be kOutputNone:
-// failed assertion), with its names and value cut to the records' lengths.
-NSKinvarCodec::TItemState MakeValueState(const NSKinvarCodec::TItemInfo& item, i64 value, bool enabled,
-                                         u32 stateIndex);
-// The same for a text item (kOutputText, else a failed assertion), with value
-// and state index 0.
-NSKinvarCodec::TItemState MakeTextState(const NSKinvarCodec::TItemInfo& item, const TText16& text, bool enabled);
 // "Note 60 On , Vel 100": key, on or off, velocity, from a keyboard input.
 TText16 MakeKeyboardLine(const NSKinvarCodec::TItemInput& input);
 

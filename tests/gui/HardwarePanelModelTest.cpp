@@ -3,24 +3,15 @@
 
 #include "gui/HardwarePanelModel.h"
 
+#include "TestItems.h"
+
 #include <gtest/gtest.h>
 
 using namespace NSKinvarCodec;
+using NSTesting::MakeItem;
 
 namespace
 {
-TItemInfo Item(const char16* name, u32 input, u32 output, i64 min, i64 max, u32 states = 0)
-{
-    TItemInfo item{};
-    SetRecordText(item.fName, name);
-    item.fInputKind = input;
-    item.fOutputKind = output;
-    item.fMin = min;
-    item.fMax = max;
-    item.fStateCount = states;
-    return item;
-}
-
 enum EItem : u32
 {
     kPad,
@@ -55,10 +46,10 @@ public:
 
     TControlSurfaceInfo fInfo{};
     TItemInfoList fItems = {
-        Item(u"Pad", kInputButton, kOutputValue, 0, 1),  Item(u"Lamp", kInputNone, kOutputValue, 0, 1),
-        Item(u"Fader", kInputValue, kOutputValue, 0, 127), Item(u"Endless", kInputDelta, kOutputNone, -63, 63),
-        Item(u"Knob", kInputDelta, kOutputValue, 0, 10), Item(u"Display", kInputNone, kOutputText, 0, 0),
-        Item(u"Keys", kInputKeyboard, kOutputNone, 0, 127), Item(u"Mode", kInputNone, kOutputValue, 0, 2, 3),
+        MakeItem(u"Pad", kInputButton, kOutputValue, 0, 1),  MakeItem(u"Lamp", kInputNone, kOutputValue, 0, 1),
+        MakeItem(u"Fader", kInputValue, kOutputValue, 0, 127), MakeItem(u"Endless", kInputDelta, kOutputNone, -63, 63),
+        MakeItem(u"Knob", kInputDelta, kOutputValue, 0, 10), MakeItem(u"Display", kInputNone, kOutputText, 0, 0),
+        MakeItem(u"Keys", kInputKeyboard, kOutputNone, 0, 127), MakeItem(u"Mode", kInputNone, kOutputValue, 0, 2, 3),
     };
     std::vector<TItemState> fStates = std::vector<TItemState>(fItems.size());
     std::vector<u32> fSetItems;
@@ -79,28 +70,6 @@ protected:
     CHardwarePanelModel fModel{fSurface};
 };
 } // namespace
-
-TEST(HardwarePanelStateTest, NamesAndValueAreCutToTheirRecordsLengths)
-{
-    const TItemState state =
-        MakeValueState(Item(u"Master Volume", kInputValue, kOutputValue, 0, 127), 100, false, 2);
-    EXPECT_EQ(0u, state.fEnabled);
-    EXPECT_EQ(100, state.fValue);
-    EXPECT_EQ(2u, state.fStateIndex);
-    EXPECT_EQ(u"Master V", GetRecordText(state.fShortName));
-    EXPECT_EQ(u"Mast", GetRecordText(state.fShortestName));
-    EXPECT_EQ(u"Master Volume 100", GetRecordText(state.fNameAndValue));
-    EXPECT_EQ(u"Master V 100", GetRecordText(state.fShortNameAndValue));
-    EXPECT_EQ(u"Mast 100", GetRecordText(state.fShortestNameAndValue));
-
-    const TText16 longText(70, u'x');
-    const TItemState text = MakeTextState(Item(u"Display", kInputNone, kOutputText, 0, 0), longText, true);
-    EXPECT_EQ(TText16(64, u'x'), GetRecordText(text.fValueText));
-    EXPECT_EQ(u"Display " + TText16(56, u'x'), GetRecordText(text.fNameAndValue));
-    EXPECT_EQ(0, text.fValue);
-    EXPECT_EQ(u"Note 60 On , Vel 100", MakeKeyboardLine(Input(kKeys, 1, 60, 100)));
-    EXPECT_EQ(u"Note 61 Off , Vel 0", MakeKeyboardLine(Input(kKeys, 0, 61, 0)));
-}
 
 TEST_F(HardwarePanelModelTest, InputFromTheSurfaceMovesTheControls)
 {
@@ -135,6 +104,7 @@ TEST_F(HardwarePanelModelTest, InputFromTheSurfaceMovesTheControls)
 
     Feed(Input(kKeys, 1, 60, 100));
     EXPECT_EQ(u"Note 60 On , Vel 100", fModel.GetKeyboardLine());
+    EXPECT_EQ(u"Note 61 Off , Vel 0", MakeKeyboardLine(Input(kKeys, 0, 61, 0)));
     EXPECT_EQ(0, fModel.GetValue(kKeys));
     EXPECT_FALSE(fModel.WasTouched(kKeys));
     EXPECT_TRUE(fModel.WasTouched(kEndless));

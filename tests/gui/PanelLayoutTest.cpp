@@ -3,6 +3,7 @@
 #include "gui/PanelLayout.h"
 
 #include "AssertionRecorder.h"
+#include "TestItems.h"
 
 #include <gtest/gtest.h>
 
@@ -10,27 +11,16 @@
 
 using namespace NSHardwarePanel;
 using namespace NSKinvarCodec;
+using NSTesting::MakeItem;
 
 namespace
 {
-TItemInfo Item(const char16* name, u32 input, u32 output, i64 min, i64 max, u32 states = 0)
-{
-    TItemInfo item{};
-    SetRecordText(item.fName, name);
-    item.fInputKind = input;
-    item.fOutputKind = output;
-    item.fMin = min;
-    item.fMax = max;
-    item.fStateCount = states;
-    return item;
-}
-
-const TItemInfo kButton = Item(u"Button", kInputButton, kOutputNone, 0, 1);
-const TItemInfo kLampWithStates = Item(u"Lamp", kInputNone, kOutputValue, 0, 1, 2);
-const TItemInfo kFader = Item(u"Fader", kInputValue, kOutputValue, 0, 127);
-const TItemInfo kFaderWithStates = Item(u"Fader", kInputValue, kOutputValue, 0, 127, 3);
-const TItemInfo kText = Item(u"Display", kInputNone, kOutputText, 0, 0);
-const TItemInfo kKeys = Item(u"Keys", kInputKeyboard, kOutputNone, 0, 127);
+const TItemInfo kButton = MakeItem(u"Button", kInputButton, kOutputNone, 0, 1);
+const TItemInfo kLampWithStates = MakeItem(u"Lamp", kInputNone, kOutputValue, 0, 1, 2);
+const TItemInfo kFader = MakeItem(u"Fader", kInputValue, kOutputValue, 0, 127);
+const TItemInfo kFaderWithStates = MakeItem(u"Fader", kInputValue, kOutputValue, 0, 127, 3);
+const TItemInfo kText = MakeItem(u"Display", kInputNone, kOutputText, 0, 0);
+const TItemInfo kKeys = MakeItem(u"Keys", kInputKeyboard, kOutputNone, 0, 127);
 
 struct TCell
 {
@@ -94,7 +84,7 @@ TEST(PanelLayoutTest, ItemsFlowFromTheOriginAndWrapByTheRules)
 
 TEST(PanelLayoutTest, EachClassPlacesItsViewsWithTheirNamesAndCaptions)
 {
-    const TItemInfoList items = {kKeys, kButton, kFader, Item(u"Knob", kInputDelta, kOutputValue, 0, 10),
+    const TItemInfoList items = {kKeys, kButton, kFader, MakeItem(u"Knob", kInputDelta, kOutputValue, 0, 10),
                                  kText, kLampWithStates, kKeys};
     struct TExpected
     {
@@ -153,14 +143,14 @@ TEST(PanelLayoutTest, StartingValuesAndItemsOfNoClass)
         i32 fPosition;
     };
     const TStart starts[] = {
-        {Item(u"Fader", kInputValue, kOutputNone, 0, 16383), EItemClass::kSlider, 8191, 63},
-        {Item(u"Meter", kInputNone, kOutputValue, -10, 10), EItemClass::kSlider, 0, 63},
-        {Item(u"Knob", kInputDelta, kOutputValue, 0, 10), EItemClass::kRotary, 5, 0},
-        {Item(u"Endless", kInputDelta, kOutputNone, -63, 63), EItemClass::kRotary, 0, 0},
-        {Item(u"Lamp", kInputNone, kOutputValue, 0, 1), EItemClass::kCheckBox, 0, 0},
-        {Item(u"Flat", kInputValue, kOutputValue, 5, 5), EItemClass::kSlider, 5, 0},
-        {Item(u"Dim", kInputNone, kOutputValue, 1, 2), EItemClass::kNone, 0, 0},
-        {Item(u"Mute", kInputNone, kOutputNone, 0, 1), EItemClass::kNone, 0, 0},
+        {MakeItem(u"Fader", kInputValue, kOutputNone, 0, 16383), EItemClass::kSlider, 8191, 63},
+        {MakeItem(u"Meter", kInputNone, kOutputValue, -10, 10), EItemClass::kSlider, 0, 63},
+        {MakeItem(u"Knob", kInputDelta, kOutputValue, 0, 10), EItemClass::kRotary, 5, 0},
+        {MakeItem(u"Endless", kInputDelta, kOutputNone, -63, 63), EItemClass::kRotary, 0, 0},
+        {MakeItem(u"Lamp", kInputNone, kOutputValue, 0, 1), EItemClass::kCheckBox, 0, 0},
+        {MakeItem(u"Flat", kInputValue, kOutputValue, 5, 5), EItemClass::kSlider, 5, 0},
+        {MakeItem(u"Dim", kInputNone, kOutputValue, 1, 2), EItemClass::kNone, 0, 0},
+        {MakeItem(u"Mute", kInputNone, kOutputNone, 0, 1), EItemClass::kNone, 0, 0},
     };
     for (const TStart& start : starts)
     {
