@@ -132,6 +132,7 @@ CHardwarePanel::~CHardwarePanel()
     // The controls go first: a text field that loses the focus on its way
     // out still reports to the model.
     fModel.SetView(nullptr);
+    fScroll->viewport()->removeEventFilter(this);
     delete fScroll;
 }
 
