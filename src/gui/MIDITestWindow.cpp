@@ -83,7 +83,7 @@ private:
     std::function<std::vector<TText16>()> fListRows;
 };
 
-CMIDITestWindow::CMIDITestWindow(QWidget* parent) : QWidget(parent, Qt::Window)
+CMIDITestWindow::CMIDITestWindow(QWidget* parent) : QDialog(parent)
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(QStringLiteral("MIDITestWindow"));
@@ -107,7 +107,10 @@ CMIDITestWindow::TPortRow CMIDITestWindow::MakePortRow(const QString& name, bool
                                       { return input ? fModel.GetInRows() : fModel.GetOutRows(); }),
                        view + "Popup", title);
     row.fTitle->setBuddy(row.fPopup);
-    row.fStatus = Named(new QLabel(this), view + "StatusText", title + QStringLiteral(" status"));
+    // Its text is what a screen reader should say, so it keeps it as its name.
+    row.fStatus = new QLabel(this);
+    row.fStatus->setObjectName(kViewPrefix + QLatin1String(view + "StatusText"));
+    row.fStatus->setAccessibleDescription(title + QStringLiteral(" status"));
     connect(row.fPopup, &QComboBox::activated, this,
             [this, input, status = row.fStatus](int index)
             {
@@ -129,17 +132,15 @@ QWidget* CMIDITestWindow::MakeLowerPart()
     auto* controls = new QWidget(part);
     auto* flow = new CQtFlowLayout(controls);
     flow->setContentsMargins(0, 0, 0, 0);
-    flow->AddWidget(Named(MakeButton(QStringLiteral("Send"), controls, [this] { fModel.Send(); }),
-                          "fSendButton", QStringLiteral("Send")),
-                    0);
+    QPushButton* send = MakeButton(QStringLiteral("Send"), controls, [this] { fModel.Send(); });
+    send->setDefault(true);
+    flow->AddWidget(Named(send, "fSendButton", QStringLiteral("Send")), 0);
     auto* edit = Named(new QLineEdit(controls), "fSendEdit", QStringLiteral("MIDI message"));
     edit->setPlaceholderText(
         QStringLiteral("Type a MIDI message in HEX, separate each byte with spaces"));
     edit->setToolTip(edit->placeholderText());
     connect(edit, &QLineEdit::textChanged, this, [this](const QString& text)
             { GuardWindowCallback([&] { fModel.SetSendText(FromQString(text)); }); });
-    connect(edit, &QLineEdit::returnPressed, this,
-            [this] { GuardWindowCallback([this] { fModel.Send(); }); });
     flow->AddWidget(edit);
     flow->AddPad(12);
 
@@ -188,7 +189,7 @@ QWidget* CMIDITestWindow::MakeLowerPart()
 
 void CMIDITestWindow::resizeEvent(QResizeEvent* event)
 {
-    QWidget::resizeEvent(event);
+    QDialog::resizeEvent(event);
     const QRect work = rect().adjusted(kBorder, kBorder, -kBorder, -kBorder);
     PlacePortRow(fInRow, work, work.top());
     PlacePortRow(fOutRow, work, work.top() + kRowStep);

@@ -10,13 +10,14 @@
 // "Save..."; then "Received messages:" and the received lines, rebuilt only
 // when something came.
 //
-// The workbench has at most one; CQtWorkbenchWindows opens it and gives it
-// its idle step. Closing it releases both ports at once; it deletes itself
+// A modeless dialog, of which the workbench has at most one;
+// CQtWorkbenchWindows opens it and gives it its idle step. Return in the
+// message field presses "Send". Closing it releases both ports at once; it deletes itself
 // after. The user interface thread.
 
 #include "gui/MIDITestModel.h"
 
-#include <QWidget>
+#include <QDialog>
 
 #include <filesystem>
 
@@ -27,7 +28,7 @@ class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 
-class CMIDITestWindow final : public QWidget
+class CMIDITestWindow final : public QDialog
 {
     Q_OBJECT
 
@@ -47,6 +48,8 @@ public:
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    // Escape closes it as the window's close button does.
+    void reject() override { close(); }
 
 private:
     struct TPortRow

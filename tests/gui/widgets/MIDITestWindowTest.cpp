@@ -25,6 +25,12 @@ void Choose(QComboBox& popup, const QString& row)
     popup.setCurrentIndex(index);
     emit popup.activated(index);
 }
+
+std::string Status(const QWidget& window, const char* row)
+{
+    const QString name = QStringLiteral("CMIDITestWindowBehavior::fMIDI%1StatusText").arg(row);
+    return window.findChild<QLabel*>(name)->text().toStdString();
+}
 } // namespace
 
 TEST(MIDITestWindowTest, SendsOnLoopbackAAndShowsWhatComesInUntilItCloses)
@@ -46,8 +52,8 @@ TEST(MIDITestWindowTest, SendsOnLoopbackAAndShowsWhatComesInUntilItCloses)
 
     Choose(*inPopup, "Loopback A");
     Choose(*outPopup, "Loopback A");
-    EXPECT_EQ("OK", Find<QLabel>(*window, "In-port status")->text().toStdString());
-    EXPECT_EQ("OK", Find<QLabel>(*window, "Out-port status")->text().toStdString());
+    EXPECT_EQ("OK", Status(*window, "In"));
+    EXPECT_EQ("OK", Status(*window, "Out"));
     const auto sendAndWaitFor = [&](const QString& text, const QString& shown)
     {
         edit->setText(text);
@@ -64,7 +70,7 @@ TEST(MIDITestWindowTest, SendsOnLoopbackAAndShowsWhatComesInUntilItCloses)
     // The prompt row keeps the port open; a character that is not 8-bit
     // text is a separator.
     Choose(*inPopup, "Select a port to open it");
-    EXPECT_EQ("OK", Find<QLabel>(*window, "In-port status")->text().toStdString());
+    EXPECT_EQ("OK", Status(*window, "In"));
     EXPECT_TRUE(sendAndWaitFor(QString::fromUtf16(u"80\u266a3c 00"),
                                "Msg: 90 3c 7f \nMsg: 80 3c 00 \n"));
 
