@@ -84,12 +84,6 @@ std::string CReceivedMessages::GetShownText() const
     return text;
 }
 
-bool CReceivedMessages::HasSysex() const
-{
-    return std::any_of(fMessages.begin(), fMessages.end(),
-                       [](const TMessage& message) { return IsSysex(message.fBytes); });
-}
-
 void CReceivedMessages::SaveText(const std::filesystem::path& file) const
 {
     const std::string text = FormatLines(0);

@@ -43,7 +43,6 @@ public:
     std::string GetShownText() const;
     // The same lines uncut, for "Copy".
     std::string GetShownLines() const;
-    bool HasSysex() const;
 
     // Every message kept, one line each, into a new or emptied file; throws
     // the file's failure (foundation/Exceptions.h).

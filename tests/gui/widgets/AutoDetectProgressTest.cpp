@@ -5,13 +5,12 @@
 #include "gui/AutoDetectProgressDialog.h"
 
 #include "GuiTestSupport.h"
-#include "host/CodecModules.h"
 #include "foundation/FileHandling.h"
+#include "gui/GuiText.h"
 #include "gui/QtVistal.h"
 #include "gui/QtWorkbenchWindows.h"
 #include "host/AppCommands.h"
-
-#include <QApplication>
+#include "host/CodecModules.h"
 
 using namespace NSGuiTesting;
 using NSMIDIHub::CMIDIPortSpec;
@@ -19,15 +18,8 @@ using NSMIDIHub::TBinary;
 
 namespace
 {
-CMIDIPortSpec Port(const std::vector<CMIDIPortSpec>& ports, const char16* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    return {};
-}
-
-// Listens on "Loopback A" and answers the identity request on "Loopback B".
+// Listens on "Loopback A" and answers the identity request on "Loopback B"
+// (the loopback ports are listed A, B).
 class CResponder final : public NSMIDIHub::IMIDIReceiver
 {
 public:
@@ -39,18 +31,15 @@ public:
 
 private:
     NSMIDIHub::CMIDIHub& fHub = NSMIDIHub::GetMIDIHub();
-    std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer =
-        fHub.GetSender(Port(fHub.GetOutPorts(), u"Loopback B"));
-    NSMIDIHub::CMIDIInPort fPort{Port(fHub.GetInPorts(), u"Loopback A"), this};
+    std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer = fHub.GetSender(fHub.GetOutPorts().at(1));
+    NSMIDIHub::CMIDIInPort fPort{fHub.GetInPorts().at(0), this};
 };
 
-// The workbench's windows, but a panel is only noted, with what the progress
-// dialog showed at that moment.
+// The workbench's progress dialog; a panel is only noted (model, in port, out
+// port), with the bar and the text that the dialog showed at that moment.
 class CPanelRecorder final : public IWorkbenchWindows
 {
 public:
-    explicit CPanelRecorder(CQtWorkbenchWindows& windows) : fWindows(windows) {}
-
     void IWorkbenchWindows_FlushLog() override {}
     void IWorkbenchWindows_IdlePanels() override {}
     void IWorkbenchWindows_IdleMIDITestWindow() override {}
@@ -62,51 +51,43 @@ public:
                                              const std::vector<CMIDIPortSpec>& inPorts,
                                              const std::vector<CMIDIPortSpec>& outPorts) override
     {
-        QString panel = QString::fromStdU16String(GetRecordText(info.fModel));
-        for (const auto* ports : {&inPorts, &outPorts})
-            for (const CMIDIPortSpec& port : *ports)
-                panel += QStringLiteral(", ") + QString::fromStdU16String(port.GetDisplayName());
-        fPanels << panel;
-        fBarAtPanel = fDialog->GetBarValue();
-        fTextAtPanel = fDialog->GetSurfaceText();
+        fPanels << QStringList{ToQString(GetRecordText(info.fModel)),
+                               ToQString(inPorts.at(0).GetDisplayName()),
+                               ToQString(outPorts.at(0).GetDisplayName()),
+                               QString::number(fDialog->GetBarValue()), fDialog->GetSurfaceText()}
+                       .join(", ");
     }
     std::unique_ptr<IAutoDetectProgressDialog> IWorkbenchWindows_OpenAutoDetectProgress() override
     {
         auto dialog = fWindows.IWorkbenchWindows_OpenAutoDetectProgress();
         fDialog = dynamic_cast<CAutoDetectProgressDialog*>(dialog.get());
-        fShown = FindWindow("Auto-detect") == fDialog;
+        fShownCount += FindWindow("Auto-detect") == fDialog ? 1 : 0;
         return dialog;
     }
 
-    CQtWorkbenchWindows& fWindows;
+    CQtVistal fVistal;
+    CQtWorkbenchWindows fWindows{fVistal};
     CAutoDetectProgressDialog* fDialog = nullptr;
-    bool fShown = false;
+    int fShownCount = 0;
     QStringList fPanels;
-    int fBarAtPanel = 0;
-    QString fTextAtPanel;
 };
 } // namespace
 
 TEST(AutoDetectProgressTest, FindsTheSimulatedSurfaceWithTheBarAtItsEnd)
 {
     GetApplication();
-    CQtVistal vistal;
-    CQtWorkbenchWindows windows(vistal);
-    CPanelRecorder recorder(windows);
-
-    AutoDetect(recorder); // nothing loaded: the dialog alone
-    EXPECT_TRUE(recorder.fShown);
-    EXPECT_EQ(nullptr, FindWindow("Auto-detect"));
-    EXPECT_TRUE(recorder.fPanels.isEmpty());
+    CPanelRecorder windows;
+    AutoDetect(windows); // nothing loaded: the dialog alone
+    EXPECT_EQ(1, windows.fShownCount);
+    EXPECT_TRUE(windows.fPanels.isEmpty());
 
     CResponder responder;
     SetCodecFolderOverride(BRASSFOLD_TEST_DATA_DIR "/midi");
     LoadMIDICodecs();
     SetCodecFolderOverride("");
-    AutoDetect(recorder);
+    AutoDetect(windows);
     gCodecSurfaces.clear();
-    EXPECT_EQ(QStringList{"Probe Box, Loopback B, Loopback A"}, recorder.fPanels);
-    EXPECT_EQ(CAutoDetectProgressDialog::kBarEnd, recorder.fBarAtPanel);
-    EXPECT_EQ("Finishing.", recorder.fTextAtPanel.toStdString());
+    EXPECT_EQ(2, windows.fShownCount);
+    EXPECT_EQ(QStringList{"Probe Box, Loopback B, Loopback A, 1000, Finishing."}, windows.fPanels);
     EXPECT_EQ(nullptr, FindWindow("Auto-detect"));
 }

@@ -17,19 +17,14 @@ using namespace NSGuiTesting;
 
 namespace
 {
-// Chooses the popup's row of that text, as the user does.
-void Choose(QComboBox& popup, const QString& row)
+// Chooses the row of that text in the popup of side ("In", "Out") as the
+// user does, and gives the side's status.
+QString Choose(QWidget& window, const QString& side, const QString& row)
 {
-    const int index = popup.findText(row);
-    ASSERT_GE(index, 0) << row.toStdString();
-    popup.setCurrentIndex(index);
-    emit popup.activated(index);
-}
-
-std::string Status(const QWidget& window, const char* row)
-{
-    const QString name = QStringLiteral("CMIDITestWindowBehavior::fMIDI%1StatusText").arg(row);
-    return window.findChild<QLabel*>(name)->text().toStdString();
+    auto* popup = Find<QComboBox>(window, side + "-port");
+    popup->setCurrentIndex(popup->findText(row));
+    emit popup->activated(popup->currentIndex());
+    return window.findChild<QLabel*>("CMIDITestWindowBehavior::fMIDI" + side + "StatusText")->text();
 }
 } // namespace
 
@@ -39,43 +34,31 @@ TEST(MIDITestWindowTest, SendsOnLoopbackAAndShowsWhatComesInUntilItCloses)
     CQtVistal vistal;
     CQtWorkbenchWindows windows(vistal);
     windows.IWorkbenchWindows_OpenMIDITestWindow();
-    CMIDITestWindow* window = windows.GetMIDITestWindow();
-    ASSERT_NE(nullptr, window);
-    EXPECT_EQ(window, FindWindow("MIDI Test"));
-    EXPECT_EQ(QSize(250, 250), window->size());
-    auto* inPopup = Find<QComboBox>(*window, "In-port");
-    auto* outPopup = Find<QComboBox>(*window, "Out-port");
-    auto* received = Find<QPlainTextEdit>(*window, "Received messages");
-    auto* edit = Find<QLineEdit>(*window, "MIDI message");
-    ASSERT_TRUE(inPopup && outPopup && received && edit);
-    EXPECT_EQ("Select a port to open it", inPopup->itemText(0).toStdString());
-
-    Choose(*inPopup, "Loopback A");
-    Choose(*outPopup, "Loopback A");
-    EXPECT_EQ("OK", Status(*window, "In"));
-    EXPECT_EQ("OK", Status(*window, "Out"));
+    CMIDITestWindow& window = *windows.GetMIDITestWindow();
+    EXPECT_EQ(QSize(250, 250), window.size());
+    EXPECT_EQ("OK", Choose(window, "In", "Loopback A"));
+    EXPECT_EQ("OK", Choose(window, "Out", "Loopback A"));
     const auto sendAndWaitFor = [&](const QString& text, const QString& shown)
     {
-        edit->setText(text);
-        Find<QPushButton>(*window, "Send")->click();
+        Find<QLineEdit>(window, "MIDI message")->setText(text);
+        Find<QPushButton>(window, "Send")->click();
         return ProcessEventsUntil(
             [&]
             {
                 windows.IWorkbenchWindows_IdleMIDITestWindow();
-                return received->toPlainText() == shown;
+                return Find<QPlainTextEdit>(window, "Received messages")->toPlainText() == shown;
             });
     };
     EXPECT_TRUE(sendAndWaitFor("90 3c 7f", "Msg: 90 3c 7f \n"));
 
     // The prompt row keeps the port open; a character that is not 8-bit
     // text is a separator.
-    Choose(*inPopup, "Select a port to open it");
-    EXPECT_EQ("OK", Status(*window, "In"));
+    EXPECT_EQ("OK", Choose(window, "In", "Select a port to open it"));
     EXPECT_TRUE(sendAndWaitFor(QString::fromUtf16(u"80\u266a3c 00"),
                                "Msg: 90 3c 7f \nMsg: 80 3c 00 \n"));
 
     const std::size_t openIn = NSMIDIHub::GetMIDIHub().GetOpenInPortCount();
-    window->close();
+    window.close();
     EXPECT_EQ(openIn - 1, NSMIDIHub::GetMIDIHub().GetOpenInPortCount());
     EXPECT_TRUE(ProcessEventsUntil([&] { return windows.GetMIDITestWindow() == nullptr; }));
 }
