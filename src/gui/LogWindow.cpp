@@ -24,19 +24,21 @@ QPushButton* MakeButton(const QString& text, QWidget* parent)
 }
 } // namespace
 
-CLogWindow::CLogWindow(QWidget* parent) : QWidget(parent, Qt::Window)
+CLogWindow::CLogWindow(QWidget* parent) : QMainWindow(parent)
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(QStringLiteral("LogWindow"));
     setWindowTitle(QStringLiteral("Log"));
     setAccessibleName(windowTitle());
-    fView = new QPlainTextEdit(this);
+    auto* content = new QWidget(this);
+    setCentralWidget(content);
+    fView = new QPlainTextEdit(content);
     fView->setReadOnly(true);
     fView->setLineWrapMode(QPlainTextEdit::NoWrap);
     fView->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     fView->setAccessibleName(QStringLiteral("Log text"));
-    QPushButton* clear = MakeButton(QStringLiteral("Clear"), this);
-    QPushButton* save = MakeButton(QStringLiteral("Save..."), this);
+    QPushButton* clear = MakeButton(QStringLiteral("Clear"), content);
+    QPushButton* save = MakeButton(QStringLiteral("Save..."), content);
     connect(clear, &QPushButton::clicked, this,
             [this] { GuardWindowCallback([this] { Clear(); }); });
     connect(save, &QPushButton::clicked, this, [this] { GuardWindowCallback([this] { Save(); }); });
@@ -45,7 +47,7 @@ CLogWindow::CLogWindow(QWidget* parent) : QWidget(parent, Qt::Window)
     buttons->addStretch(1);
     buttons->addWidget(clear);
     buttons->addWidget(save);
-    auto* layout = new QVBoxLayout(this);
+    auto* layout = new QVBoxLayout(content);
     layout->addWidget(fView, 1);
     layout->addLayout(buttons);
     resize(kLogWindowSize);

@@ -10,14 +10,15 @@
 
 #include "gui/LogModel.h"
 
-#include <QWidget>
+#include <QMainWindow>
 
 #include <filesystem>
 #include <string_view>
 
 class QPlainTextEdit;
 
-class CLogWindow final : public QWidget
+// A main window, so that it is a frame of its own to screen readers.
+class CLogWindow final : public QMainWindow
 {
     Q_OBJECT
 

@@ -152,15 +152,19 @@ QSize CQtFlowLayout::sizeHint() const
     return QSize(right + contentsMargins().right(), height);
 }
 
+// The widest item with its margins, the tallest item: the height that a
+// width needs comes from heightForWidth.
 QSize CQtFlowLayout::minimumSize() const
 {
-    int widest = 0;
+    QSize size;
     for (const TEntry& entry : fEntries)
-        widest = std::max(widest,
-                          ItemSize(*entry.fItem).width() + entry.fMarginLeft + entry.fMarginRight);
+    {
+        const QSize item = ItemSize(*entry.fItem);
+        size = size.expandedTo(
+            QSize(item.width() + entry.fMarginLeft + entry.fMarginRight, item.height()));
+    }
     const QMargins margins = contentsMargins();
-    return QSize(widest + margins.left() + margins.right(),
-                 heightForWidth(widest + margins.left() + margins.right()));
+    return size.grownBy(margins);
 }
 
 void CQtFlowLayout::setGeometry(const QRect& rect)

@@ -6,6 +6,8 @@ using namespace NSKinvarCodec;
 
 namespace
 {
+constexpr std::u16string_view kOptionalMark = u"(optional)";
+
 // The model's picture, or none when the codec has none or fails to give it:
 // a picture is an ornament, not worth an error.
 std::vector<u32> ReadPicture(const TCodecSurface& surface)
@@ -63,9 +65,11 @@ TText16 CSurfaceListModel::DescribePorts(const char16 (*names)[kMaxPortNameLengt
     {
         if (!text.empty())
             text += u", ";
-        text += GetRecordText(names[port]);
-        if (optional[port] != 0)
-            text += u" (optional)";
+        const TText16 name = GetRecordText(names[port]);
+        text += name;
+        // Codecs often put the mark into the name already.
+        if (optional[port] != 0 && !name.ends_with(kOptionalMark))
+            text += u" " + TText16(kOptionalMark);
     }
     return text.empty() ? u"none" : text;
 }

@@ -8,6 +8,8 @@
 #include <QImage>
 #include <QLabel>
 #include <QPixmap>
+#include <QScrollArea>
+#include <QStackedLayout>
 #include <QVBoxLayout>
 
 namespace
@@ -47,18 +49,24 @@ QLabel* MakeText(const TSurfaceEntry& entry, QWidget* parent)
 }
 } // namespace
 
-CSurfaceListView::CSurfaceListView(QWidget* parent) : QScrollArea(parent)
+CSurfaceListView::CSurfaceListView(QWidget* parent) : QWidget(parent)
 {
     setAccessibleName(QStringLiteral("Surface models"));
-    setWidgetResizable(true);
-    auto* content = new QWidget(this);
+    auto* emptyText = new QLabel(ToQString(CSurfaceListModel::GetEmptyListText()), this);
+    emptyText->setWordWrap(true);
+    emptyText->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    emptyText->setMargin(9);
+    emptyText->setAccessibleName(QStringLiteral("No surface models"));
+    auto* scroll = new QScrollArea(this);
+    scroll->setWidgetResizable(true);
+    scroll->setAccessibleName(QStringLiteral("Surface model list"));
+    auto* content = new QWidget(scroll);
     fRows = new QVBoxLayout(content);
-    fEmptyText = new QLabel(ToQString(CSurfaceListModel::GetEmptyListText()), content);
-    fEmptyText->setWordWrap(true);
-    fEmptyText->setAccessibleName(QStringLiteral("No surface models"));
-    fRows->addWidget(fEmptyText);
     fRows->addStretch(1);
-    setWidget(content);
+    scroll->setWidget(content);
+    fPages = new QStackedLayout(this);
+    fPages->addWidget(emptyText);
+    fPages->addWidget(scroll);
 }
 
 void CSurfaceListView::Refresh(const TCodecSurfaceList& list)
@@ -66,25 +74,24 @@ void CSurfaceListView::Refresh(const TCodecSurfaceList& list)
     std::size_t shown = fModel.GetEntries().size();
     if (!fModel.Update(list))
         return;
-    // A shorter list starts over: the rows stand between the empty text and
-    // the stretch at the end.
+    // A shorter list starts over: the rows stand before the stretch at the end.
     if (fModel.GetEntries().size() < shown)
     {
         for (; shown > 0; --shown)
         {
-            QLayoutItem* item = fRows->takeAt(1);
+            QLayoutItem* item = fRows->takeAt(0);
             delete item->widget();
             delete item;
         }
     }
     for (std::size_t i = shown; i < fModel.GetEntries().size(); ++i)
         fRows->insertWidget(fRows->count() - 1, MakeRow(fModel.GetEntries()[i]));
-    fEmptyText->setVisible(fModel.GetEntries().empty());
+    fPages->setCurrentIndex(fModel.GetEntries().empty() ? 0 : 1);
 }
 
 QWidget* CSurfaceListView::MakeRow(const TSurfaceEntry& entry)
 {
-    auto* row = new QFrame(widget());
+    auto* row = new QFrame;
     row->setFrameShape(QFrame::StyledPanel);
     row->setAccessibleName(ToQString(entry.fTitle));
     auto* flow = new CQtFlowLayout(row);

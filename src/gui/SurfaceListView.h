@@ -7,12 +7,12 @@
 #include "codec/CodecSurfaces.h"
 #include "gui/SurfaceListModel.h"
 
-#include <QScrollArea>
+#include <QWidget>
 
-class QLabel;
+class QStackedLayout;
 class QVBoxLayout;
 
-class CSurfaceListView final : public QScrollArea
+class CSurfaceListView final : public QWidget
 {
     Q_OBJECT
 
@@ -27,6 +27,6 @@ private:
     QWidget* MakeRow(const TSurfaceEntry& entry);
 
     CSurfaceListModel fModel;
+    QStackedLayout* fPages; // the empty list's text, or the rows
     QVBoxLayout* fRows;
-    QLabel* fEmptyText;
 };

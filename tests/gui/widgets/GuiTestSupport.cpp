@@ -1,7 +1,6 @@
 #include "GuiTestSupport.h"
 
 #include <cstdlib>
-#include <memory>
 
 namespace NSGuiTesting
 {
@@ -10,23 +9,12 @@ QApplication& GetApplication()
     static int argc = 1;
     static char name[] = "gui_widget_tests";
     static char* argv[] = {name, nullptr};
-    static const std::unique_ptr<QApplication> application = [] {
+    // Never destroyed: at exit, Qt's own statics would go first.
+    static QApplication* const application = [] {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        return std::make_unique<QApplication>(argc, argv);
+        return new QApplication(argc, argv);
     }();
     return *application;
-}
-
-bool ProcessEventsUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return true;
 }
 
 QWidget* FindWindow(const QString& name)

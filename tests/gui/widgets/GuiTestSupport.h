@@ -10,10 +10,10 @@
 //     }
 //
 // A modal dialog (an alert, a file dialog) blocks in its exec(): say ahead
-// what to do with it (OnNextModalDialog of gui/ModalWatch.h), and the answer
+// what to do with it (OnNextModalDialog of gui/WorkbenchDriver.h), and the answer
 // runs once it shows.
 
-#include "gui/ModalWatch.h"
+#include "gui/WorkbenchDriver.h"
 
 #include <QApplication>
 #include <QString>
@@ -29,10 +29,6 @@ namespace NSGuiTesting
 using namespace std::chrono_literals;
 
 QApplication& GetApplication();
-
-// Handles events until predicate holds; false after timeout.
-bool ProcessEventsUntil(const std::function<bool()>& predicate,
-                        std::chrono::milliseconds timeout = 5s);
 
 // The widget of that type below root with that accessible name; null, and
 // a failed test, when there is none.

@@ -22,18 +22,39 @@ TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
         QStringList fButtons;
         int fEscape;
     } cases[] = {
-        {u"[STOP]Unknown exception.[OK]", false, QMessageBox::Critical, "gui_widget_tests",
-         "Unknown exception.", {"OK"}, 0},
-        {u"[WARN][Replace]A\r\nB & C[Yes][No]", false, QMessageBox::Warning, "Replace", "A\nB & C",
-         {"Yes", "No"}, 0},
-        {u"[NOTE]x[Save][Discard][Cancel]", true, QMessageBox::Information, "gui_widget_tests", "x",
-         {"Save", "Discard", "Cancel"}, 2},
-        {u"[NONE]y[One][Two]", false, QMessageBox::NoIcon, "gui_widget_tests", "y", {"One", "Two"}, 0},
+        {u"[STOP]Unknown exception.[OK]",
+         false,
+         QMessageBox::Critical,
+         "gui_widget_tests",
+         "Unknown exception.",
+         {"OK"},
+         0},
+        {u"[WARN][Replace]A\r\nB & C[Yes][No]",
+         false,
+         QMessageBox::Warning,
+         "Replace",
+         "A\nB & C",
+         {"Yes", "No"},
+         0},
+        {u"[NOTE]x[Save][Discard][Cancel]",
+         true,
+         QMessageBox::Information,
+         "gui_widget_tests",
+         "x",
+         {"Save", "Discard", "Cancel"},
+         2},
+        {u"[NONE]y[One][Two]",
+         false,
+         QMessageBox::NoIcon,
+         "gui_widget_tests",
+         "y",
+         {"One", "Two"},
+         0},
     };
     for (const TCase& test : cases)
     {
-        const auto box = MakeAlertBox(NSVistalUtils::MakeAlertRecord(test.fText, {}, test.fHasCancel),
-                                      nullptr);
+        const auto box =
+            MakeAlertBox(NSVistalUtils::MakeAlertRecord(test.fText, {}, test.fHasCancel), nullptr);
         ASSERT_TRUE(box);
         EXPECT_EQ(test.fIcon, box->icon());
         EXPECT_EQ(test.fTitle, box->windowTitle());

@@ -25,9 +25,8 @@ using namespace NSGuiTesting;
 
 namespace
 {
-const std::filesystem::path kExamples =
-    std::filesystem::path(BRASSFOLD_SOURCE_DIR) /
-    "examples/Thistlemarrow Software/Kinvar/Codecs/MIDI Codecs";
+const std::filesystem::path kExamples = std::filesystem::path(BRASSFOLD_SOURCE_DIR) /
+                                        "examples/Thistlemarrow Software/Kinvar/Codecs/MIDI Codecs";
 
 // Chooses file in the next file dialog, and notes the alert that follows.
 void ChooseFileThenNoteTheAlert(const std::filesystem::path& file, QString& startFolder,
@@ -40,8 +39,7 @@ void ChooseFileThenNoteTheAlert(const std::filesystem::path& file, QString& star
             alerts << alert.windowTitle() + ": " + static_cast<QMessageBox&>(alert).text();
             PressDialogButton(alert, "OK");
         });
-        files.selectFile(FromPath(file));
-        QMetaObject::invokeMethod(&files, "accept");
+        ChooseFileInDialog(dialog, file);
     });
 }
 } // namespace
@@ -70,7 +68,8 @@ TEST(WorkbenchTest, ListsTheLoadedModelsAndGoesOnAfterAFailingCommand)
         vistal.FindMenuAction(u"Load MIDI Codecs")->trigger();
         auto* list = vistal.GetMainWindow()->findChild<CSurfaceListView*>();
         EXPECT_EQ(3u, list->GetModel().GetEntries().size());
-        EXPECT_NE(nullptr, Find<QLabel>(*list, "Picture of Quillfeather Instruments QF-8 Fader Box"));
+        EXPECT_NE(nullptr,
+                  Find<QLabel>(*list, "Picture of Quillfeather Instruments QF-8 Fader Box"));
 
         ChooseFileThenNoteTheAlert(broken, startFolder, alerts);
         vistal.FindMenuAction(u"Choose Codec File")->trigger();
@@ -78,9 +77,10 @@ TEST(WorkbenchTest, ListsTheLoadedModelsAndGoesOnAfterAFailingCommand)
         logText = ToQString(windows.GetLogWindow()->GetModel().GetText());
         vistal.FindMenuAction(u"Quit")->trigger();
     });
-    EXPECT_EQ(0, RunWorkbench([&](IVistalRunBehavior* behaviour,
-                                  const TStartupParams& params) { return vistal.Run(behaviour, params); },
-                              std::make_unique<CMyAppBehavior>(windows)));
+    EXPECT_EQ(
+        0, RunWorkbench([&](IVistalRunBehavior* behaviour,
+                            const TStartupParams& params) { return vistal.Run(behaviour, params); },
+                        std::make_unique<CMyAppBehavior>(windows)));
     SetCodecFolderOverride("");
     std::filesystem::remove(broken);
     EXPECT_EQ(FromPath(kExamples), startFolder);

@@ -1,9 +1,12 @@
-#include "gui/ModalWatch.h"
+#include "gui/WorkbenchDriver.h"
 
 #include "foundation/Alert.h"
+#include "gui/GuiText.h"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QTimer>
 #include <QWidget>
 
@@ -35,4 +38,25 @@ bool PressDialogButton(QWidget& dialog, const QString& text)
             return true;
         }
     return false;
+}
+
+bool ProcessEventsUntil(const std::function<bool()>& predicate, std::chrono::milliseconds timeout)
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!predicate())
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, kPollMs);
+    }
+    return true;
+}
+
+void ChooseFileInDialog(QWidget& dialog, const std::filesystem::path& file)
+{
+    auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (name == nullptr)
+        return;
+    name->setText(FromPath(file));
+    QMetaObject::invokeMethod(&dialog, "accept");
 }
