@@ -16,9 +16,7 @@
 #include <QKeySequence>
 #include <QMenuBar>
 
-#include <algorithm>
 #include <chrono>
-#include <climits>
 
 namespace
 {
@@ -26,7 +24,7 @@ constexpr u32 kVistalIllegalCallSequence = 12003;
 // The framework's idle interval for a behaviour that names none.
 constexpr u64 kDefaultIdleMs = 10000;
 // How soon to look again while the idle step has to wait.
-constexpr int kIdleRetryMs = 10;
+constexpr auto kIdleRetry = std::chrono::milliseconds(10);
 const QSize kMainWindowSize(720, 480);
 
 // The custom event as it crosses threads.
@@ -72,9 +70,7 @@ private:
 
 CQtVistal::CQtVistal(const COutputFrameClock& frames) : fFrames(frames)
 {
-    fIdleTimer.setSingleShot(true);
-    fIdleTimer.setTimerType(Qt::PreciseTimer);
-    connect(&fIdleTimer, &QTimer::timeout, this,
+    connect(&fIdleTimer, &CPreciseTimer::Timeout, this,
             [this] { GuardWindowCallback([this] { Idle(); }); });
 }
 
@@ -102,10 +98,10 @@ u32 CQtVistal::Run(IVistalRunBehavior* behaviour, const TStartupParams& params)
     CallBehaviour([&] { return fBehaviour->OnBuildMenus(menus); });
     CallBehaviour([&] { return fBehaviour->OnOpenDefaultDocument(0); });
     fLoopRunning = true;
-    fIdleTimer.start(0);
+    fIdleTimer.StartAt(std::chrono::steady_clock::now());
     QApplication::exec();
     fLoopRunning = false;
-    fIdleTimer.stop();
+    fIdleTimer.Stop();
     emit Ending();
     CloseDocumentWindows();
     CallBehaviour([&] { return fBehaviour->OnEnd(); });
@@ -198,7 +194,7 @@ void CQtVistal::Idle()
         return;
     if (!MayIdle())
     {
-        fIdleTimer.start(kIdleRetryMs);
+        fIdleTimer.StartAt(std::chrono::steady_clock::now() + kIdleRetry);
         return;
     }
     DeliverDeferredEvents();
@@ -211,11 +207,7 @@ void CQtVistal::Idle()
 
 void CQtVistal::ScheduleIdle(u64 requestedMs)
 {
-    using namespace std::chrono;
-    const auto wait = NSIdleSchedule::NextIdleTime(requestedMs, fFrames.GetNextOutputTime()) -
-                      steady_clock::now();
-    const i64 ms = std::clamp<i64>(ceil<milliseconds>(wait).count(), 0, INT_MAX);
-    fIdleTimer.start(static_cast<int>(ms));
+    fIdleTimer.StartAt(NSIdleSchedule::NextIdleTime(requestedMs, fFrames.GetNextOutputTime()));
 }
 
 u32 CQtVistal::IVistal_PostCustomEvent(u32 event, u32 data)

@@ -4,11 +4,11 @@
 // Run drives the run behaviour as the toolkit's event loop does: OnStart,
 // the menus (OnBuildMenus), the default document (OnOpenDefaultDocument),
 // then Qt's loop, which delivers
-//   - the idle calls, on a precise single-shot timer that is set after each
-//     OnIdle to the moment of host/IdleSchedule.h: as often as the behaviour
-//     asks (10 ms) and exactly when the next output frame is due, so the
-//     frames run every 34 ms (29 or 30 a second) while the idle program
-//     sleeps between the calls;
+//   - the idle calls, on a precise single-shot timer (gui/PreciseTimer.h)
+//     that is set after each OnIdle to the moment of host/IdleSchedule.h: as
+//     often as the behaviour asks (10 ms) and exactly when the next output
+//     frame is due, so the frames run every 34 ms (29 or 30 a second) while
+//     the idle program sleeps between the calls;
 //   - custom events, posted from any thread with QCoreApplication::postEvent;
 //   - menu actions, as OnMenuCommand;
 // and after the loop Ending(), at which every window closes, then OnEnd. A
@@ -26,6 +26,7 @@
 // thread.
 
 #include "gui/OpenFileDialog.h"
+#include "gui/PreciseTimer.h"
 #include "host/OutputFrameClock.h"
 #include "host/ProgramEntry.h"
 #include "host/RunBehavior.h"
@@ -33,7 +34,6 @@
 
 #include <QObject>
 #include <QPointer>
-#include <QTimer>
 
 #include <map>
 #include <memory>
@@ -118,7 +118,7 @@ private:
     IVistalRunBehavior* fBehaviour = nullptr;
     bool fLoopRunning = false;
     int fCallDepth = 0;
-    QTimer fIdleTimer;
+    CPreciseTimer fIdleTimer;
     std::vector<std::pair<u32, u32>> fDeferredEvents;
     std::map<u32, TMenu> fMenus;
     std::vector<QPointer<CDocumentWindow>> fDocumentWindows;
