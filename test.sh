@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test. Exits non-zero on any failure.
 #   1. the release build with everything in it, and all its tests (unit, jack, gui);
-#   2. the unit tests again under the address and undefined-behaviour sanitizers
-#      (the asan preset builds the test programs alone);
+#   2. the unit tests again under the address and undefined-behaviour sanitizers,
+#      built with clang, so that both of Debian's compilers build the tree at
+#      every run (the asan preset builds the test programs alone);
 #   3. every fuzz target for a short while (BRASSFOLD_FUZZ_SECONDS, 20 by default)
-#      and once over its hostile inputs (the fuzz preset, clang).
+#      and once over its hostile inputs (the fuzz preset, clang);
+#   4. the tests' share of the code, printed last so that every run shows it.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -22,3 +24,5 @@ ctest --preset asan -j "$jobs" -L unit
 cmake --preset fuzz -DBRASSFOLD_FUZZ_SECONDS="${BRASSFOLD_FUZZ_SECONDS:-20}"
 cmake --build --preset fuzz -j "$jobs" --target fuzz_targets
 ctest --preset fuzz -j "$jobs"
+
+scripts/test-ratio

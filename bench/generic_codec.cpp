@@ -140,34 +140,23 @@ private:
     std::filesystem::path fPath;
 };
 
-class CInfoCollector : public IControlSurfaceInfoGetter
-{
-public:
-    std::vector<TControlSurfaceInfo> fInfos;
-    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-    {
-        fInfos.assign(infos, infos + count);
-        return NSKinvarCodec::kCodecOK;
-    }
-};
-
 void GenericCodec(benchmark::State& state)
 {
     const CBenchFolder folder;
     TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{folder.Path()}, {}}), codec_deleter());
-    CInfoCollector infos;
-    CCodecTextGetter messages;
-    ThrowCodecResult(codec->ICodec2_GetControlSurfaces(infos, messages));
-    if (infos.fInfos.size() != 1 || messages.HasText())
+    bool told = false;
+    const auto infos = GetControlSurfacesForCodec(codec, [&](const TText16&) { told = true; });
+    if (infos.size() != 1 || told)
     {
         state.SkipWithError("the bench definition was refused");
         return;
     }
     u32 status = 0;
-    TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos.fInfos[0], &status), codecsurface_deleter());
+    TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status), codecsurface_deleter());
     CCountingHandler handler;
     surface->IControlSurface_SetInputHandler(&handler);
     const std::vector<TMIDIEvent> events = RandomMessages();
+    CCodecTextGetter messages;
     for (auto _ : state)
     {
         for (const TMIDIEvent& event : events)
@@ -213,6 +202,7 @@ void SwitchDecoder(benchmark::State& state)
     CCountingHandler handler;
     IControlSurfaceInputHandler& asInterface = handler;
     const std::vector<TMIDIEvent> events = RandomMessages();
+    CCodecTextGetter messages;
     for (auto _ : state)
     {
         for (const TMIDIEvent& event : events)

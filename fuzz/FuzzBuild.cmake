@@ -8,7 +8,5 @@ if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
 endif()
 
 add_compile_options(-fsanitize=fuzzer-no-link,address,undefined
-                    -fno-sanitize-recover=undefined -fno-omit-frame-pointer -gline-tables-only
-                    # GCC-only tuning attributes of some hot loops mean nothing to clang.
-                    -Wno-unknown-attributes)
+                    -fno-sanitize-recover=undefined -fno-omit-frame-pointer -gline-tables-only)
 add_link_options(-fsanitize=address,undefined)

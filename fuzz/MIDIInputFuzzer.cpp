@@ -163,20 +163,11 @@ std::vector<NSKinvarCodec::TControlSurfaceInfo> gInfos;
 
 void LoadModels()
 {
-    struct CInfoGetter : NSKinvarCodec::IControlSurfaceInfoGetter
-    {
-        u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
-        {
-            gInfos.insert(gInfos.end(), infos, infos + count);
-            return NSKinvarCodec::kCodecOK;
-        }
-    } getter;
     NSGenericMidiCodec::TScanPlaces places;
     places.fFolders = {BRASSFOLD_FUZZ_SAMPLES_DIRS};
     gCodec.reset(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-    CCodecTextGetter messages;
-    Require(gCodec->ICodec2_GetControlSurfaces(getter, messages) == NSKinvarCodec::kCodecOK && !gInfos.empty(),
-            "the sample surfaces are there");
+    gInfos = GetControlSurfacesForCodec(gCodec, {});
+    Require(!gInfos.empty(), "the sample surfaces are there");
     if (gInfos.size() > kMaxSurfaces)
         gInfos.resize(kMaxSurfaces);
 }

@@ -48,22 +48,10 @@ TSurface DescribeSurface(NSKinvarCodec::ICodec2& codec, const NSKinvarCodec::TCo
 
 void LoadSurfaces()
 {
-    struct CInfoGetter : NSKinvarCodec::IControlSurfaceInfoGetter
-    {
-        u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
-        {
-            fInfos.insert(fInfos.end(), infos, infos + count);
-            return NSKinvarCodec::kCodecOK;
-        }
-        std::vector<NSKinvarCodec::TControlSurfaceInfo> fInfos;
-    } getter;
     NSGenericMidiCodec::TScanPlaces places;
     places.fFolders = {BRASSFOLD_FUZZ_SAMPLES_DIRS};
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-    CCodecTextGetter messages;
-    Require(codec->ICodec2_GetControlSurfaces(getter, messages) == NSKinvarCodec::kCodecOK,
-            "the sample definition files can be listed");
-    for (const auto& info : getter.fInfos)
+    for (const auto& info : GetControlSurfacesForCodec(codec, {}))
         gSurfaces.push_back(DescribeSurface(*codec, info));
     Require(!gSurfaces.empty(), "there are sample surfaces");
 }

@@ -1,9 +1,11 @@
 #include "codec/CodecSupport.h"
 
 #include "foundation/Assert.h"
+#include "foundation/Exceptions.h"
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 using namespace NSKinvarCodec;
 
@@ -28,6 +30,24 @@ constexpr i64 kHighestKey = 127;
 
 // Room for a state name: no bound is stated, and a name of item length needs 65.
 constexpr std::size_t kStateNameCapacity = 1024;
+
+class CControlSurfaceInfoGetter final : public IControlSurfaceInfoGetter
+{
+public:
+    explicit CControlSurfaceInfoGetter(std::vector<TControlSurfaceInfo>& infos) : rInfos(infos) {}
+
+    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
+    {
+        return GuardEdge(kCodecEdge, [&] {
+            if (count != 0 && infos == nullptr)
+                throw std::invalid_argument("");
+            rInfos.insert(rInfos.end(), infos, infos + count);
+        });
+    }
+
+private:
+    std::vector<TControlSurfaceInfo>& rInfos;
+};
 } // namespace
 
 bool IsItemInputValid(const TItemInput& input, const TItemInfo& info)
@@ -113,6 +133,24 @@ std::shared_ptr<TItemStateNameList> GetItemStateNames(IControlSurface& surface)
         }
     }
     return names;
+}
+
+std::vector<TControlSurfaceInfo> GetControlSurfacesForCodec(const TCodecPtr& codec, const TCodecTextSink& tell)
+{
+    if (!codec)
+    {
+        // A script host that could not be loaded ends here.
+        BF_ASSERT(codec != nullptr);
+        throw XProgrammingError();
+    }
+    std::vector<TControlSurfaceInfo> infos;
+    CControlSurfaceInfoGetter getter(infos);
+    CCodecTextGetter messages;
+    const u32 status = codec->ICodec2_GetControlSurfaces(getter, messages);
+    if (messages.HasText() && tell)
+        tell(messages.GetText());
+    ThrowCodecResult(status);
+    return infos;
 }
 
 u32 CCodecTextGetter::ITextGetter_Take(const char16* text)

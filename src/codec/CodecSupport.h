@@ -3,16 +3,19 @@
 //
 // The host trusts no codec: the record checks below catch a codec author's
 // mistakes before an input reaches a map or a state reaches a codec, and the
-// list functions copy a surface's item descriptions into host containers. Also
+// list functions copy a codec's models and a surface's item descriptions into
+// host containers. Also
 // here: the text getter that every call into a codec carries, the deleters of
 // codec objects, the frame that every contract operation of our own codecs
 // runs in, and the copying of texts into and out of the records.
 
 #include "codec/KinvarCodec.h"
 #include "foundation/Failures.h"
+#include "foundation/LogText.h"
 #include "foundation/Types.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -87,6 +90,19 @@ struct codecsurface_deleter
 
 using TCodecPtr = std::shared_ptr<NSKinvarCodec::ICodec2>;
 using TControlSurfacePtr = std::shared_ptr<NSKinvarCodec::IControlSurface>;
+
+// ---- The models of a codec -----------------------------------------------------------
+
+// Where what a codec says goes: the log window in the workbench (AddToLog),
+// the error stream in the check tool.
+using TCodecTextSink = std::function<void(const TText16&)>;
+
+// The models that codec offers, in the codec's order. What the codec says goes
+// to tell first, then the status is looked at (ThrowCodecResult). An empty
+// codec is a failed assertion and XProgrammingError: that is where a missing
+// script host stops "Choose Codec File".
+std::vector<NSKinvarCodec::TControlSurfaceInfo> GetControlSurfacesForCodec(const TCodecPtr& codec,
+                                                                        const TCodecTextSink& tell = &AddToLog);
 
 // ---- The frame of a contract operation ----------------------------------------------
 

@@ -36,16 +36,6 @@ using enum EFailure;
 
 // Index 0 stands for OK + 1, and so on; a word beyond the end is unmapped.
 // clang-format off
-constexpr EFailure kHarbryTable[] = {
-    /* +1  */ kBadAlloc,  kInvalidArgument, kInvariantCorrupt, kIllegalCallSequence,
-    /* +5  */ kProgrammingError, kPlain, kPlain, kUnmapped,
-    /* +9  */ kUnmapped, kPlain, kPlain, kUnmapped,
-    /* +13 */ kPlain, kPlain, kBadFormat, kUnsupportedFormat,
-    /* +17 */ kPlain, kPlain, kPlain, kPlain,
-    /* +21 */ kUnmapped, kPlain,
-};
-
-// Also the table of the Dunmark edge.
 constexpr EFailure kVistalTable[] = {
     /* +1  */ kBadAlloc, kInvalidArgument, kIllegalCallSequence, kProgrammingError,
     /* +5  */ kBadFormat, kUnsupportedFormat, kPlain, kInvariantCorrupt,
@@ -57,18 +47,6 @@ constexpr EFailure kTonewellTable[] = {
     /* +5  */ kLogicError, kPlain, kPlain, kPlain,
     /* +9  */ kPlain, kPlain, kPlain, kPlain,
     /* +13 */ kPlain, kBadFormat, kPlain, kPlain,
-};
-
-constexpr EFailure kGrainelTable[] = {
-    /* +1  */ kBadAlloc, kInvalidArgument, kInvariantCorrupt, kIllegalCallSequence,
-    /* +5  */ kProgrammingError, kUnsupportedFormat, kUnmapped, kUnmapped,
-    /* +9  */ kUnmapped, kUnmapped, kPlain,
-};
-
-constexpr EFailure kScanvelTable[] = {
-    /* +1  */ kBadAlloc, kBadFormat, kUnsupportedFormat, kPlain,
-    /* +5  */ kPlain, kInvalidArgument, kInvariantCorrupt, kIllegalCallSequence,
-    /* +9  */ kProgrammingError, kPlain,
 };
 
 constexpr EFailure kCodecTable[] = {
@@ -154,29 +132,12 @@ u32 ResultFromException(const std::exception* e, std::span<const TTypeTest> test
     return unknown;
 }
 
-constexpr TTypeTest kHarbryTests[] = {
-    {&Is<XIllegalCallSequence>, 5004}, {&Is<XProgrammingError>, 5005},
-    {&Is<XInvariantCorrupt>, 5003},    {&Is<XBadFormat>, 5015},
-    {&Is<XUnsupportedFormat>, 5016},   {&Is<XApplicationError>, kOwnCode},
-    {&Is<std::bad_alloc>, 5001},       {&Is<std::logic_error>, 5005},
-};
-
 constexpr TTypeTest kVistalTests[] = {
     {&Is<XIllegalCallSequence>, 12003},  {&Is<XProgrammingError>, 12004},
     {&Is<XInvariantCorrupt>, 12008},     {&Is<XBadFormat>, 12005},
     {&Is<XUnsupportedFormat>, 12006},    {&Is<XUnsupportedInterface>, 12009},
     {&Is<XUnsupportedOSVersion>, 12010}, {&Is<XApplicationError>, kOwnCode},
     {&Is<std::bad_alloc>, 12001},        {&Is<std::logic_error>, 12004},
-};
-
-// The last test can never match, since std::invalid_argument is a
-// std::logic_error; it stays so that the order reads as it always has.
-constexpr TTypeTest kScanvelTests[] = {
-    {&Is<XIllegalCallSequence>, 738},  {&Is<XProgrammingError>, 739},
-    {&Is<XInvariantCorrupt>, 737},     {&Is<XBadFormat>, 732},
-    {&Is<XUnsupportedFormat>, 733},    {&Is<XApplicationError>, kOwnCode},
-    {&Is<std::bad_alloc>, 731},        {&Is<std::logic_error>, 739},
-    {&Is<std::invalid_argument>, 736},
 };
 
 constexpr TTypeTest kTonewellTests[] = {
@@ -213,15 +174,6 @@ std::string SystemErrorText(int error)
 }
 } // namespace
 
-void ThrowHarbryResult(u32 result)
-{
-    ThrowEdgeResult(result, kHarbryOK, kHarbryTable);
-}
-u32 HarbryResultFromException(const std::exception* e) noexcept
-{
-    return ResultFromException(e, kHarbryTests, kHarbryUnknown);
-}
-
 void ThrowVistalResult(u32 result)
 {
     ThrowEdgeResult(result, kVistalOK, kVistalTable);
@@ -231,15 +183,6 @@ u32 VistalResultFromException(const std::exception* e) noexcept
     return ResultFromException(e, kVistalTests, kVistalUnknown);
 }
 
-void ThrowDunmarkResult(u32 result)
-{
-    ThrowEdgeResult(result, kDunmarkOK, kVistalTable);
-}
-u32 DunmarkResultFromException(const std::exception* e) noexcept
-{
-    return ResultFromException(e, kVistalTests, kDunmarkUnknown);
-}
-
 void ThrowTonewellResult(u32 result)
 {
     ThrowEdgeResult(result, kTonewellOK, kTonewellTable);
@@ -247,20 +190,6 @@ void ThrowTonewellResult(u32 result)
 u32 TonewellResultFromException(const std::exception* e) noexcept
 {
     return ResultFromException(e, kTonewellTests, kTonewellUnknown);
-}
-
-void ThrowGrainelResult(u32 result)
-{
-    ThrowEdgeResult(result, kGrainelOK, kGrainelTable);
-}
-
-void ThrowScanvelResult(u32 result)
-{
-    ThrowEdgeResult(result, kScanvelOK, kScanvelTable);
-}
-u32 ScanvelResultFromException(const std::exception* e) noexcept
-{
-    return ResultFromException(e, kScanvelTests, kScanvelUnknown);
 }
 
 void ThrowCodecResult(u32 result)

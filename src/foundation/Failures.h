@@ -6,18 +6,19 @@
 // or to a codec module it becomes a 32-bit status word, and on the far side the
 // word becomes an exception again. Each edge has its own range and tables:
 //
-//   Harbry (files)           OK 5000
-//   Vistal, Dunmark (GUI)    OK 12000
+//   Vistal (GUI)             OK 12000
 //   Tonewell (MIDI)          OK 991
-//   Grainel (pixels)         OK 991, throw direction only
-//   Scanvel (PNG)            OK 730
 //   Codec                    OK 23000
+//
+// The file, widget, pixel and PNG libraries are reached through std::filesystem,
+// Qt and libpng, which throw or return their own errors: no status edge of ours
+// stands in front of them.
 //
 // Words from 100000 up are the application's own and pass every edge unchanged
 // as XApplicationError. Only the family is rebuilt on the far side: several
 // words deliberately come back as a plain std::exception, and the order of the
-// type tests makes std::invalid_argument leave the Harbry, Vistal and Scanvel
-// edges as their programming-error word.
+// type tests makes std::invalid_argument leave the Vistal edge as its
+// programming-error word.
 //
 // All translators are stateless, never fail in themselves, and may be called
 // on any thread, MIDI threads included.
@@ -27,17 +28,10 @@
 #include <exception>
 #include <string>
 
-inline constexpr u32 kHarbryOK = 5000;
-inline constexpr u32 kHarbryUnknown = 5022;
 inline constexpr u32 kVistalOK = 12000;
 inline constexpr u32 kVistalUnknown = 12007;
-inline constexpr u32 kDunmarkOK = 12000;
-inline constexpr u32 kDunmarkUnknown = 12007;
 inline constexpr u32 kTonewellOK = 991;
 inline constexpr u32 kTonewellUnknown = 1007;
-inline constexpr u32 kGrainelOK = 991;
-inline constexpr u32 kScanvelOK = 730;
-inline constexpr u32 kScanvelUnknown = 740;
 inline constexpr u32 kCodecOK = 23000;
 inline constexpr u32 kCodecUnknown = 23021;
 // The first status word that belongs to the application.
@@ -46,17 +40,10 @@ inline constexpr u32 kFirstApplicationResult = 100000;
 // Each Throw...Result returns on the edge's OK word and throws otherwise.
 // Each ...ResultFromException takes the caught exception (null is taken as an
 // unknown failure) and returns the edge's word for it.
-void ThrowHarbryResult(u32 result);
-u32 HarbryResultFromException(const std::exception* e) noexcept;
 void ThrowVistalResult(u32 result);
 u32 VistalResultFromException(const std::exception* e) noexcept;
-void ThrowDunmarkResult(u32 result);
-u32 DunmarkResultFromException(const std::exception* e) noexcept;
 void ThrowTonewellResult(u32 result);
 u32 TonewellResultFromException(const std::exception* e) noexcept;
-void ThrowGrainelResult(u32 result);
-void ThrowScanvelResult(u32 result);
-u32 ScanvelResultFromException(const std::exception* e) noexcept;
 void ThrowCodecResult(u32 result);
 u32 CodecResultFromException(const std::exception* e) noexcept;
 
@@ -68,14 +55,9 @@ struct TEdgeResults
     u32 (*fFromException)(const std::exception*) noexcept;
 };
 
-inline constexpr TEdgeResults kHarbryEdge{kHarbryOK, kHarbryUnknown, &HarbryResultFromException};
 inline constexpr TEdgeResults kVistalEdge{kVistalOK, kVistalUnknown, &VistalResultFromException};
-inline constexpr TEdgeResults kDunmarkEdge{kDunmarkOK, kDunmarkUnknown,
-                                           &DunmarkResultFromException};
 inline constexpr TEdgeResults kTonewellEdge{kTonewellOK, kTonewellUnknown,
                                             &TonewellResultFromException};
-inline constexpr TEdgeResults kScanvelEdge{kScanvelOK, kScanvelUnknown,
-                                           &ScanvelResultFromException};
 inline constexpr TEdgeResults kCodecEdge{kCodecOK, kCodecUnknown, &CodecResultFromException};
 
 // The body of a method that another library or the host calls: no exception

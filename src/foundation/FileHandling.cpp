@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <limits>
 #include <pwd.h>
-#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -26,11 +25,13 @@ std::string gMapFolderOverride;
 constexpr const char* kDefaultDataDirs = "/usr/local/share:/usr/share";
 constexpr const char* kProcSelfExe = "/proc/self/exe";
 
-// The trace names the path; the exception itself can't carry it.
-[[noreturn]] void ThrowPathError(int error, const fs::path& path, const char* doing)
+// The trace names the path, since the exception itself can't carry it, and
+// the place of the operation that failed.
+[[noreturn]] void ThrowPathError(int error, const fs::path& path, const char* doing,
+                                 const char* file = __builtin_FILE(), i32 line = __builtin_LINE())
 {
-    BF_TRACE("%s \"%s\" failed", doing, path.c_str());
-    ThrowErrnoError(error, __FILE__, __LINE__);
+    DebugTrace(file, line, "%s \"%s\" failed", doing, path.c_str());
+    ThrowErrnoError(error, file, line);
 }
 
 bool HasExtension(const fs::path& name, std::u16string_view extension)
@@ -185,11 +186,6 @@ void SetMapFolderOverride(std::string folder)
     gMapFolderOverride = std::move(folder);
 }
 
-const std::string& GetMapFolderOverride()
-{
-    return gMapFolderOverride;
-}
-
 fs::path GetTestCodecFolder()
 {
     return GetTestCodecFolderIn(NSHarbryUtils::GetProgramFolder());
@@ -230,21 +226,10 @@ fs::path GetProgramFolder()
     return program.parent_path();
 }
 
-bool FileExists(const fs::path& folder, std::u16string_view name)
-{
-    std::error_code error;
-    return fs::is_regular_file(folder / fs::path(name), error);
-}
-
 bool FolderExists(const fs::path& folder, std::u16string_view name)
 {
     std::error_code error;
     return fs::is_directory(folder / fs::path(name), error);
-}
-
-fs::path GetChildFolder(const fs::path& folder, std::u16string_view name)
-{
-    return folder / fs::path(name);
 }
 
 std::vector<u8> ReadWholeFile(const fs::path& file)
@@ -393,39 +378,6 @@ void COpenFile::WriteAt(u32 position, u32 count, const void* source)
 
 COpenReadFileBridge::COpenReadFileBridge(const fs::path& file) : COpenFile(file, EMode::kRead) {}
 
-// ---- COpenTemporaryFile ---------------------------------------------------------
-
-struct COpenTemporaryFile::TCreated
-{
-    fs::path fPath;
-    int fDescriptor;
-};
-
-COpenTemporaryFile::COpenTemporaryFile() : COpenTemporaryFile(Create()) {}
-
-COpenTemporaryFile::COpenTemporaryFile(TCreated created)
-    : COpenFile(created.fPath, created.fDescriptor, true)
-{
-}
-
-COpenTemporaryFile::~COpenTemporaryFile()
-{
-    // Removing an open file is fine here: the descriptor closes right after.
-    ::unlink(GetPath().c_str());
-}
-
-COpenTemporaryFile::TCreated COpenTemporaryFile::Create()
-{
-    std::error_code error;
-    fs::path folder = fs::temp_directory_path(error);
-    if (error)
-        folder = "/tmp";
-    std::string name = (folder / "brassfold-XXXXXX").native();
-    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor < 0)
-        ThrowPathError(errno, name, "Creating the temporary file");
-    return {fs::path(name), descriptor};
-}
 } // namespace NSHarbryUtils
 
 // ---- Folder walk ------------------------------------------------------------
@@ -505,106 +457,4 @@ void WalkFolder(const fs::path& folder, NSHarbryExtras::IDirScannerHandler& hand
         ThrowPathError(errno, folder, "Looking at the folder");
     chain.emplace_back(status.st_dev, status.st_ino);
     WalkChain(folder, handler, chain);
-}
-
-// ---- Pictures ---------------------------------------------------------------
-
-namespace
-{
-constexpr u32 kBMPHeaderSize = 54;
-constexpr u32 kBytesPerStoredPixel = 3;
-constexpr u32 kBytesPerPixel = 4;
-
-// The fields of the 54-byte header that the reader looks at.
-struct TBMPHeader
-{
-    i32 fWidth;
-    i32 fHeight;
-    u16 fPlanes;
-    u16 fBitCount;
-    u32 fCompression;
-    u32 fColoursUsed;
-    u32 fColoursImportant;
-};
-
-u32 LittleU32(const u8* bytes)
-{
-    return u32{bytes[0]} | (u32{bytes[1]} << 8) | (u32{bytes[2]} << 16) | (u32{bytes[3]} << 24);
-}
-
-u16 LittleU16(const u8* bytes)
-{
-    return static_cast<u16>(bytes[0] | (bytes[1] << 8));
-}
-
-TBMPHeader ReadBMPHeader(NSCorbelan::CMedia& media)
-{
-    std::array<u8, kBMPHeaderSize> bytes;
-    media.SetPosition(0);
-    media.Read(kBMPHeaderSize, bytes.data());
-    return TBMPHeader{static_cast<i32>(LittleU32(&bytes[18])),
-                      static_cast<i32>(LittleU32(&bytes[22])),
-                      LittleU16(&bytes[26]),
-                      LittleU16(&bytes[28]),
-                      LittleU32(&bytes[30]),
-                      LittleU32(&bytes[46]),
-                      LittleU32(&bytes[50])};
-}
-
-[[noreturn]] void ThrowBadPicture(const char* file, i32 line)
-{
-    ::SAssert(file, line);
-    BF_THROW_SITE();
-    throw NSException::XUnsupportedFormat();
-}
-} // namespace
-
-u32 GetBMP24RowStride(u32 width)
-{
-    return (width * kBytesPerStoredPixel + 3) & ~u32{3};
-}
-
-void ReadBMP24(NSCorbelan::CMedia& media, u32 width, u32 height, std::span<u8> destination)
-{
-    const u64 needed = u64{width} * height * kBytesPerPixel;
-    if (destination.size() < needed)
-    {
-        ::SAssert(__FILE__, __LINE__);
-        BF_THROW_SITE();
-        throw NSException::XBadInputProgrammingError();
-    }
-    if (media.GetSize() < kBMPHeaderSize)
-    {
-        BF_THROW_SITE();
-        throw NSException::XBadFormat();
-    }
-    const TBMPHeader header = ReadBMPHeader(media);
-    if (i64{header.fWidth} != i64{width} || i64{header.fHeight} != i64{height})
-        throw std::runtime_error("bad picture size");
-    if (header.fPlanes != 1 || header.fBitCount != 24 || header.fCompression != 0 ||
-        header.fColoursUsed != 0 || header.fColoursImportant != 0 || header.fHeight <= 0)
-        ThrowBadPicture(__FILE__, __LINE__);
-
-    const u32 stride = GetBMP24RowStride(width);
-    if (u64{kBMPHeaderSize} + u64{stride} * height > media.GetSize())
-    {
-        BF_THROW_SITE();
-        throw NSException::XBadFormat();
-    }
-    std::vector<u8> row(stride);
-    for (u32 y = 0; y < height; ++y)
-    {
-        // Rows are stored bottom-up.
-        media.SetPosition(kBMPHeaderSize + (height - 1 - y) * stride);
-        media.Read(stride, row.data());
-        u8* out = destination.data() + u64{y} * width * kBytesPerPixel;
-        for (u32 x = 0; x < width; ++x)
-        {
-            const u8* in = &row[x * kBytesPerStoredPixel];
-            out[x * kBytesPerPixel + 0] = in[2];
-            out[x * kBytesPerPixel + 1] = in[1];
-            out[x * kBytesPerPixel + 2] = in[0];
-            out[x * kBytesPerPixel + 3] = 255;
-        }
-    }
 }

@@ -1,6 +1,6 @@
 #pragma once
 // Folders and files: where codecs and maps are found, the names that classify
-// files, the folder walk, files as byte streams, and 24-bit picture reading.
+// files, the folder walk, and files as byte streams.
 //
 // Data folders follow the XDG base directories. The user's folder of maker and
 // product is $XDG_DATA_HOME/Thistlemarrow Software/Kinvar (by default below
@@ -71,7 +71,6 @@ TFolderList GetMapFolders();
 void SetCodecFolderOverride(std::string folder);
 const std::string& GetCodecFolderOverride();
 void SetMapFolderOverride(std::string folder);
-const std::string& GetMapFolderOverride();
 
 // The folder of the scripted codec host: the program's own folder, then
 // "Codecs", then "Testing". A missing step is an assertion failure; the path is
@@ -91,11 +90,9 @@ TFolderList GetMachineDataFolders();
 // The folder of the running program.
 std::filesystem::path GetProgramFolder();
 
-// Whether folder has a child of that name which is a file, or a folder. A
-// child that can't be looked at counts as absent.
-bool FileExists(const std::filesystem::path& folder, std::u16string_view name);
+// Whether folder has a child of that name which is a folder. A child that
+// can't be looked at counts as absent.
 bool FolderExists(const std::filesystem::path& folder, std::u16string_view name);
-std::filesystem::path GetChildFolder(const std::filesystem::path& folder, std::u16string_view name);
 
 // The whole file; throws the exception of the file-system failure.
 std::vector<u8> ReadWholeFile(const std::filesystem::path& file);
@@ -146,19 +143,6 @@ public:
     explicit COpenReadFileBridge(const std::filesystem::path& file);
 };
 
-// A new, empty file in the temporary folder ($TMPDIR, else /tmp), open for
-// reading and writing, and removed at destruction.
-class COpenTemporaryFile : public COpenFile
-{
-public:
-    COpenTemporaryFile();
-    ~COpenTemporaryFile() override;
-
-private:
-    struct TCreated;
-    static TCreated Create();
-    explicit COpenTemporaryFile(TCreated created);
-};
 } // namespace NSHarbryUtils
 
 // ---- Folder walk ------------------------------------------------------------
@@ -197,15 +181,3 @@ public:
 // Items that are neither file nor folder (and dangling links) are passed over.
 // A folder that can't be listed throws its file-system failure.
 void WalkFolder(const std::filesystem::path& folder, NSHarbryExtras::IDirScannerHandler& handler);
-
-// ---- Pictures ---------------------------------------------------------------
-
-// Reads an uncompressed 24-bit picture of exactly width by height pixels from
-// the start of media into destination (width * height * 4 bytes): rows top
-// down, each pixel R, G, B, 255. Another size throws std::runtime_error "bad
-// picture size"; a picture that is not plain 24-bit is an assertion failure and
-// then NSException::XUnsupportedFormat; a stream too short for its header or
-// its rows throws NSException::XBadFormat.
-void ReadBMP24(NSCorbelan::CMedia& media, u32 width, u32 height, std::span<u8> destination);
-// Bytes of one stored row: width * 3 rounded up to a multiple of 4.
-u32 GetBMP24RowStride(u32 width);

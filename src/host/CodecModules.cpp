@@ -53,24 +53,6 @@ bool TryLoad(NSKinvar::TModuleCell& cell, const fs::path& moduleFile)
     }
 }
 
-class CControlSurfaceInfoGetter final : public IControlSurfaceInfoGetter
-{
-public:
-    explicit CControlSurfaceInfoGetter(std::vector<TControlSurfaceInfo>& infos) : rInfos(infos) {}
-
-    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-    {
-        return GuardEdge(kCodecEdge, [&] {
-            if (count != 0 && infos == nullptr)
-                throw std::invalid_argument("");
-            rInfos.insert(rInfos.end(), infos, infos + count);
-        });
-    }
-
-private:
-    std::vector<TControlSurfaceInfo>& rInfos;
-};
-
 bool IsUnreserved(unsigned char c)
 {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
@@ -135,18 +117,3 @@ TCodecPtr LoadCodec(const fs::path& moduleFile, const fs::path& scriptFile)
     return rCodec;
 }
 
-std::vector<TControlSurfaceInfo> GetControlSurfacesForCodec(const TCodecPtr& codec)
-{
-    if (!codec)
-    {
-        // A script host that could not be loaded ends here.
-        BF_ASSERT(codec != nullptr);
-        throw XProgrammingError();
-    }
-    std::vector<TControlSurfaceInfo> rInfos;
-    CControlSurfaceInfoGetter getter(rInfos);
-    CCodecTextGetter textGetter;
-    const u32 status = codec->ICodec2_GetControlSurfaces(getter, textGetter);
-    ApplyTextRule(textGetter, status);
-    return rInfos;
-}

@@ -60,11 +60,6 @@ extern TCodecSurfaceList gCodecSurfaces;
 TCodecPtr LoadCodec(const std::filesystem::path& moduleFile,
                     const std::filesystem::path& scriptFile);
 
-// The models that codec offers, in the codec's order; its messages go to the
-// log. An empty codec is a failed assertion and XProgrammingError: that is
-// where a missing script host stops "Choose Codec File".
-std::vector<NSKinvarCodec::TControlSurfaceInfo> GetControlSurfacesForCodec(const TCodecPtr& codec);
-
 // The "file://" URL of a path made absolute, UTF-8 with every byte outside
 // the unreserved characters and "/" written as %XX.
 std::string MakeFileURL(const std::filesystem::path& file);

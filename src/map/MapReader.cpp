@@ -37,51 +37,22 @@ bool IsSevenBit(std::u16string_view text)
     return std::all_of(text.begin(), text.end(), [](char16 c) { return c < 0x80; });
 }
 
-// The lines of a map file one after another, and the number that a message
-// about the line in hand shows: its own, the last line's once the reader
-// stands past the end, and 1 for a file without lines.
-class ILineCursor
+// The lines of a map file one after another, read from the table as the
+// reader goes, so that a large file is never held as a whole table; and the
+// number that a message about the line in hand shows: its own, the last
+// line's once the reader stands past the end, and 1 for a file without lines.
+class CLineCursor
 {
 public:
-    virtual const TMapLine* Current() const = 0; // null past the end
-    virtual void Advance() = 0;
-    virtual i32 Number() const = 0;
-
-protected:
-    ~ILineCursor() = default;
-};
-
-class CVectorCursor final : public ILineCursor
-{
-public:
-    explicit CVectorCursor(const TMapLines& lines) : fLines(lines) {}
-    const TMapLine* Current() const override { return fPosition < fLines.size() ? &fLines[fPosition] : nullptr; }
-    void Advance() override { ++fPosition; }
-    i32 Number() const override
-    {
-        if (fLines.empty())
-            return 1;
-        return static_cast<i32>(fLines[std::min(fPosition, fLines.size() - 1)].first) + 1;
-    }
-
-private:
-    const TMapLines& fLines;
-    std::size_t fPosition = 0;
-};
-
-// Reads the table as it goes: a large file is never held as a whole table.
-class CSourceCursor final : public ILineCursor
-{
-public:
-    explicit CSourceCursor(std::u16string_view text) : fSource(text, kMapTableOptions) { Advance(); }
-    const TMapLine* Current() const override { return fHasLine ? &fLine : nullptr; }
-    void Advance() override
+    explicit CLineCursor(std::u16string_view text) : fSource(text, kMapTableOptions) { Advance(); }
+    const TMapLine* Current() const { return fHasLine ? &fLine : nullptr; } // null past the end
+    void Advance()
     {
         fHasLine = fSource.Next(fLine);
         if (fHasLine)
             fNumber = static_cast<i32>(fLine.first) + 1;
     }
-    i32 Number() const override { return fNumber; }
+    i32 Number() const { return fNumber; }
 
 private:
     CTableLineSource fSource;
@@ -182,13 +153,13 @@ public:
 
     std::optional<u32> Find(std::u16string_view name) const
     {
+        // The comparison passes over what makes a name not plain, so any item,
+        // plain or not, may equal such a name: only the walk knows the first.
+        if (!IsPlainName(name))
+            return FindByWalk(name);
         std::optional<u32> found;
-        if (IsPlainName(name))
-        {
-            const auto hit = fPlain.find(name);
-            if (hit != fPlain.end())
-                found = hit->second;
-        }
+        if (const auto hit = fPlain.find(name); hit != fPlain.end())
+            found = hit->second;
         for (const u32 index : fOthers)
         {
             if (found && index > *found)
@@ -196,8 +167,6 @@ public:
             if (EqualTexts(NameOf(fItems[index]), name))
                 return index;
         }
-        if (!found && !IsPlainName(name))
-            return FindByWalk(name);
         return found;
     }
 
@@ -323,7 +292,7 @@ std::optional<i64> ReadNoteName(std::u16string_view text)
 class CHeaderReader
 {
 public:
-    CHeaderReader(ILineCursor& lines, CMessageSink& sink) : fLines(lines), fSink(sink) {}
+    CHeaderReader(CLineCursor& lines, CMessageSink& sink) : fLines(lines), fSink(sink) {}
 
     void Read(TText16& manufacturer, TText16& model, std::array<u32, 3>& version)
     {
@@ -367,7 +336,7 @@ private:
         return TText16(name);
     }
 
-    ILineCursor& fLines;
+    CLineCursor& fLines;
     CMessageSink& fSink;
 };
 
@@ -375,7 +344,7 @@ private:
 class CBodyReader
 {
 public:
-    CBodyReader(ILineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, CMessageSink& sink)
+    CBodyReader(CLineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, CMessageSink& sink)
         : fLines(lines), fMap(map), fItems(*map.GetItems()), fStateNames(stateNames), fItemIndex(fItems),
           fSink(sink)
     {
@@ -608,7 +577,7 @@ private:
         return {groupIndex, valueIndex};
     }
 
-    ILineCursor& fLines;
+    CLineCursor& fLines;
     VControlSurfaceMap& fMap;
     const TItemList& fItems;
     const TStateNames& fStateNames;
@@ -623,7 +592,7 @@ private:
 };
 
 // The whole file from the cursor's first line on.
-void ReadMapFile(ILineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText,
+void ReadMapFile(CLineCursor& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText,
                  TMapFaultList* faults)
 {
     errorText = MakeMapErrorsHeading();
@@ -641,13 +610,6 @@ void ReadMapFile(ILineCursor& lines, VControlSurfaceMap& map, const TStateNames&
     errorText.clear();
 }
 } // namespace
-
-TMapLines ReadMapLines(const std::filesystem::path& file, bool headerOnly)
-{
-    TTableOptions options = kMapTableOptions;
-    options.fLineLimit = headerOnly ? kHeaderLineLimit : 0;
-    return ReadTableFile(file, options);
-}
 
 std::optional<i64> ReadMapKey(std::u16string_view column)
 {
@@ -669,33 +631,18 @@ TText16 ReadMapText(const std::filesystem::path& file)
     return DecodeTableText(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
-void ReadMapHeader(const TMapLines& lines, TText16& manufacturer, TText16& model, std::array<u32, 3>& version,
-                   TText16& errorText, TMapFaultList* faults)
-{
-    CVectorCursor cursor(lines);
-    CMessageSink sink(errorText, faults);
-    CHeaderReader(cursor, sink).Read(manufacturer, model, version);
-}
-
 void ReadMapHeader(std::u16string_view text, TText16& manufacturer, TText16& model, std::array<u32, 3>& version,
                    TText16& errorText, TMapFaultList* faults)
 {
-    CSourceCursor cursor(text);
+    CLineCursor cursor(text);
     CMessageSink sink(errorText, faults);
     CHeaderReader(cursor, sink).Read(manufacturer, model, version);
-}
-
-void ReadMapFile(const TMapLines& lines, VControlSurfaceMap& map, const TStateNames& stateNames, TText16& errorText,
-                 TMapFaultList* faults)
-{
-    CVectorCursor cursor(lines);
-    ReadMapFile(cursor, map, stateNames, errorText, faults);
 }
 
 void ReadMapFile(std::u16string_view text, VControlSurfaceMap& map, const TStateNames& stateNames,
                  TText16& errorText, TMapFaultList* faults)
 {
-    CSourceCursor cursor(text);
+    CLineCursor cursor(text);
     ReadMapFile(cursor, map, stateNames, errorText, faults);
 }
 } // namespace NSKinvar

@@ -18,9 +18,7 @@
 
 namespace NSKinvar
 {
-// The lines of a mapping file; headerOnly reads just enough for the header.
-TMapLines ReadMapLines(const std::filesystem::path& file, bool headerOnly);
-// A mapping file's text, for the readers below that take the table line by
+// A mapping file's text, for the readers below, which take the table line by
 // line instead of as a whole: a large file then costs its text and its map,
 // never a table of all its lines on top.
 TText16 ReadMapText(const std::filesystem::path& file);
@@ -37,8 +35,6 @@ using TMapFaultList = std::vector<TMapFault>;
 // Reads the five header lines: the surface's manufacturer and model, and the
 // map's version (each number's low 32 bits). A fault appends its message to
 // errorText and throws.
-void ReadMapHeader(const TMapLines& lines, TText16& manufacturer, TText16& model,
-                   std::array<u32, 3>& version, TText16& errorText, TMapFaultList* faults = nullptr);
 void ReadMapHeader(std::u16string_view text, TText16& manufacturer, TText16& model,
                    std::array<u32, 3>& version, TText16& errorText, TMapFaultList* faults = nullptr);
 
@@ -49,8 +45,6 @@ using TStateNames = TItemStateNameList;
 // manufacturer, model and items. On return errorText is empty; on a throw it
 // holds "Map File Errors:" and every message so far, and map is partial.
 // faults, when given, receives every fault as well.
-void ReadMapFile(const TMapLines& lines, VControlSurfaceMap& map, const TStateNames& stateNames,
-                 TText16& errorText, TMapFaultList* faults = nullptr);
 void ReadMapFile(std::u16string_view text, VControlSurfaceMap& map, const TStateNames& stateNames,
                  TText16& errorText, TMapFaultList* faults = nullptr);
 

@@ -179,9 +179,7 @@ bool VMapScope::IsItemMapped(const TMapKey& key, const TVariation& variation) co
     return std::any_of(first, last, [&](const auto& pair) { return pair.second.GetVariation() == variation; });
 }
 
-// Names are short: the vectorised form of these loops costs more in setting
-// up than it saves, so the compiler is asked for plain scalar code.
-__attribute__((optimize("no-tree-vectorize"))) VMapScope::TKinvarableHashes
+VMapScope::TKinvarableHashes
 VMapScope::KinvarableHashes(std::u16string_view name, const TVariation& variation)
 {
     // The six hashes advance side by side in one pass over the name; written

@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -289,85 +287,20 @@ TEST(OpenFile, UnreadableFileAndFolderAreLocked)
     fs::permissions(tree / "closed", fs::perms::owner_all);
 }
 
-TEST(OpenFile, TemporaryFileLivesInTheTemporaryFolderUntilDestroyed)
+TEST(OpenFile, AFailureTracesThePlaceOfTheOperationThatFailed)
 {
     CTempTree tree;
-    CEnvironment environment;
-    environment.Set("TMPDIR", tree.Root().string());
-    fs::path path;
+    CRecordingHandler handler(tree.Root());
+    NSTesting::CRecordTraces traces;
+    EXPECT_THROW(COpenReadFileBridge(tree / "missing"), NSException::XFileNotFound);
+    EXPECT_THROW(WalkFolder(tree / "missing", handler), NSException::XFileNotFound);
+    std::vector<std::string> sites;
+    for (const std::string& line : traces.Lines())
     {
-        COpenTemporaryFile file;
-        path = file.GetPath();
-        EXPECT_EQ(path.parent_path(), tree.Root());
-        file.WriteU32(42);
-        file.SetPosition(0);
-        EXPECT_EQ(file.ReadU32(), 42u);
-        EXPECT_TRUE(fs::exists(path));
+        if (line.ends_with("Exception thrown"))
+            sites.push_back(line);
     }
-    EXPECT_FALSE(fs::exists(path));
-    EXPECT_TRUE(tree.Snapshot().empty());
-}
-
-const fs::path kPictureFixture = fs::path(BRASSFOLD_TEST_DATA_DIR) / "foundation/rgb3x2.bmp";
-
-// The fixture's pixels, top row first, as R, G, B, 255.
-const std::vector<u8> kPicturePixels = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255,
-                                        1,   2, 3, 255, 4, 5,   6, 255, 7, 8, 9,   255};
-
-TEST(ReadBMP24, ReadsRowsTopDownAsRGBA)
-{
-    EXPECT_EQ(GetBMP24RowStride(3), 12u);
-    EXPECT_EQ(GetBMP24RowStride(4), 12u);
-    EXPECT_EQ(GetBMP24RowStride(1), 4u);
-
-    COpenReadFileBridge file(kPictureFixture);
-    std::vector<u8> pixels(3 * 2 * 4);
-    ReadBMP24(file, 3, 2, pixels);
-    EXPECT_EQ(pixels, kPicturePixels);
-}
-
-// The fixture with one little-endian header field changed.
-std::vector<u8> PictureWith(u32 offset, u32 value, u32 width)
-{
-    std::vector<u8> bytes = ReadWholeFile(kPictureFixture);
-    for (u32 i = 0; i < width; ++i)
-        bytes[offset + i] = static_cast<u8>(value >> (8 * i));
-    return bytes;
-}
-
-TEST(ReadBMP24, RefusesPicturesThatAreNotOfTheExpectedKind)
-{
-    std::vector<u8> pixels(4 * 3 * 4);
-    {
-        NSCorbelan::COwnedMemoryMedia media(ReadWholeFile(kPictureFixture));
-        try
-        {
-            ReadBMP24(media, 4, 2, pixels);
-            FAIL() << "a picture of another width was read";
-        }
-        catch (const std::runtime_error& e)
-        {
-            EXPECT_STREQ(e.what(), "bad picture size");
-        }
-        EXPECT_THROW(ReadBMP24(media, 3, 3, pixels), std::runtime_error);
-    }
-    const std::vector<std::pair<u32, u32>> wrongFields = {{26, 2}, // planes
-                                                          {28, 32} /* bit count */,
-                                                          {30, 1} /* compression */,
-                                                          {46, 4} /* colours used */,
-                                                          {50, 1} /* colours important */};
-    for (const auto& [offset, value] : wrongFields)
-    {
-        NSCorbelan::COwnedMemoryMedia media(PictureWith(offset, value, offset < 30 ? 2 : 4));
-        CExpectAssertions expect;
-        EXPECT_THROW(ReadBMP24(media, 3, 2, pixels), NSException::XUnsupportedFormat) << offset;
-        EXPECT_EQ(expect.Count(), 1u);
-    }
-    std::vector<u8> cut = ReadWholeFile(kPictureFixture);
-    cut.pop_back();
-    NSCorbelan::COwnedMemoryMedia shortMedia(cut);
-    EXPECT_THROW(ReadBMP24(shortMedia, 3, 2, pixels), NSException::XBadFormat);
-    NSCorbelan::COwnedMemoryMedia headerOnly(std::vector<u8>(cut.begin(), cut.begin() + 20));
-    EXPECT_THROW(ReadBMP24(headerOnly, 3, 2, pixels), NSException::XBadFormat);
+    ASSERT_EQ(sites.size(), 2u);
+    EXPECT_NE(sites[0], sites[1]) << "both name the shared helper, not the failed operation";
 }
 } // namespace

@@ -77,39 +77,24 @@ std::string MakePNG(u32 width, u32 height)
     return bytes.substr(0, size);
 }
 
-class CRecordingInfoGetter : public IControlSurfaceInfoGetter
-{
-public:
-    std::vector<TControlSurfaceInfo> fInfos;
-    int fCalls = 0;
-
-    u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-    {
-        ++fCalls;
-        fInfos.assign(infos, infos + count);
-        return kCodecOK;
-    }
-};
-
 class GenericCodec : public testing::Test
 {
 protected:
     void SetUp() override { fCodec.reset(CreateGenericMidiCodec(TScanPlaces{{fFolder.Path()}, {}}), codec_deleter()); }
 
-    u32 List()
+    void List()
     {
         fMessages.Clear();
-        fInfos = CRecordingInfoGetter();
-        return fCodec->ICodec2_GetControlSurfaces(fInfos, fMessages);
+        fInfos = GetControlSurfacesForCodec(fCodec, [&](const TText16& text) { fMessages.ITextGetter_Take(text.c_str()); });
     }
 
     std::string Messages() const { return NSTextPackage::UTF8FromText16(fMessages.GetText()); }
-    TText16 Model(std::size_t index) const { return GetRecordText(fInfos.fInfos.at(index).fModel); }
+    TText16 Model(std::size_t index) const { return GetRecordText(fInfos.at(index).fModel); }
 
     TControlSurfacePtr Create(std::size_t index)
     {
         u32 status = 0;
-        TControlSurfacePtr surface(fCodec->ICodec2_CreateControlSurface(fInfos.fInfos.at(index), &status),
+        TControlSurfacePtr surface(fCodec->ICodec2_CreateControlSurface(fInfos.at(index), &status),
                                    codecsurface_deleter());
         EXPECT_EQ(status, kCodecOK);
         return surface;
@@ -118,15 +103,14 @@ protected:
     CTemporaryFolder fFolder;
     TCodecPtr fCodec;
     CCodecTextGetter fMessages;
-    CRecordingInfoGetter fInfos;
+    std::vector<TControlSurfaceInfo> fInfos;
 };
 
 TEST_F(GenericCodec, ListsNothingForAFolderWithoutDefinitions)
 {
     fFolder.Write("readme.txt", "no codecs here");
-    EXPECT_EQ(List(), kCodecOK);
-    EXPECT_EQ(fInfos.fCalls, 1);
-    EXPECT_TRUE(fInfos.fInfos.empty());
+    List();
+    EXPECT_TRUE(fInfos.empty());
     EXPECT_FALSE(fMessages.HasText());
     u32 mayStay = 0;
     EXPECT_EQ(fCodec->ICodec2_GetMayStayLoaded(&mayStay), kCodecOK);
@@ -141,10 +125,10 @@ TEST_F(GenericCodec, ListsModelsInNameOrderAndTheFirstFileWins)
     fFolder.Write("sub/c.MidiCodec", Definition("Acme", "Pads"));
     fFolder.Write("sub/.midicodec", Definition("Acme", "Hidden by its name"));
     fFolder.Write("d.midicodec.txt", Definition("Acme", "Not a definition"));
-    ASSERT_EQ(List(), kCodecOK);
-    ASSERT_EQ(fInfos.fInfos.size(), 2u);
+    List();
+    ASSERT_EQ(fInfos.size(), 2u);
     EXPECT_EQ(Model(0), u"Fader 1");
-    EXPECT_EQ(fInfos.fInfos[0].fInPortCount, 1u) << "the model of the file met first";
+    EXPECT_EQ(fInfos[0].fInPortCount, 1u) << "the model of the file met first";
     EXPECT_EQ(Model(1), u"Pads");
 }
 
@@ -153,8 +137,8 @@ TEST_F(GenericCodec, ABrokenFileCostsOnlyItsOwnModel)
     fFolder.Write("a-broken.midicodec", Definition("Acme", "Broken", {"MIDI Input Ports\t0"}));
     fFolder.Write("b-good.midicodec", Definition("Acme", "Good"));
     fFolder.Write("c-header.midicodec", "Universal MIDI Codec Control Surface Definition File\nFile Format Version\t2.0.0\n");
-    ASSERT_EQ(List(), kCodecOK);
-    ASSERT_EQ(fInfos.fInfos.size(), 1u);
+    List();
+    ASSERT_EQ(fInfos.size(), 1u);
     EXPECT_EQ(Model(0), u"Good");
     EXPECT_EQ(Messages(), "Failed to read .midicodec file: a-broken.midicodec\n"
                           "Error:Too few MIDI Input Ports a-broken.midicodec(6)\n"
@@ -165,11 +149,11 @@ TEST_F(GenericCodec, ABrokenFileCostsOnlyItsOwnModel)
 TEST_F(GenericCodec, ScansAfreshAndEarlierSurfacesKeepTheirCopies)
 {
     const auto file = fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
-    ASSERT_EQ(List(), kCodecOK);
+    List();
     TControlSurfacePtr surface = Create(0);
     std::filesystem::remove(file);
-    ASSERT_EQ(List(), kCodecOK);
-    EXPECT_TRUE(fInfos.fInfos.empty());
+    List();
+    EXPECT_TRUE(fInfos.empty());
 
     CRecordingInputHandler handler;
     ASSERT_EQ(surface->IControlSurface_SetInputHandler(&handler), kCodecOK);
@@ -182,7 +166,7 @@ TEST_F(GenericCodec, ScansAfreshAndEarlierSurfacesKeepTheirCopies)
 TEST_F(GenericCodec, CreatesSurfacesByUniqueNameWithoutRegardToCase)
 {
     fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
-    ASSERT_EQ(List(), kCodecOK);
+    List();
     u32 status = 0;
     TControlSurfacePtr surface(fCodec->ICodec2_CreateControlSurfaceByName("genericmidicodec/ACME/fader 1", &status),
                                codecsurface_deleter());
@@ -209,10 +193,10 @@ TEST_F(GenericCodec, LoadsThePictureBesideTheFile)
     fFolder.Write("small.png", MakePNG(48, 48));
     fFolder.Write("broken.midicodec", Definition("Acme", "Broken"));
     fFolder.Write("broken.png", "not a picture");
-    ASSERT_EQ(List(), kCodecOK);
-    ASSERT_EQ(fInfos.fInfos.size(), 4u);
+    List();
+    ASSERT_EQ(fInfos.size(), 4u);
     std::map<TText16, TControlSurfaceInfo> byModel;
-    for (const auto& info : fInfos.fInfos)
+    for (const auto& info : fInfos)
         byModel[GetRecordText(info.fModel)] = info;
 
     std::vector<u32> pixels(kPictureWidth * kPictureHeight, 0xDEADBEEF);
@@ -297,11 +281,11 @@ TEST_F(GenericCodec, AProbeFindsTheSurfaceThatAnswers)
     fFolder.Write("pads.midicodec", Definition("Acme", "Pads", {"MIDI Input Ports\t2",
                                                                 "Identity Request\tF0 7E 7F 06 01 F7",
                                                                 "Identity Response\tF0 7E ?? 06 02 7D"}));
-    ASSERT_EQ(List(), kCodecOK);
+    List();
     CSimulatedProber prober;
     prober.fRepliesPerRequest = 2;
     CRecordingProbeResults results;
-    ASSERT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, fInfos.fInfos.at(0), results, fMessages), kCodecOK);
+    ASSERT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, fInfos.at(0), results, fMessages), kCodecOK);
     EXPECT_EQ(prober.fSentOn, (std::vector<u32>{0, 1, 2}));
     ASSERT_EQ(results.fFound.size(), 1u);
     EXPECT_EQ(results.fFound[0].first, "GenericMIDICodec/Acme/Pads");
@@ -317,8 +301,8 @@ TEST_F(GenericCodec, AProbeOfAModelWithoutIdentityFindsNothing)
     fFolder.Write("plain.midicodec", Definition("Acme", "Plain"));
     fFolder.Write("silent.midicodec", Definition("Acme", "Silent", {"Identity Request\tF0 7E 7F 06 01 F7",
                                                                     "Identity Response\tF0 7E ?? 06 02 11"}));
-    ASSERT_EQ(List(), kCodecOK);
-    for (const auto& info : fInfos.fInfos)
+    List();
+    for (const auto& info : fInfos)
     {
         CSimulatedProber prober;
         CRecordingProbeResults results;

@@ -156,6 +156,21 @@ TEST(MapFile, ManyGroupValuesWithControlCharactersAreFoundAsTheComparisonFindsTh
     EXPECT_EQ(entry.GetVariation(), (NSKinvar::TVariation{99'999, 5}));
 }
 
+// The text comparison passes over control characters, so "Fader" followed by
+// U+0001 names the first item, not the second that is spelt so.
+TEST(MapFile, AnItemNameFindsTheFirstEqualItemInListOrder)
+{
+    using NSKinvarCodec::kInputValue, NSKinvarCodec::kOutputValue;
+    const auto items = std::make_shared<const NSKinvar::TItemList>(NSKinvar::TItemList{
+        MakeItem(u"Fader", kInputValue, kOutputValue, 0, 127, 0),
+        MakeItem(u"Fader\u0001", kInputValue, kOutputValue, 0, 127, 0)});
+    const TReadResult result = ReadMapText(S("Map\tFader\x01\t\tVolume\n"), items);
+    ASSERT_FALSE(result.fThrew) << result.fErrorText;
+    const auto& mapped = result.fMap->FindScope({u"Host", u"Mixer"})->GetItemMap();
+    EXPECT_EQ(mapped.count(TMapKey{0, -1}), 1u);
+    EXPECT_EQ(mapped.count(TMapKey{1, -1}), 0u);
+}
+
 TEST(MapKeys, ReadAsNumbersOrNoteNames)
 {
     const std::pair<std::u16string, std::optional<i64>> cases[] = {

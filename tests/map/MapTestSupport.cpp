@@ -9,9 +9,7 @@ namespace NSMapTesting
 {
 using namespace NSKinvarCodec;
 
-namespace
-{
-TItemInfo Item(std::u16string_view name, u32 input, u32 output, i64 min, i64 max, u32 states)
+TItemInfo MakeItem(std::u16string_view name, u32 input, u32 output, i64 min, i64 max, u32 states)
 {
     TItemInfo item{};
     SetRecordText(item.fName, name);
@@ -22,16 +20,15 @@ TItemInfo Item(std::u16string_view name, u32 input, u32 output, i64 min, i64 max
     item.fStateCount = states;
     return item;
 }
-} // namespace
 
 std::shared_ptr<const NSKinvar::TItemList> MakeItems()
 {
     return std::make_shared<const NSKinvar::TItemList>(NSKinvar::TItemList{
-        Item(u"Fader 1", kInputValue, kOutputValue, 0, 127, 0),
-        Item(u"Button A", kInputButton, kOutputValue, 0, 1, 2),
-        Item(u"Keys", kInputKeyboard, kOutputNone, 0, 127, 0),
-        Item(u"Encoder", kInputDelta, kOutputNone, -64, 63, 0),
-        Item(u"Display", kInputNone, kOutputText, 0, 0, 0),
+        MakeItem(u"Fader 1", kInputValue, kOutputValue, 0, 127, 0),
+        MakeItem(u"Button A", kInputButton, kOutputValue, 0, 1, 2),
+        MakeItem(u"Keys", kInputKeyboard, kOutputNone, 0, 127, 0),
+        MakeItem(u"Encoder", kInputDelta, kOutputNone, -64, 63, 0),
+        MakeItem(u"Display", kInputNone, kOutputText, 0, 0, 0),
     });
 }
 
@@ -50,14 +47,20 @@ void LoadTexts() { LoadTextResource(2000); }
 
 TReadResult ReadMapText(const std::string& text)
 {
+    return ReadMapText(text, MakeItems());
+}
+
+TReadResult ReadMapText(const std::string& text, std::shared_ptr<const NSKinvar::TItemList> items)
+{
     LoadTexts();
     TReadResult result;
-    result.fMap = std::make_shared<NSKinvar::VControlSurfaceMap>(u"Acme", u"Box", MakeItems());
-    const TMapLines lines = ReadTable(DecodeTableText(text), kMapTableOptions);
+    const NSKinvar::TStateNames states =
+        items->size() == MakeItems()->size() ? MakeStateNames() : NSKinvar::TStateNames(items->size());
+    result.fMap = std::make_shared<NSKinvar::VControlSurfaceMap>(u"Acme", u"Box", std::move(items));
     TText16 errorText;
     try
     {
-        NSKinvar::ReadMapFile(lines, *result.fMap, MakeStateNames(), errorText);
+        NSKinvar::ReadMapFile(DecodeTableText(text), *result.fMap, states, errorText);
     }
     catch (const NSKinvar::XBadFormat&)
     {

@@ -12,6 +12,8 @@ namespace NSMapTesting
 // Items: 0 "Fader 1" (value), 1 "Button A" (button, states "Off" and "Blink"),
 // 2 "Keys" (keyboard), 3 "Encoder" (delta), 4 "Display" (text output only).
 std::shared_ptr<const NSKinvar::TItemList> MakeItems();
+NSKinvarCodec::TItemInfo MakeItem(std::u16string_view name, u32 input, u32 output, i64 min, i64 max,
+                                  u32 states);
 NSKinvar::TStateNames MakeStateNames();
 
 // The five header lines for "Acme" "Box", each with its line feed.
@@ -24,8 +26,10 @@ struct TReadResult
     std::shared_ptr<NSKinvar::VControlSurfaceMap> fMap;
 };
 
-// Reads a whole file given as UTF-8 text against the test surface.
+// Reads a whole file given as UTF-8 text against the test surface, or against
+// other items (without states).
 TReadResult ReadMapText(const std::string& text);
+TReadResult ReadMapText(const std::string& text, std::shared_ptr<const NSKinvar::TItemList> items);
 
 // Makes sure the program's text table is loaded.
 void LoadTexts();

@@ -37,21 +37,8 @@ protected:
         NSGenericMidiCodec::TScanPlaces places;
         places.fFiles.push_back(fs::path(BRASSFOLD_TEST_DATA_DIR) / "map" / "Acme Box.midicodec");
         fCodec = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-        struct CGetter : NSKinvarCodec::IControlSurfaceInfoGetter
-        {
-            u32 IControlSurfaceInfoGetter_Take(const NSKinvarCodec::TControlSurfaceInfo* infos, u32 count) override
-            {
-                for (u32 i = 0; i < count; ++i)
-                    fSurfaces.emplace_back(fCodec, infos[i]);
-                return NSKinvarCodec::kCodecOK;
-            }
-            TCodecPtr fCodec;
-            TCodecSurfaceList fSurfaces;
-        } getter;
-        getter.fCodec = fCodec;
-        CCodecTextGetter messages;
-        EXPECT_EQ(fCodec->ICodec2_GetControlSurfaces(getter, messages), NSKinvarCodec::kCodecOK);
-        fSurfaces = getter.fSurfaces;
+        for (const auto& info : GetControlSurfacesForCodec(fCodec))
+            fSurfaces.emplace_back(fCodec, info);
         fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
         fs::create_directories(fFolder);
     }

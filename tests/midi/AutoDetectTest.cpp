@@ -369,23 +369,11 @@ TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
         std::filesystem::path(BRASSFOLD_TEST_DATA_DIR) / "midi" / "Probe Box.midicodec";
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}),
                           codec_deleter());
-    class CInfoList final : public IControlSurfaceInfoGetter
-    {
-    public:
-        u32 IControlSurfaceInfoGetter_Take(const TControlSurfaceInfo* infos, u32 count) override
-        {
-            fInfos.assign(infos, infos + count);
-            return kOK;
-        }
-        std::vector<TControlSurfaceInfo> fInfos;
-    };
-    CInfoList models;
-    CCodecTextGetter messages;
-    ASSERT_EQ(kOK, codec->ICodec2_GetControlSurfaces(models, messages));
-    ASSERT_EQ(1u, models.fInfos.size());
+    const auto models = GetControlSurfacesForCodec(codec);
+    ASSERT_EQ(1u, models.size());
 
     CProgressLog progress;
-    const auto result = AutodetectControlSurfaces({{codec, models.fInfos[0]}}, &progress, fHub);
+    const auto result = AutodetectControlSurfaces({{codec, models[0]}}, &progress, fHub);
     ASSERT_EQ(1u, result.size());
     ASSERT_EQ(1u, result[0].size());
     const VDetectedKinvarControlSurface& find = result[0][0];

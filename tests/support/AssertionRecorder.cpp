@@ -28,6 +28,13 @@ void Record(const char* file, int line, bool verify)
 
 void OnAssertion(const char* file, i32 line) { Record(file, line, false); }
 void OnVerify(const char* file, i32 line) { Record(file, line, true); }
+
+std::vector<std::string> gTraceLines;
+void OnTrace(const char*, i32, const char* text)
+{
+    std::lock_guard lock(gMutex);
+    gTraceLines.emplace_back(text);
+}
 } // namespace
 
 void InstallAssertionRecorder()
@@ -59,5 +66,28 @@ std::vector<TAssertionRecord> CExpectAssertions::Records() const
 {
     std::lock_guard lock(gMutex);
     return gRecords;
+}
+
+CRecordTraces::CRecordTraces() : fPrevious(GetTraceHook())
+{
+    Clear();
+    SetTraceHook(&OnTrace);
+}
+
+CRecordTraces::~CRecordTraces()
+{
+    SetTraceHook(fPrevious);
+}
+
+std::vector<std::string> CRecordTraces::Lines() const
+{
+    std::lock_guard lock(gMutex);
+    return gTraceLines;
+}
+
+void CRecordTraces::Clear()
+{
+    std::lock_guard lock(gMutex);
+    gTraceLines.clear();
 }
 } // namespace NSTesting

@@ -1,6 +1,7 @@
 #pragma once
 // Unit tests run with a recording assertion hook: an assertion that no
-// CExpectAssertions scope is waiting for fails the running test.
+// CExpectAssertions scope is waiting for fails the running test. Trace lines
+// can be kept the same way, for the tests that read them.
 
 #include <cstddef>
 #include <string>
@@ -30,5 +31,22 @@ public:
 
     std::size_t Count() const;
     std::vector<TAssertionRecord> Records() const;
+};
+
+// While one of these lives, trace lines (their text) are kept instead of
+// written; the hook that was there before comes back at the end.
+class CRecordTraces
+{
+public:
+    CRecordTraces();
+    ~CRecordTraces();
+    CRecordTraces(const CRecordTraces&) = delete;
+    CRecordTraces& operator=(const CRecordTraces&) = delete;
+
+    std::vector<std::string> Lines() const;
+    void Clear();
+
+private:
+    void (*fPrevious)(const char*, int, const char*);
 };
 } // namespace NSTesting

@@ -414,7 +414,7 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
     fRig.fResponder.reset();
-    EXPECT_TRUE(WaitUntil([&] { return SendFails(*sender, {0x90, 0x40, 0x00}); }));
+    EXPECT_TRUE(WaitUntil([&sender = sender] { return SendFails(*sender, {0x90, 0x40, 0x00}); }));
     EXPECT_TRUE(FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out").IsEmpty());
     EXPECT_TRUE(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in").IsEmpty());
     port.reset();
@@ -445,7 +445,7 @@ TEST_F(JackServerEndTest, TheServerThatEndsTakesItsPortsWithIt)
     std::atomic<bool> stop{false};
     std::atomic<bool> failed{false};
     std::thread flood(
-        [&]
+        [&, &sender = sender] // clang 14 captures no structured binding by itself
         {
             while (!stop.load() && !failed.load())
                 failed.store(SendFails(*sender, {0xB0, 0x01, 0x02}));
