@@ -36,7 +36,7 @@ struct TFlow
 TLayoutInfo ReadInfo(ILayoutable& item, bool noMargins)
 {
     TLayoutInfo info{};
-    ThrowDunmarkResult(item.ILayoutable_GetLayoutInfo(&info));
+    ThrowVistalResult(item.ILayoutable_GetLayoutInfo(&info));
     BF_ASSERT(info.fWidth >= 0 && info.fHeight >= 0);
     if (noMargins)
         info.fMarginLeft = info.fMarginTop = info.fMarginRight = info.fMarginBottom = 0;
@@ -45,7 +45,7 @@ TLayoutInfo ReadInfo(ILayoutable& item, bool noMargins)
 
 void Hide(ILayoutable& item, const TLayoutInfo& info)
 {
-    ThrowDunmarkResult(item.ILayoutable_SetBounds(kHiddenPosition, kHiddenPosition,
+    ThrowVistalResult(item.ILayoutable_SetBounds(kHiddenPosition, kHiddenPosition,
                                                   kHiddenPosition + info.fWidth,
                                                   kHiddenPosition + info.fHeight));
 }
@@ -55,7 +55,7 @@ void Place(ILayoutable& item, TFlow& flow, i32 spacing, const TLayoutInfo& info)
 {
     const i32 left = flow.fX + spacing;
     const i32 top = flow.fHeight / 2 + flow.fY - info.fBaseline;
-    ThrowDunmarkResult(
+    ThrowVistalResult(
         item.ILayoutable_SetBounds(left, top, left + info.fWidth, top + info.fHeight));
     flow.fX = left + info.fWidth;
     flow.fRowHeight = std::max(flow.fRowHeight, info.fHeight);
@@ -64,13 +64,13 @@ void Place(ILayoutable& item, TFlow& flow, i32 spacing, const TLayoutInfo& info)
 
 u32 CStaticLayoutable::ILayoutable_SetBounds(i32, i32, i32, i32)
 {
-    return kDunmarkOK;
+    return kVistalOK;
 }
 
 u32 CStaticLayoutable::ILayoutable_GetLayoutInfo(TLayoutInfo* info)
 {
     *info = fInfo;
-    return kDunmarkOK;
+    return kVistalOK;
 }
 
 CPadLayoutable::CPadLayoutable(i32 width, i32 height)
@@ -81,7 +81,7 @@ CPadLayoutable::CPadLayoutable(i32 width, i32 height)
 u32 CPadLayoutable::ILayoutable_SetBounds(i32 left, i32 top, i32 right, i32 bottom)
 {
     BF_ASSERT(left <= right && top <= bottom);
-    return kDunmarkOK;
+    return kVistalOK;
 }
 
 u32 LayoutFlow(const TLayoutRect& rect, const std::vector<ILayoutable*>& items, bool noMargins,

@@ -29,7 +29,7 @@ struct TLayoutInfo
     u32 fIsPad;        // 1 for a spacer that vanishes at a row's start
 };
 
-// Operations return status words of the widget edge (12000 is success).
+// Operations return status words of the toolkit edge (12000 is success).
 class ILayoutable
 {
 public:
@@ -77,7 +77,7 @@ public:
 // rectangle's size is truncated to whole pixels and must not be negative,
 // nor an item's size (assertions). noMargins clears every item's margins.
 // rowOfItem, when given, receives each item's row, counted from 0 (a hidden
-// item's too). What an item's operations report is thrown (ThrowDunmarkResult).
+// item's too). What an item's operations report is thrown (ThrowVistalResult).
 u32 LayoutFlow(const TLayoutRect& rect, const std::vector<NSDunmark::ILayoutable*>& items,
                bool noMargins, std::vector<u32>* rowOfItem = nullptr);
 } // namespace NSDunmarkUtils

@@ -23,12 +23,12 @@ public:
     u32 ILayoutable_SetBounds(i32 left, i32 top, i32 right, i32 bottom) override
     {
         fBounds = QRect(QPoint(left, top), QPoint(right - 1, bottom - 1));
-        return kDunmarkOK;
+        return kVistalOK;
     }
     u32 ILayoutable_GetLayoutInfo(TLayoutInfo* info) override
     {
         *info = fInfo;
-        return kDunmarkOK;
+        return kVistalOK;
     }
     TLayoutInfo fInfo;
     QRect fBounds;

@@ -32,14 +32,14 @@ public:
         EXPECT_EQ(fItem.fHeight, bottom - top);
         fLeftTop = {left, top};
         ++fCalls;
-        return kDunmarkOK;
+        return kVistalOK;
     }
     u32 ILayoutable_GetLayoutInfo(NSDunmark::TLayoutInfo* info) override
     {
         *info = {
             fItem.fWidth,      fItem.fHeight,       fItem.fMarginLeft, 9, fItem.fMarginRight, 9,
             fItem.fHeight / 2, fItem.fPad ? 1u : 0u};
-        return kDunmarkOK;
+        return kVistalOK;
     }
     TItem fItem;
     std::array<i32, 2> fLeftTop{};
