@@ -33,6 +33,8 @@ constexpr int kPopupNarrower = 150;
 constexpr int kStatusWidth = 70;
 constexpr int kRowStep = 30;
 constexpr int kRowHeight = 24;
+// Between the send field, the check boxes and the buttons.
+constexpr int kGroupGap = 12;
 const QString kViewPrefix = QStringLiteral("CMIDITestWindowBehavior::");
 
 template <class Widget> Widget* Named(Widget* widget, const char* view, const QString& accessible)
@@ -49,6 +51,17 @@ QPushButton* MakeButton(const QString& text, QWidget* parent, std::function<void
     QObject::connect(button, &QPushButton::clicked, parent,
                      [action = std::move(action)] { GuardWindowCallback(action); });
     return button;
+}
+QCheckBox* MakeCheckBox(const QString& text, const QString& tip, bool checked, QWidget* parent,
+                       std::function<void(bool)> action)
+{
+    auto* box = new QCheckBox(text, parent);
+    box->setAccessibleName(text);
+    box->setToolTip(tip);
+    box->setChecked(checked);
+    QObject::connect(box, &QCheckBox::toggled, parent, [action = std::move(action)](bool on)
+                     { GuardWindowCallback([&] { action(on); }); });
+    return box;
 }
 } // namespace
 
@@ -126,10 +139,9 @@ CMIDITestWindow::TPortRow CMIDITestWindow::MakePortRow(const QString& name, bool
     return row;
 }
 
-QWidget* CMIDITestWindow::MakeLowerPart()
+QWidget* CMIDITestWindow::MakeControls(QWidget* parent)
 {
-    auto* part = new QWidget(this);
-    auto* controls = new QWidget(part);
+    auto* controls = new QWidget(parent);
     auto* flow = new CQtFlowLayout(controls);
     flow->setContentsMargins(0, 0, 0, 0);
     QPushButton* send = MakeButton(QStringLiteral("Send"), controls, [this] { fModel.Send(); });
@@ -142,34 +154,34 @@ QWidget* CMIDITestWindow::MakeLowerPart()
     connect(edit, &QLineEdit::textChanged, this, [this](const QString& text)
             { GuardWindowCallback([&] { fModel.SetSendText(FromQString(text)); }); });
     flow->AddWidget(edit);
-    flow->AddPad(12);
+    flow->AddPad(kGroupGap);
 
-    auto* stamps = new QCheckBox(QStringLiteral("Time stamps"), controls);
-    stamps->setAccessibleName(stamps->text());
-    stamps->setToolTip(QStringLiteral("Milliseconds since the in-port opened"));
-    connect(stamps, &QCheckBox::toggled, this,
-            [this](bool on)
-            {
-                fModel.GetReceived().SetShowTimeStamps(on);
-                ShowReceived();
-            });
-    flow->AddWidget(stamps);
-    auto* hideClock = new QCheckBox(QStringLiteral("Hide clock and active sensing"), controls);
-    hideClock->setAccessibleName(hideClock->text());
-    hideClock->setToolTip(QStringLiteral("Leaves out F8 and FE as they come in"));
-    hideClock->setChecked(fModel.GetReceived().GetHideClock());
-    connect(hideClock, &QCheckBox::toggled, this,
-            [this](bool on) { fModel.GetReceived().SetHideClock(on); });
-    flow->AddWidget(hideClock);
-    flow->AddPad(12);
+    CReceivedMessages& received = fModel.GetReceived();
+    flow->AddWidget(MakeCheckBox(QStringLiteral("Time stamps"),
+                                 QStringLiteral("Milliseconds since the in-port opened"), false,
+                                 controls,
+                                 [this, &received](bool on)
+                                 {
+                                     received.SetShowTimeStamps(on);
+                                     ShowReceived();
+                                 }));
+    flow->AddWidget(MakeCheckBox(QStringLiteral("Hide clock and active sensing"),
+                                 QStringLiteral("Leaves out F8 and FE as they come in"),
+                                 received.GetHideClock(), controls,
+                                 [&received](bool on) { received.SetHideClock(on); }));
+    flow->AddPad(kGroupGap);
     flow->AddWidget(MakeButton(QStringLiteral("Copy"), controls,
-                               [this]
-                               {
-                                   QApplication::clipboard()->setText(QString::fromLatin1(
-                                       fModel.GetReceived().GetShownLines()));
+                               [&received] {
+                                   QApplication::clipboard()->setText(
+                                       QString::fromLatin1(received.GetShownLines()));
                                }));
     flow->AddWidget(MakeButton(QStringLiteral("Save..."), controls, [this] { Save(); }));
+    return controls;
+}
 
+QWidget* CMIDITestWindow::MakeLowerPart()
+{
+    auto* part = new QWidget(this);
     auto* receivedTitle = Named(new QLabel(QStringLiteral("Received messages:"), part),
                                 "fReceivedTitle", QStringLiteral("Received messages:"));
     fReceivedText = Named(new QPlainTextEdit(part), "fReceivedText",
@@ -181,7 +193,7 @@ QWidget* CMIDITestWindow::MakeLowerPart()
 
     auto* column = new QVBoxLayout(part);
     column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(controls);
+    column->addWidget(MakeControls(part));
     column->addWidget(receivedTitle);
     column->addWidget(fReceivedText, 1);
     return part;

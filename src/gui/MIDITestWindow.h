@@ -60,6 +60,8 @@ private:
     };
 
     TPortRow MakePortRow(const QString& name, bool input);
+    // "Send" and its field, the check boxes, "Copy" and "Save...", in the flow layout.
+    QWidget* MakeControls(QWidget* parent);
     QWidget* MakeLowerPart();
     void PlacePortRow(const TPortRow& row, const QRect& work, int top);
     void ShowReceived();
