@@ -46,8 +46,8 @@ TLayoutInfo ReadInfo(ILayoutable& item, bool noMargins)
 void Hide(ILayoutable& item, const TLayoutInfo& info)
 {
     ThrowVistalResult(item.ILayoutable_SetBounds(kHiddenPosition, kHiddenPosition,
-                                                  kHiddenPosition + info.fWidth,
-                                                  kHiddenPosition + info.fHeight));
+                                                 kHiddenPosition + info.fWidth,
+                                                 kHiddenPosition + info.fHeight));
 }
 
 // Every item of a row centres on the middle of the height that is left.

@@ -29,7 +29,8 @@ struct TLayoutInfo
     u32 fIsPad;        // 1 for a spacer that vanishes at a row's start
 };
 
-// Operations return status words of the toolkit edge (12000 is success).
+// Operations return status words of the GUI edge (12000 is success), which
+// the widgets share: they are Qt's.
 class ILayoutable
 {
 public:

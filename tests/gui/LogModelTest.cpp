@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-TEST(LogModelTest, EachPieceEndsALineAndTheTextKeepsItsLastTenThousandCharacters)
+TEST(LogModelTest, EachPieceEndsALineTheTextKeepsItsLastTenThousandCharactersAndSavesAsUTF8)
 {
     CLogModel log;
     log.Add(u"a\nb\n");
@@ -27,11 +27,8 @@ TEST(LogModelTest, EachPieceEndsALineAndTheTextKeepsItsLastTenThousandCharacters
     piece += u'z';
     log.Add(piece);
     EXPECT_EQ(TText16(9999, u'a') + u"z\r", log.GetText());
-}
 
-TEST(LogModelTest, SavesTheLinesAsUTF8AndReportsAFolderThatIsMissing)
-{
-    CLogModel log;
+    log.Clear();
     log.Add(u"Gr\u00fc\u00dfe\nnext");
     const std::filesystem::path file =
         std::filesystem::temp_directory_path() / "brassfold-log-test.txt";

@@ -36,29 +36,26 @@ protected:
 // Each command record of both menus, dispatched as the toolkit does, reaches the handler that its title names.
 TEST_F(MyAppBehaviorTest, EveryMenuCommandReachesTheHandlerItsTitleNames)
 {
+    // Menu titles in order, then the records of all menus.
     class CBuilder final : public IMenuBuilder
     {
     public:
-        u32 IMenuBuilder_AddItems(u32 menu, const std::vector<TMenuRecord>& records) override
+        u32 IMenuBuilder_AddItems(u32, const std::vector<TMenuRecord>& records) override
         {
             fRecords.insert(fRecords.end(), records.begin(), records.end());
-            fMenus.push_back(menu);
             return kVistalOK;
         }
         u32 IMenuBuilder_SetTitle(u32 menu, const TText16& title) override
         {
-            fTitles.push_back(menu == fMenus.back() ? title : u"?");
+            fTitles.push_back(std::to_string(menu) + " " + NSTextPackage::UTF8FromText16(title));
             return kVistalOK;
         }
         std::vector<TMenuRecord> fRecords;
-        std::vector<u32> fMenus;
-        std::vector<TText16> fTitles;
+        std::vector<std::string> fTitles;
     } builder;
     ASSERT_EQ(kVistalOK, fBehavior.OnBuildMenus(builder));
-    EXPECT_EQ((std::vector<u32>{kTestMenu, kFileMenu}), builder.fMenus);
-    EXPECT_EQ((std::vector<TText16>{u"Test", u"File"}), builder.fTitles);
+    EXPECT_EQ((std::vector<std::string>{"2 Test", "1 File"}), builder.fTitles);
     EXPECT_EQ(11u, GetTestMenu().size());
-
     const std::map<TText16, std::string> effects = {
         {u"Choose Codec File", "Select Codec File"}, {u"AutoDetect", "OpenProgress"},
         {u"Create ControlSurface", "OpenSelectionDialog"}, {u"Validate Map File", "Select Map File"},
@@ -76,20 +73,17 @@ TEST_F(MyAppBehaviorTest, EveryMenuCommandReachesTheHandlerItsTitleNames)
             continue;
         ++commands;
         fWindows.fCalls.clear();
-        fVistal.fOpenRequests.clear();
+        fVistal.fOpenRequests.assign(1, TOpenDialogRequest());
         alerts.fTexts.clear();
         const std::size_t models = gCodecSurfaces.size();
         u32 handled = 0;
         const u32 status = fBehavior.OnMenuCommand({record.fMenu, record.fCommand}, &handled);
-        std::string effect = fWindows.fCalls.empty() ? "" : fWindows.fCalls.front();
-        if (!fVistal.fOpenRequests.empty())
-            effect = NSTextPackage::UTF8FromText16(fVistal.fOpenRequests[0].fPrompt);
-        if (gCodecSurfaces.size() > models)
-            effect = "models";
-        if (!alerts.fTexts.empty())
-            effect = "alert";
-        if (status == kFirstApplicationResult)
-            effect = "quit";
+        const std::string prompt = NSTextPackage::UTF8FromText16(fVistal.fOpenRequests.back().fPrompt);
+        const std::string effect = status == kFirstApplicationResult ? "quit"
+                                   : !alerts.fTexts.empty()          ? "alert"
+                                   : gCodecSurfaces.size() > models  ? "models"
+                                   : fWindows.fCalls.empty()         ? prompt
+                                                                     : fWindows.fCalls.front();
         EXPECT_EQ(effects.at(record.fTitle), effect) << NSTextPackage::UTF8FromText16(record.fTitle);
         EXPECT_EQ(status == kVistalOK ? 1u : 0u, handled);
     }

@@ -1,14 +1,8 @@
 #!/usr/bin/python3
-"""Starts the real workbench and drives it through the accessibility tree, as
-a screen reader or a UI-automation tool would: the main window and its menus
-must be there by name, "Load MIDI Codecs" lists the bundled examples, "Show
-Log Window" opens the log window with its buttons, and "Quit" ends the
-program with exit status 0 and no failed assertion.
-
-    workbench_test.py <brassfold> <examples folder>
-
-Runs inside a display and a session bus of its own (see run-workbench-test).
-"""
+"""The real workbench, driven through its accessibility tree as a screen reader
+would: its windows, menus and controls by name, "Quit" with exit status 0 and
+no failed assertion. Runs in a display and session bus of its own
+(run-workbench-test): workbench_test.py <brassfold> <examples folder>"""
 import os
 import subprocess
 import sys
@@ -21,8 +15,7 @@ TIMEOUT = 20
 
 
 def fail(message):
-    print("FAIL: " + message)
-    sys.exit(1)
+    sys.exit("FAIL: " + message)
 
 
 def wait_for(what, find):

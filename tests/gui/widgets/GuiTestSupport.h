@@ -1,17 +1,8 @@
 #pragma once
-// What the widget tests share. They run on Qt's offscreen platform with one
-// QApplication for the program, made at the first GetApplication:
-//
-//     TEST(LogWindowTest, ...)
-//     {
-//         NSGuiTesting::GetApplication();
-//         CLogWindow window;
-//         NSGuiTesting::Find<QPushButton>(window, "Clear")->click();
-//     }
-//
-// A modal dialog (an alert, a file dialog) blocks in its exec(): say ahead
-// what to do with it (OnNextModalDialog of gui/WorkbenchDriver.h), and the answer
-// runs once it shows.
+// What the widget tests share: each test calls GetApplication first (one
+// QApplication on the offscreen platform), finds controls by their
+// accessible names, and says ahead what to do with a modal dialog
+// (OnNextModalDialog of gui/WorkbenchDriver.h), which blocks once it shows.
 
 #include "gui/WorkbenchDriver.h"
 

@@ -15,9 +15,8 @@ using namespace NSGuiTesting;
 
 namespace
 {
-class CAlertTexts final : public IAlertHandler
+struct CAlertTexts final : IAlertHandler
 {
-public:
     void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override
     {
         fTexts.push_back(text);

@@ -7,6 +7,8 @@
 
 #include <QPushButton>
 
+#include <thread>
+
 using namespace NSGuiTesting;
 
 TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
@@ -67,4 +69,29 @@ TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
         box->buttons().back()->click();
         EXPECT_EQ(kAlertPressedFirst + buttons.size() - 1, GetPressedButton(*box));
     }
+}
+
+// The assertion box is a message box on the user interface thread; elsewhere
+// it goes to the presenter before, which needs no running program.
+TEST(MessageBoxesTest, TheAssertionBoxAsksOnTheUserInterfaceThreadOnly)
+{
+    GetApplication();
+    CQtBoxPresenter boxes(
+        GetAlertPresenter()); // standard error: Ignore, unless BRASSFOLD_ASSERT=abort
+    QStringList shown;
+    OnNextModalDialog([&](QWidget& box) {
+        for (QAbstractButton* button : box.findChildren<QAbstractButton*>())
+            shown << button->text().remove('&');
+        PressDialogButton(box, "Ignore");
+    });
+    EXPECT_EQ(EBoxAnswer::kIgnore,
+              boxes.IAlertPresenter_ShowBox("Assertion", "a.cpp(1): ASSERT failure\rHalt?",
+                                            EBoxButtons::kAbortRetryIgnore));
+    shown.sort();
+    EXPECT_EQ(QStringList({"Abort", "Ignore", "Retry"}), shown);
+    unsetenv("BRASSFOLD_ASSERT");
+    std::thread([&] {
+        EXPECT_EQ(EBoxAnswer::kIgnore,
+                  boxes.IAlertPresenter_ShowBox("Assertion", "x", EBoxButtons::kAbortRetryIgnore));
+    }).join(); // no box to wait for
 }

@@ -4,7 +4,8 @@
 
 #include "GuiTestSupport.h"
 #include "foundation/Alert.h"
-#include "host/AppCommands.h"
+#include "gui/QtWorkbenchWindows.h"
+#include "host/MyAppBehavior.h"
 
 #include <QMainWindow>
 #include <QMenuBar>
@@ -30,30 +31,31 @@ struct TSeen
     std::function<void(int idle)> fOnIdle;
 };
 
-class CRecordingBehaviour final : public IVistalRunBehavior
+// The workbench's behaviour with a menu of one failing command, noting what it is asked.
+class CRecordingBehaviour final : public CMyAppBehavior
 {
 public:
-    explicit CRecordingBehaviour(TSeen& seen) : fSeen(seen) {}
+    CRecordingBehaviour(IWorkbenchWindows& windows, TSeen& seen)
+        : CMyAppBehavior(windows), fSeen(seen)
+    {
+    }
     u32 OnStart() override { return Note("Start"); }
     u32 OnEnd() override
     {
         fSeen.fMainWindowAtEnd = FindWindow("Brassfold") != nullptr;
         return Note("End");
     }
-    u32 OnQuitCommand() override { return kVistalOK; }
-    u32 OnOpenDefaultDocument(u32) override
+    u32 OnOpenDefaultDocument(u32 ignored) override
     {
-        OpenDummyDocumentWindow(GetVistal());
-        return Note("OpenDefaultDocument");
+        Note("OpenDefaultDocument");
+        return CMyAppBehavior::OnOpenDefaultDocument(ignored);
     }
-    u32 OnReserved1(u32) override { return kVistalOK; }
     u32 OnBuildMenus(IMenuBuilder& builder) override
     {
         builder.IMenuBuilder_AddItems(2, {TMenuRecord{u"Warn & Fail", u"", 2, 7, false}});
         builder.IMenuBuilder_SetTitle(2, u"Test");
         return Note("BuildMenus");
     }
-    // Shows an alert, and fails.
     u32 OnMenuCommand(const TCommandRecord& command, u32*) override
     {
         Note("Command " + std::to_string(command.fCommand));
@@ -62,21 +64,13 @@ public:
         fSeen.fAlertUp = false;
         return 12005;
     }
-    u32 OnQueryCommand(u32, u32*) override { return kVistalOK; }
     u32 OnIdle(u64* nextIdle) override
     {
         fSeen.fIdleWhileAlert += fSeen.fAlertUp ? 1 : 0;
-        if (fSeen.fOnIdle)
-            fSeen.fOnIdle(++fSeen.fIdleCount);
+        fSeen.fOnIdle(++fSeen.fIdleCount);
         *nextIdle = 10;
         return kVistalOK;
     }
-    u32 OnBeginDraw(void*) override { return kVistalOK; }
-    u32 OnEndDraw(void*) override { return kVistalOK; }
-    u32 OnReserved2(u32) override { return kVistalOK; }
-    u32 OnDunmarkStep() override { return kVistalOK; }
-    u32 OnReserved3() override { return kVistalOK; }
-    u32 OnReserved4() override { return kVistalOK; }
     u32 OnCustomEvent(u32 event, u32 data) override
     {
         fSeen.fEventOnMainThread =
@@ -93,7 +87,6 @@ private:
     }
     TSeen& fSeen;
 };
-
 } // namespace
 
 TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
@@ -101,6 +94,7 @@ TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
     GetApplication();
     CQtVistal vistal;
     CVistalInstallation installation(vistal);
+    CQtWorkbenchWindows windows(vistal);
     TSeen seen;
     seen.fOnIdle = [&](int idle) {
         if (idle == 2)
@@ -115,7 +109,7 @@ TEST(QtVistalTest, DrivesTheBehaviourThroughQtsLoop)
         if (idle == 4)
             vistal.IVistal_RequestQuit();
     };
-    EXPECT_EQ(kVistalOK, vistal.Run(new CRecordingBehaviour(seen), MakeStartupParams()));
+    EXPECT_EQ(kVistalOK, vistal.Run(new CRecordingBehaviour(windows, seen), MakeStartupParams()));
     EXPECT_EQ((std::vector<std::string>{"Start", "BuildMenus", "OpenDefaultDocument",
                                         "Event 268435457 0", "Command 7", "Error 12005", "End"}),
               seen.fCalls);

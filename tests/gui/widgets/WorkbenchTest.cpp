@@ -28,20 +28,6 @@ namespace
 const std::filesystem::path kExamples = std::filesystem::path(BRASSFOLD_SOURCE_DIR) /
                                         "examples/Thistlemarrow Software/Kinvar/Codecs/MIDI Codecs";
 
-// Chooses file in the next file dialog, and notes the alert that follows.
-void ChooseFileThenNoteTheAlert(const std::filesystem::path& file, QString& startFolder,
-                                QStringList& alerts)
-{
-    OnNextModalDialog([&, file](QWidget& dialog) {
-        auto& files = static_cast<QFileDialog&>(dialog);
-        startFolder = files.directory().absolutePath();
-        OnNextModalDialog([&](QWidget& alert) {
-            alerts << alert.windowTitle() + ": " + static_cast<QMessageBox&>(alert).text();
-            PressDialogButton(alert, "OK");
-        });
-        ChooseFileInDialog(dialog, file);
-    });
-}
 } // namespace
 
 // A broken codec file fails "Choose Codec File" (with the script host missing,
@@ -71,7 +57,14 @@ TEST(WorkbenchTest, ListsTheLoadedModelsAndGoesOnAfterAFailingCommand)
         EXPECT_NE(nullptr,
                   Find<QLabel>(*list, "Picture of Quillfeather Instruments QF-8 Fader Box"));
 
-        ChooseFileThenNoteTheAlert(broken, startFolder, alerts);
+        OnNextModalDialog([&](QWidget& dialog) {
+            startFolder = static_cast<QFileDialog&>(dialog).directory().absolutePath();
+            OnNextModalDialog([&](QWidget& alert) {
+                alerts << alert.windowTitle() + ": " + static_cast<QMessageBox&>(alert).text();
+                PressDialogButton(alert, "OK");
+            });
+            ChooseFileInDialog(dialog, broken);
+        });
         vistal.FindMenuAction(u"Choose Codec File")->trigger();
         EXPECT_TRUE(ProcessEventsUntil([&] { return windows.GetLogWindow() != nullptr; }));
         logText = ToQString(windows.GetLogWindow()->GetModel().GetText());
