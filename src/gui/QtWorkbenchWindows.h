@@ -22,6 +22,7 @@
 #include <QWidget>
 
 class CLogWindow;
+class CMIDITestWindow;
 class CQtVistal;
 
 class CQtWorkbenchWindows final : public QObject, public IWorkbenchWindows
@@ -34,6 +35,8 @@ public:
 
     // The log window; null while none is open.
     CLogWindow* GetLogWindow() const;
+    // The MIDI test window; null while none is open.
+    CMIDITestWindow* GetMIDITestWindow() const;
     // Closes every window of the workbench.
     void CloseAll();
 
@@ -59,4 +62,5 @@ private:
 
     CQtVistal& fVistal;
     QPointer<CLogWindow> fLogWindow;
+    QPointer<CMIDITestWindow> fMIDITestWindow;
 };

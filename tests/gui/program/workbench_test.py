@@ -54,7 +54,9 @@ def accessibility_bus_ready():
     return True if asked.returncode == 0 else None
 
 
-def main():
+def run_workbench(steps):
+    """Starts the workbench, lets steps(application, main window) drive it,
+    quits it by its menu and fails on a failed assertion or a bad status."""
     brassfold, examples = sys.argv[1], sys.argv[2]
     bus = subprocess.Popen(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
     wait_for("accessibility bus", accessibility_bus_ready)
@@ -65,16 +67,7 @@ def main():
     try:
         application = wait_for("application 'Brassfold'", workbench)
         frame = wait_for("main window", lambda: find_named(application, "frame", "Brassfold"))
-        for menu in ("File", "Test"):
-            wait_for("menu '" + menu + "'", lambda: find_named(frame, "menu item", menu))
-        wait_for("hint of the empty list", lambda: find_named(frame, "label", "No surface models"))
-        click(frame, "menu item", "Load MIDI Codecs")
-        wait_for("listed example", lambda: find_named(frame, "label", "Quillfeather Instruments QF-8 Fader Box"))
-        click(frame, "menu item", "Show Log Window")
-        log = wait_for("log window", lambda: find_named(application, "frame", "Log"))
-        for button in ("Clear", "Save..."):
-            wait_for("button '" + button + "'", lambda: find_named(log, "push button", button))
-        wait_for("log text", lambda: find_named(log, "text", "Log text"))
+        steps(application, frame)
         click(frame, "menu item", "Quit")
         status = program.wait(timeout=TIMEOUT)
     finally:
@@ -89,5 +82,18 @@ def main():
     print("PASS: the workbench was found, driven and quit through its accessibility tree")
 
 
+def menus_and_log_window(application, frame):
+    for menu in ("File", "Test"):
+        wait_for("menu '" + menu + "'", lambda: find_named(frame, "menu item", menu))
+    wait_for("hint of the empty list", lambda: find_named(frame, "label", "No surface models"))
+    click(frame, "menu item", "Load MIDI Codecs")
+    wait_for("listed example", lambda: find_named(frame, "label", "Quillfeather Instruments QF-8 Fader Box"))
+    click(frame, "menu item", "Show Log Window")
+    log = wait_for("log window", lambda: find_named(application, "frame", "Log"))
+    for button in ("Clear", "Save..."):
+        wait_for("button '" + button + "'", lambda: find_named(log, "push button", button))
+    wait_for("log text", lambda: find_named(log, "text", "Log text"))
+
+
 if __name__ == "__main__":
-    main()
+    run_workbench(menus_and_log_window)
