@@ -6,8 +6,10 @@
 
 #include "foundation/FileHandling.h"
 #include "gui/GuiText.h"
+#include "gui/AutoDetectProgressDialog.h"
 #include "gui/HardwarePanel.h"
 #include "gui/LogWindow.h"
+#include "gui/MIDITestWindow.h"
 #include "gui/QtVistal.h"
 #include "gui/QtWorkbenchWindows.h"
 #include "gui/SelectionDialog.h"
@@ -17,9 +19,12 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -46,6 +51,10 @@ private:
     void ShootDialog(const char16* command, const QString& name,
                      const std::function<void(QWidget&)>& answer);
     void ShootMenus();
+    // The MIDI test window on Loopback A, with what it sent to itself.
+    void ShootMIDITestWindow();
+    // The progress dialog while the second model is probed.
+    void ShootAutoDetect();
     // The selection dialog with a scripted model on the loopback cables, and
     // its panel after the hardware moved a fader and pressed a button.
     void ShootPanel();
@@ -93,6 +102,47 @@ void CShooter::ShootMenus()
         Save(menu, title->text().toLower() + "-menu");
         menu->close();
     }
+}
+
+void CShooter::ShootMIDITestWindow()
+{
+    fVistal.FindMenuAction(u"MIDI Test")->trigger();
+    CMIDITestWindow* window = fWindows.GetMIDITestWindow();
+    for (QComboBox* popup : window->findChildren<QComboBox*>())
+    {
+        popup->setCurrentIndex(popup->findText(QStringLiteral("Loopback A")));
+        emit popup->activated(popup->currentIndex());
+    }
+    auto* field = window->findChild<QLineEdit*>();
+    auto* send = window->findChild<QPushButton*>("CMIDITestWindowBehavior::fSendButton");
+    for (const char* message : {"90 3c 7f", "b0 07 40", "f0 7e 7f 06 01 f7", "80 3c 00"})
+    {
+        field->setText(QString::fromLatin1(message));
+        send->click();
+    }
+    auto* received = window->findChild<QPlainTextEdit*>();
+    ProcessEventsUntil([&] { return received->toPlainText().count('\n') == 4; });
+    // Widened as a user would, so that the port names and the lines show whole.
+    window->resize(440, 300);
+    Save(window, "midi-test-window");
+    window->close();
+}
+
+void CShooter::ShootAutoDetect()
+{
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        auto* dialog = qobject_cast<CAutoDetectProgressDialog*>(QApplication::activeModalWidget());
+        if (dialog != nullptr && dialog->GetBarValue() > 0 && !dialog->GetSurfaceText().isEmpty())
+        {
+            watch.stop();
+            Save(dialog, "auto-detect-progress");
+        }
+    });
+    watch.start(0);
+    fVistal.FindMenuAction(u"AutoDetect")->trigger();
+    if (watch.isActive())
+        Save(nullptr, "auto-detect-progress");
 }
 
 // A copy of an example map with one entry that names no item of its surface.
@@ -172,6 +222,8 @@ void CShooter::Shoot()
     Save(fWindows.GetLogWindow(), "log-window");
     ShootPanel();
     ShootDialog(u"About Brassfold...", "about", press("OK"));
+    ShootMIDITestWindow();
+    ShootAutoDetect();
     fVistal.FindMenuAction(u"Quit")->trigger();
 }
 } // namespace

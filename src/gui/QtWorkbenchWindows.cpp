@@ -1,39 +1,17 @@
 #include "gui/QtWorkbenchWindows.h"
 
-#include "foundation/Alert.h"
 #include "foundation/Failures.h"
 #include "foundation/LogText.h"
 #include "gui/HardwarePanel.h"
+#include "gui/AutoDetectProgressDialog.h"
 #include "gui/LogWindow.h"
+#include "gui/MIDITestWindow.h"
 #include "gui/QtVistal.h"
 #include "gui/SelectionDialog.h"
 #include "host/CodecModules.h"
 #include "host/KinvarHUB.h"
 
 #include <algorithm>
-
-namespace
-{
-// Lets "AutoDetect" run while its progress dialog is not built yet.
-class CSilentProgressDialog final : public IAutoDetectProgressDialog,
-                                    public NSKinvarSetupUtils::IAutoDetectProgress
-{
-public:
-    NSKinvarSetupUtils::IAutoDetectProgress& GetProgress() override { return *this; }
-    void Close() override {}
-    void IAutoDetectProgress_OnBegin() override {}
-    void IAutoDetectProgress_OnModelCount(u32) override {}
-    void IAutoDetectProgress_OnModelBegin(u32, const NSKinvarCodec::TControlSurfaceInfo&) override
-    {
-    }
-    void IAutoDetectProgress_OnSurfaceFound(
-        u32, const NSKinvarSetupUtils::VDetectedKinvarControlSurface&) override
-    {
-    }
-    void IAutoDetectProgress_OnModelEnd(u32, const NSKinvarCodec::TControlSurfaceInfo&) override {}
-    void IAutoDetectProgress_OnEnd() override {}
-};
-} // namespace
 
 CQtWorkbenchWindows::CQtWorkbenchWindows(CQtVistal& vistal) : fVistal(vistal)
 {
@@ -53,10 +31,11 @@ CLogWindow* CQtWorkbenchWindows::GetLogWindow() const
 void CQtWorkbenchWindows::CloseAll()
 {
     // Hardware panels close first: each ends its surface through the hub.
-    // Then the MIDI test window (issue 16).
+    // Then the MIDI test window, which releases its ports.
     for (const QPointer<CHardwarePanel>& panel : std::exchange(fPanels, {}))
         delete panel.data();
     delete fSelectionDialog.data();
+    delete fMIDITestWindow.data();
     delete fLogWindow.data();
 }
 
@@ -144,22 +123,24 @@ void CQtWorkbenchWindows::IWorkbenchWindows_OpenHardwarePanel(
 
 // ---- The MIDI test window and the auto-detect progress dialog (issue 16) -----
 
-void CQtWorkbenchWindows::IWorkbenchWindows_IdleMIDITestWindow() {}
+CMIDITestWindow* CQtWorkbenchWindows::GetMIDITestWindow() const
+{
+    return fMIDITestWindow;
+}
+
+void CQtWorkbenchWindows::IWorkbenchWindows_IdleMIDITestWindow()
+{
+    if (fMIDITestWindow)
+        fMIDITestWindow->Idle();
+}
 
 void CQtWorkbenchWindows::IWorkbenchWindows_OpenMIDITestWindow()
 {
-    NotAvailableYet(u"The MIDI test window");
+    OpenWindow(fMIDITestWindow, [] { return new CMIDITestWindow; });
 }
 
 std::unique_ptr<IAutoDetectProgressDialog>
 CQtWorkbenchWindows::IWorkbenchWindows_OpenAutoDetectProgress()
 {
-    NotAvailableYet(u"The auto-detect progress dialog");
-    return std::make_unique<CSilentProgressDialog>();
-}
-
-void CQtWorkbenchWindows::NotAvailableYet(const char16* window)
-{
-    AddToLog(TText16(window) + u" is not available in this build yet.");
-    Alert(u"[NOTE]^0 is not available in this build yet.[OK]", {window}, false);
+    return std::make_unique<CAutoDetectProgressDialog>(fVistal, fVistal.GetDialogParent());
 }

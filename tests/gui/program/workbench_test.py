@@ -3,7 +3,6 @@
 would: its windows, menus and controls by name, "Quit" with exit status 0 and
 no failed assertion. Runs in a display and session bus of its own
 (run-workbench-test): workbench_test.py <brassfold> <examples folder>"""
-import contextlib
 import os
 import subprocess
 import sys
@@ -55,10 +54,10 @@ def accessibility_bus_ready():
     return True if asked.returncode == 0 else None
 
 
-@contextlib.contextmanager
-def running_workbench(brassfold, examples):
-    """The workbench on a fresh accessibility bus; yields its application. It
-    must quit within the block, with exit status 0 and no failed assertion."""
+def run_workbench(steps):
+    """Starts the workbench, lets steps(application, main window) drive it,
+    quits it by its menu and fails on a failed assertion or a bad status."""
+    brassfold, examples = sys.argv[1], sys.argv[2]
     bus = subprocess.Popen(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
     wait_for("accessibility bus", accessibility_bus_ready)
     home = tempfile.mkdtemp()
@@ -66,7 +65,10 @@ def running_workbench(brassfold, examples):
                XDG_DATA_DIRS=examples, XDG_DATA_HOME=home, XDG_RUNTIME_DIR=home)
     program = subprocess.Popen([brassfold], env=env, stderr=subprocess.PIPE, text=True)
     try:
-        yield wait_for("application 'Brassfold'", workbench)
+        application = wait_for("application 'Brassfold'", workbench)
+        frame = wait_for("main window", lambda: find_named(application, "frame", "Brassfold"))
+        steps(application, frame)
+        click(frame, "menu item", "Quit")
         status = program.wait(timeout=TIMEOUT)
     finally:
         if program.poll() is None:
@@ -77,24 +79,21 @@ def running_workbench(brassfold, examples):
         fail("an assertion failed:\n" + errors)
     if status != 0:
         fail("exit status %d:\n%s" % (status, errors))
-
-
-def main():
-    with running_workbench(sys.argv[1], sys.argv[2]) as application:
-        frame = wait_for("main window", lambda: find_named(application, "frame", "Brassfold"))
-        for menu in ("File", "Test"):
-            wait_for("menu '" + menu + "'", lambda: find_named(frame, "menu item", menu))
-        wait_for("hint of the empty list", lambda: find_named(frame, "label", "No surface models"))
-        click(frame, "menu item", "Load MIDI Codecs")
-        wait_for("listed example", lambda: find_named(frame, "label", "Quillfeather Instruments QF-8 Fader Box"))
-        click(frame, "menu item", "Show Log Window")
-        log = wait_for("log window", lambda: find_named(application, "frame", "Log"))
-        for button in ("Clear", "Save..."):
-            wait_for("button '" + button + "'", lambda: find_named(log, "push button", button))
-        wait_for("log text", lambda: find_named(log, "text", "Log text"))
-        click(frame, "menu item", "Quit")
     print("PASS: the workbench was found, driven and quit through its accessibility tree")
 
 
+def menus_and_log_window(application, frame):
+    for menu in ("File", "Test"):
+        wait_for("menu '" + menu + "'", lambda: find_named(frame, "menu item", menu))
+    wait_for("hint of the empty list", lambda: find_named(frame, "label", "No surface models"))
+    click(frame, "menu item", "Load MIDI Codecs")
+    wait_for("listed example", lambda: find_named(frame, "label", "Quillfeather Instruments QF-8 Fader Box"))
+    click(frame, "menu item", "Show Log Window")
+    log = wait_for("log window", lambda: find_named(application, "frame", "Log"))
+    for button in ("Clear", "Save..."):
+        wait_for("button '" + button + "'", lambda: find_named(log, "push button", button))
+    wait_for("log text", lambda: find_named(log, "text", "Log text"))
+
+
 if __name__ == "__main__":
-    main()
+    run_workbench(menus_and_log_window)

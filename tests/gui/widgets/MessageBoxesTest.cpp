@@ -24,34 +24,15 @@ TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
         QStringList fButtons;
         int fEscape;
     } cases[] = {
-        {u"[STOP]Unknown exception.[OK]",
-         false,
-         QMessageBox::Critical,
-         "gui_widget_tests",
-         "Unknown exception.",
-         {"OK"},
-         0},
-        {u"[WARN][Replace]A\r\nB & C[Yes][No]",
-         false,
-         QMessageBox::Warning,
-         "Replace",
-         "A\nB & C",
-         {"Yes", "No"},
-         0},
-        {u"[NOTE]x[Save][Discard][Cancel]",
-         true,
-         QMessageBox::Information,
-         "gui_widget_tests",
-         "x",
-         {"Save", "Discard", "Cancel"},
-         2},
-        {u"[NONE]y[One][Two]",
-         false,
-         QMessageBox::NoIcon,
-         "gui_widget_tests",
-         "y",
-         {"One", "Two"},
-         0},
+        // clang-format off
+        {u"[STOP]Unknown exception.[OK]", false, QMessageBox::Critical, "gui_widget_tests",
+         "Unknown exception.", {"OK"}, 0},
+        {u"[WARN][Replace]A\r\nB & C[Yes][No]", false, QMessageBox::Warning, "Replace", "A\nB & C",
+         {"Yes", "No"}, 0},
+        {u"[NOTE]x[Save][Discard][Cancel]", true, QMessageBox::Information, "gui_widget_tests", "x",
+         {"Save", "Discard", "Cancel"}, 2},
+        {u"[NONE]y[One][Two]", false, QMessageBox::NoIcon, "gui_widget_tests", "y", {"One", "Two"}, 0},
+        // clang-format on
     };
     for (const TCase& test : cases)
     {
