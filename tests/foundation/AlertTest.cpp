@@ -86,26 +86,12 @@ TEST(Alert, DepthIsRaisedOnlyWhileShowing)
     EXPECT_EQ(GetAlertDepth(), 0);
 }
 
-namespace
-{
-class CRecordingHandler final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>& parameters) override
-    {
-        fTexts.push_back(text);
-        fParameters = parameters;
-    }
-    std::vector<TText16> fTexts;
-    std::vector<TText16> fParameters;
-};
-} // namespace
 
 TEST(Alert, InterceptionStackTakesAlertsAwayFromThePresenter)
 {
     CFakePresenter presenter;
-    CRecordingHandler lower;
-    CRecordingHandler upper;
+    NSTesting::CAlertRecorder lower;
+    NSTesting::CAlertRecorder upper;
     {
         CAlertInterception first(lower);
         {

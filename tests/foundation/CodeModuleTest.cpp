@@ -5,7 +5,7 @@
 #include "foundation/FileHandling.h"
 
 #include "AssertionRecorder.h"
-#include "TempTree.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ using namespace NSCorbelan;
 using namespace NSCorbelan::NSCorbelanInternal;
 using NSTesting::CEnvironment;
 using NSTesting::CExpectAssertions;
-using NSTesting::CTempTree;
+using NSTesting::CTempFolder;
 
 namespace
 {
@@ -31,7 +31,7 @@ const fs::path kNotALibrary =
     fs::path(BRASSFOLD_TEST_DATA_DIR) / "foundation/NotALibrary.kinvarcodec";
 
 // A copy of the good module with one byte of its header changed.
-fs::path PatchedCopy(const CTempTree& tree, const char* name, std::size_t offset, u8 value)
+fs::path PatchedCopy(const CTempFolder& tree, const char* name, std::size_t offset, u8 value)
 {
     std::vector<u8> bytes = NSHarbryUtils::ReadWholeFile(kGoodModule);
     bytes[offset] = value;
@@ -67,7 +67,7 @@ TEST(CodeModule, GoodModuleLoadsAnswersAndUnloadsWithItsHandle)
 struct TLoadFailure
 {
     const char* fLabel;
-    std::function<fs::path(const CTempTree&)> fModule;
+    std::function<fs::path(const CTempFolder&)> fModule;
     const std::type_info& fExpected;
     const char* fNamed = ""; // a text the failure must name
 };
@@ -75,34 +75,34 @@ struct TLoadFailure
 TEST(CodeModule, LoadFailuresSayWhatWentWrong)
 {
     const std::vector<TLoadFailure> cases = {
-        {"missing file", [](const CTempTree& t) { return t / "Absent.kinvarcodec"; },
+        {"missing file", [](const CTempFolder& t) { return t / "Absent.kinvarcodec"; },
          typeid(NSException::XFailedLoadingDLL)},
-        {"a folder", [](const CTempTree& t) { return t.MakeFolder("Folder.kinvarcodec"); },
+        {"a folder", [](const CTempFolder& t) { return t.MakeFolder("Folder.kinvarcodec"); },
          typeid(NSException::XFailedLoadingDLL)},
         {"missing dependency",
-         [](const CTempTree&) { return fs::path(BRASSFOLD_MISSING_DEPENDENCY_MODULE); },
+         [](const CTempFolder&) { return fs::path(BRASSFOLD_MISSING_DEPENDENCY_MODULE); },
          typeid(NSException::XFailedLoadingDLLDependants), "libbfvanishing.so"},
         {"undefined symbol",
-         [](const CTempTree&) { return fs::path(BRASSFOLD_UNDEFINED_SYMBOL_MODULE); },
+         [](const CTempFolder&) { return fs::path(BRASSFOLD_UNDEFINED_SYMBOL_MODULE); },
          typeid(NSException::XFailedLoadingDLLDependants)},
-        {"text file named like a library", [](const CTempTree&) { return kNotALibrary; },
+        {"text file named like a library", [](const CTempFolder&) { return kNotALibrary; },
          typeid(NSException::XBadFormat)},
-        {"empty file", [](const CTempTree& t) { return t.MakeFile("Empty.kinvarcodec"); },
+        {"empty file", [](const CTempFolder& t) { return t.Write("Empty.kinvarcodec"); },
          typeid(NSException::XBadFormat)},
         {"another machine",
-         [](const CTempTree& t) { return PatchedCopy(t, "Machine.so", EI_NIDENT + 2, EM_SPARC); },
+         [](const CTempFolder& t) { return PatchedCopy(t, "Machine.so", EI_NIDENT + 2, EM_SPARC); },
          typeid(NSException::XBadFormat)},
         {"another word size",
-         [](const CTempTree& t) {
+         [](const CTempFolder& t) {
              return PatchedCopy(t, "Class.so", EI_CLASS,
                                 sizeof(void*) == 8 ? ELFCLASS32 : ELFCLASS64);
          },
          typeid(NSException::XBadFormat)},
         {"an executable, not a library",
-         [](const CTempTree& t) { return PatchedCopy(t, "Exec.so", EI_NIDENT, ET_EXEC); },
+         [](const CTempFolder& t) { return PatchedCopy(t, "Exec.so", EI_NIDENT, ET_EXEC); },
          typeid(NSException::XBadFormat)},
     };
-    CTempTree tree;
+    CTempFolder tree;
     for (const TLoadFailure& c : cases)
     {
         CDLLLoader loader(c.fModule(tree));
@@ -124,7 +124,7 @@ TEST(CodeModule, UnreadableModuleFailsToLoad)
 {
     if (::geteuid() == 0)
         GTEST_SKIP() << "permissions don't bind the superuser";
-    CTempTree tree;
+    CTempFolder tree;
     const fs::path copy = PatchedCopy(tree, "Locked.kinvarcodec", 0, ELFMAG0);
     fs::permissions(copy, fs::perms::none);
     CDLLLoader loader(copy);
@@ -186,10 +186,10 @@ TEST(CodeModule, OnlyOneCurrentModuleWithAMakerNameAndWithoutOneTheQueriesAssert
 
 TEST(FindDLL, SearchesTheLibraryPathFirstThenTheSystemsFolders)
 {
-    CTempTree tree;
-    tree.MakeFile("a/libshared.so");
-    tree.MakeFile("b/libshared.so");
-    tree.MakeFile("b/libonly.so");
+    CTempFolder tree;
+    tree.Write("a/libshared.so");
+    tree.Write("b/libshared.so");
+    tree.Write("b/libonly.so");
     CEnvironment environment;
     environment.Set("LD_LIBRARY_PATH", (tree / "a").string() + "::" + (tree / "b").string());
 

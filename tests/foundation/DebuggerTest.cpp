@@ -2,7 +2,7 @@
 
 #include "AssertionRecorder.h"
 #include "FakePresenter.h"
-#include "TempTree.h"
+#include "TempFolder.h"
 #include "foundation/LogFile.h"
 #include "foundation/LogText.h"
 #include "foundation/ThreadDebugger.h"
@@ -137,14 +137,14 @@ TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
 
 TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachMainThreadLine)
 {
-    NSTesting::CTempTree folder;
+    NSTesting::CTempFolder folder;
     NSTesting::CEnvironment environment;
-    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
+    environment.Set("XDG_DOCUMENTS_DIR", folder.Path().string());
     std::filesystem::path path;
     {
         CLogFile file("Bench");
         path = file.GetPath();
-        EXPECT_EQ(path.parent_path(), folder.Root());
+        EXPECT_EQ(path.parent_path(), folder.Path());
         std::thread worker(
             []
             {
@@ -173,8 +173,8 @@ TEST_F(DebugChannel, LogFileNameAndFolder)
     EXPECT_EQ(NSDebugger::MakeLogFileName("Bench", 0), "Bench 700101 000000.log");
     EXPECT_EQ(NSDebugger::MakeLogFileName("x", 1700000000), "x 231114 221320.log");
 
-    NSTesting::CTempTree home;
-    environment.Set("HOME", home.Root().string());
+    NSTesting::CTempFolder home;
+    environment.Set("HOME", home.Path().string());
     environment.Set("XDG_DOCUMENTS_DIR", "/somewhere/Docs");
     EXPECT_EQ(NSDebugger::GetLogFolder(), "/somewhere/Docs");
     environment.Set("XDG_DOCUMENTS_DIR", std::nullopt);
@@ -284,7 +284,7 @@ TEST_F(DebugChannel, SecondInstallerIsAnAssertionAndChangesNothing)
 
 TEST_F(DebugChannel, TraceLoggerTeesTracesIntoItsFileUntilItEnds)
 {
-    NSTesting::CTempTree folder;
+    NSTesting::CTempFolder folder;
     const std::filesystem::path path = folder / "trace.txt";
     const TTraceHook savedTrace = GetTraceHook();
     SetTraceHook(&EarlierTraceHook);

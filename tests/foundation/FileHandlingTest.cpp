@@ -3,7 +3,7 @@
 #include "foundation/Exceptions.h"
 
 #include "AssertionRecorder.h"
-#include "TempTree.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 using namespace NSHarbryUtils;
 using NSTesting::CEnvironment;
 using NSTesting::CExpectAssertions;
-using NSTesting::CTempTree;
+using NSTesting::CTempFolder;
 
 namespace
 {
@@ -74,7 +74,7 @@ protected:
         return fTree.MakeFolder(fs::path(base) / kKinvar / below);
     }
 
-    CTempTree fTree;
+    CTempFolder fTree;
     CEnvironment fEnvironment;
 };
 
@@ -90,7 +90,7 @@ TEST_F(DataFolders, UserFolderComesFirstAndOnlyExistingFoldersAreListed)
     const fs::path sys1Lua = Make("sys1", "Codecs/Lua Codecs");
     const fs::path sys1Maps = Make("sys1", "Maps");
     const fs::path sys2MIDI = Make("sys2", "Codecs/MIDI Codecs");
-    fTree.MakeFile(fs::path("sys2") / kKinvar / "Maps", "a file, not a folder");
+    fTree.Write(fs::path("sys2") / kKinvar / "Maps", "a file, not a folder");
     const auto before = fTree.Snapshot();
 
     EXPECT_EQ(GetMIDICodecFolders(), (TFolderList{userMIDI, sys2MIDI}));
@@ -145,20 +145,20 @@ TEST(ProgramFolder, IsTheFolderOfTheRunningProgram)
 
 TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
 {
-    CTempTree tree;
+    CTempFolder tree;
     {
         CExpectAssertions expect;
-        EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
+        EXPECT_EQ(GetTestCodecFolderIn(tree.Path()), tree / "Codecs/Testing");
         EXPECT_EQ(expect.Count(), 2u);
     }
     tree.MakeFolder("Codecs");
     {
         CExpectAssertions expect;
-        GetTestCodecFolderIn(tree.Root());
+        GetTestCodecFolderIn(tree.Path());
         EXPECT_EQ(expect.Count(), 1u);
     }
     tree.MakeFolder("Codecs/Testing");
-    EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree.Path()), tree / "Codecs/Testing");
 }
 
 // Records what the walk meets, relative to the root; passes over hidden
@@ -187,22 +187,22 @@ public:
 
 TEST(WalkFolder, WalksDepthFirstInNameOrderAndPassesOverRefusedFoldersAndLoops)
 {
-    CTempTree tree;
-    tree.MakeFile("b.midicodec");
-    tree.MakeFile("Z/x.png");
-    tree.MakeFile("a/2.txt");
-    tree.MakeFile("a/1.txt");
-    tree.MakeFile("a/deep/n.midicodec");
-    tree.MakeFile("skip/never.midicodec");
-    tree.MakeFile(".hidden/never.midicodec");
-    fs::create_directory_symlink(tree.Root(), tree / "a/up");
+    CTempFolder tree;
+    tree.Write("b.midicodec");
+    tree.Write("Z/x.png");
+    tree.Write("a/2.txt");
+    tree.Write("a/1.txt");
+    tree.Write("a/deep/n.midicodec");
+    tree.Write("skip/never.midicodec");
+    tree.Write(".hidden/never.midicodec");
+    fs::create_directory_symlink(tree.Path(), tree / "a/up");
     fs::create_directory_symlink(tree / "a", tree / "a/self");
     fs::create_symlink(tree / "missing", tree / "dangling");
     fs::create_symlink(tree / "b.midicodec", tree / "c.link");
     ASSERT_EQ(::mkfifo((tree / "fifo").c_str(), 0600), 0);
 
-    CRecordingHandler handler(tree.Root());
-    WalkFolder(tree.Root(), handler);
+    CRecordingHandler handler(tree.Path());
+    WalkFolder(tree.Path(), handler);
     const std::vector<std::string> expected = {
         "D .hidden 1",  "D Z 0",    "F Z/x.png",     "D a 0",    "F a/1.txt", "F a/2.txt", "D a/deep 0",
         "F a/deep/n.midicodec", "D a/self 2", "D a/up 2", "F b.midicodec", "F c.link", "D skip 0",
@@ -212,16 +212,16 @@ TEST(WalkFolder, WalksDepthFirstInNameOrderAndPassesOverRefusedFoldersAndLoops)
 
 TEST(WalkFolder, FolderThatCannotBeListedThrowsItsFailure)
 {
-    CTempTree tree;
-    CRecordingHandler handler(tree.Root());
+    CTempFolder tree;
+    CRecordingHandler handler(tree.Path());
     EXPECT_THROW(WalkFolder(tree / "missing", handler), NSException::XFileNotFound);
-    tree.MakeFile("file");
+    tree.Write("file");
     EXPECT_THROW(WalkFolder(tree / "file", handler), NSException::XFileNotFound);
 }
 
 TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
 {
-    CTempTree tree;
+    CTempFolder tree;
     const fs::path path = tree / "data.bin";
     {
         COpenFile file(path, COpenFile::EMode::kCreate);
@@ -248,8 +248,8 @@ TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
 
 TEST(OpenFile, ReadingPastTheEndIsBadInputButWritingAReadOnlyFileAsserts)
 {
-    CTempTree tree;
-    const fs::path path = tree.MakeFile("ro.bin", "abc");
+    CTempFolder tree;
+    const fs::path path = tree.Write("ro.bin", "abc");
     COpenReadFileBridge reader(path);
     reader.SetPosition(2);
     EXPECT_THROW(reader.ReadU16(), NSException::XRead);
@@ -261,7 +261,7 @@ TEST(OpenFile, ReadingPastTheEndIsBadInputButWritingAReadOnlyFileAsserts)
 
 TEST(OpenFile, OpeningFailuresTranslateIntoTheFamily)
 {
-    CTempTree tree;
+    CTempFolder tree;
     tree.MakeFolder("folder");
     EXPECT_THROW(COpenReadFileBridge(tree / "missing"), NSException::XFileNotFound);
     EXPECT_THROW(COpenFile(tree / "missing", COpenFile::EMode::kReadWrite),
@@ -276,12 +276,12 @@ TEST(OpenFile, UnreadableFileAndFolderAreLocked)
 {
     if (::geteuid() == 0)
         GTEST_SKIP() << "permissions don't bind the superuser";
-    CTempTree tree;
-    const fs::path locked = tree.MakeFile("locked", "x");
+    CTempFolder tree;
+    const fs::path locked = tree.Write("locked", "x");
     fs::permissions(locked, fs::perms::none);
     EXPECT_THROW(COpenReadFileBridge{locked}, NSException::XFileLocked);
-    CRecordingHandler handler(tree.Root());
-    tree.MakeFile("closed/inside");
+    CRecordingHandler handler(tree.Path());
+    tree.Write("closed/inside");
     fs::permissions(tree / "closed", fs::perms::none);
     EXPECT_THROW(WalkFolder(tree / "closed", handler), NSException::XFileLocked);
     fs::permissions(tree / "closed", fs::perms::owner_all);
@@ -289,8 +289,8 @@ TEST(OpenFile, UnreadableFileAndFolderAreLocked)
 
 TEST(OpenFile, AFailureTracesThePlaceOfTheOperationThatFailed)
 {
-    CTempTree tree;
-    CRecordingHandler handler(tree.Root());
+    CTempFolder tree;
+    CRecordingHandler handler(tree.Path());
     NSTesting::CRecordTraces traces;
     EXPECT_THROW(COpenReadFileBridge(tree / "missing"), NSException::XFileNotFound);
     EXPECT_THROW(WalkFolder(tree / "missing", handler), NSException::XFileNotFound);

@@ -1,6 +1,7 @@
 #include "generic/GenericMidiCodec.h"
 
 #include "GenericTestSupport.h"
+#include "TempFolder.h"
 
 #include "AssertionRecorder.h"
 #include "codec/CodecSupport.h"
@@ -34,30 +35,6 @@ std::string Definition(std::string_view manufacturer, std::string_view model,
 }
 
 // A fresh folder below the temporary folder, removed with everything in it.
-class CTemporaryFolder
-{
-public:
-    CTemporaryFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "brassfold-generic-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
-        fPath = pattern;
-    }
-    ~CTemporaryFolder() { std::filesystem::remove_all(fPath); }
-    const std::filesystem::path& Path() const { return fPath; }
-    std::filesystem::path Write(const std::filesystem::path& relative, std::string_view content) const
-    {
-        const std::filesystem::path file = fPath / relative;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << content;
-        return file;
-    }
-
-private:
-    std::filesystem::path fPath;
-};
-
 // A PNG of width by height whose pixel (x, y) is R = x, G = y, B = 7, A = 255.
 std::string MakePNG(u32 width, u32 height)
 {
@@ -100,7 +77,7 @@ protected:
         return surface;
     }
 
-    CTemporaryFolder fFolder;
+    NSTesting::CTempFolder fFolder;
     TCodecPtr fCodec;
     CCodecTextGetter fMessages;
     std::vector<TControlSurfaceInfo> fInfos;

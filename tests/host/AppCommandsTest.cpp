@@ -54,7 +54,7 @@ protected:
         EXPECT_EQ(1u, handled);
     }
 
-    CTemporaryFolder fFolder;
+    CTempFolder fFolder;
     CFakeVistal fVistal;
     CVistalInstallation fInstallation{fVistal};
     CFakeWindows fWindows;

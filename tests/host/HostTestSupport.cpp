@@ -43,26 +43,6 @@ TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> out
     return info;
 }
 
-CTemporaryFolder::CTemporaryFolder()
-    : fPath(fs::temp_directory_path() / ("brassfold-host-" + std::to_string(std::random_device()())))
-{
-    fs::create_directories(fPath);
-}
-
-CTemporaryFolder::~CTemporaryFolder()
-{
-    std::error_code ignored;
-    fs::remove_all(fPath, ignored);
-}
-
-fs::path CTemporaryFolder::Write(const fs::path& relative, const std::string& content) const
-{
-    const fs::path file = fPath / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
-    return file;
-}
-
 namespace
 {
 std::vector<std::string> gDebugLines;

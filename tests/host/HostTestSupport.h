@@ -8,6 +8,10 @@
 #include "host/WorkbenchWindows.h"
 #include "midi/MIDIHub.h"
 
+#include "AssertionRecorder.h"
+#include "TempFolder.h"
+#include "WaitUntil.h"
+
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -22,18 +26,9 @@ using namespace std::chrono_literals;
 using NSMIDIHub::CMIDIPortSpec;
 using NSMIDIHub::TBinary;
 
-// Long enough for a loaded machine, short enough to fail fast.
-template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 10s)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
+using NSTesting::WaitUntil;
+using NSTesting::CTempFolder;
+using NSTesting::CAlertRecorder;
 
 // The test modules by kind: "GOOD", "NO_FACTORY", "FAILING_FACTORY", "STATES".
 std::filesystem::path TestCodec(const char* kind);
@@ -41,19 +36,6 @@ std::filesystem::path NotALibrary();
 // The "STATES" module's codec, loaded once, and its "State Box" with the ports' optional flags given.
 const TCodecPtr& StatesCodec();
 NSKinvarCodec::TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional);
-
-// A fresh folder below the temporary folder, removed with its content.
-class CTemporaryFolder
-{
-public:
-    CTemporaryFolder();
-    ~CTemporaryFolder();
-    const std::filesystem::path& Path() const { return fPath; }
-    std::filesystem::path Write(const std::filesystem::path& relative, const std::string& content) const;
-
-private:
-    std::filesystem::path fPath;
-};
 
 // Lines of the debug channel while it lives. Main thread.
 class CDebugCapture
@@ -75,14 +57,6 @@ class CLogCapture
 public:
     CLogCapture();
     TText16 Text();
-};
-
-// The texts of the alerts while it is installed (with CAlertInterception).
-class CAlertRecorder final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
 };
 
 CMIDIPortSpec InPort(const char16_t* cable);

@@ -177,7 +177,7 @@ TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 // Codecs go before their modules, or a codec's Destroy would run in an unloaded module.
 TEST_F(MyAppBehaviorTest, TheEndDropsTheCodecsBeforeTheirModules)
 {
-    CTemporaryFolder folder;
+    CTempFolder folder;
     TCodecPtr codec = LoadCodec(TestCodec("GOOD"), folder.Write("s.luacodec", "A\tB\n"));
     gCodecSurfaces.emplace_back(codec, GetControlSurfacesForCodec(codec).at(0));
     std::weak_ptr<ICodec2> weak = codec;

@@ -1,6 +1,8 @@
 #include "map/MapValidation.h"
 
+#include "AssertionRecorder.h"
 #include "MapTestSupport.h"
+#include "TempFolder.h"
 
 #include "foundation/Alert.h"
 #include "foundation/Exceptions.h"
@@ -11,19 +13,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace fs = std::filesystem;
 using namespace NSKinvar;
 
 namespace
 {
-class CAlertRecorder : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
-};
+using NSTesting::CAlertRecorder;
 
 // The surfaces of the generic codec over the test's definition file, a map
 // file in a temporary folder, and the log and alerts that the command makes.
@@ -39,23 +35,15 @@ protected:
         fCodec = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
         for (const auto& info : GetControlSurfacesForCodec(fCodec))
             fSurfaces.emplace_back(fCodec, info);
-        fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
-        fs::create_directories(fFolder);
     }
-    void TearDown() override { fs::remove_all(fFolder); }
 
-    fs::path WriteMap(const std::string& text)
-    {
-        const fs::path file = fFolder / "test.kinvarmap";
-        std::ofstream(file, std::ios::binary) << text;
-        return file;
-    }
+    fs::path WriteMap(const std::string& text) { return fFolder.Write("test.kinvarmap", text); }
 
     std::string Log() { return NSTextPackage::UTF8FromText16(TakePendingLog()); }
 
     TCodecPtr fCodec;
     TCodecSurfaceList fSurfaces;
-    fs::path fFolder;
+    NSTesting::CTempFolder fFolder;
     CAlertRecorder fAlerts;
 };
 
