@@ -63,36 +63,6 @@ TEST(AlertPresenter, RecordValidityRules)
     }
 }
 
-TEST(AlertPresenter, LibraryOpenFailureTellsTheUserOnceAndEndsTheProgramQuietly)
-{
-    CFakePresenter presenter;
-    const int result = GuardProgramEntry(
-        []() -> int
-        {
-            try
-            {
-                throw std::runtime_error("no MIDI");
-            }
-            catch (...)
-            {
-                ThrowLibraryOpenFailure("MIDI");
-            }
-        });
-    EXPECT_EQ(result, -1);
-    ASSERT_EQ(presenter.fBoxes.size(), 1u);
-    EXPECT_EQ(presenter.fBoxes[0].fCaption, "Application");
-    EXPECT_EQ(presenter.fBoxes[0].fText,
-              "Failed to open MIDI support library\r\nApplication can not run");
-    EXPECT_EQ(presenter.fBoxes[0].fButtons, EBoxButtons::kStopOK);
-    EXPECT_THROW(ThrowLibraryOpenFailure("GUI"), NSException::XAlertAlreadyShown);
-    EXPECT_EQ(presenter.fBoxes[1].fText,
-              "Failed to open GUI support library\r\nApplication can not run");
-
-    ShowLastResortBox("Only one line", "");
-    EXPECT_EQ(presenter.fBoxes[2].fText, "Only one line");
-    EXPECT_EQ(GuardProgramEntry([] { return 0; }), 0);
-}
-
 TEST(AlertPresenter, StandardErrorAnswersAtOnce)
 {
     IAlertPresenter& presenter = GetAlertPresenter();

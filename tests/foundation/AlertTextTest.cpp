@@ -99,35 +99,3 @@ TEST(AlertRecord, IconWordsAndButtonLayouts)
         EXPECT_TRUE(IsValidAlertRecord(record));
     }
 }
-
-TEST(AlertRecord, FieldsAreFilledAndTheRestIsZero)
-{
-    const TAlertRecord record = MakeAlertRecordFromText(u"[WARN][T]B[Y][N]", false);
-    EXPECT_EQ(record.icon, kAlertIconWarn);
-    EXPECT_EQ(record.buttonLayout, kAlertLayoutTwoButtons);
-    EXPECT_EQ(AlertRecordText(record.caption), u"T");
-    EXPECT_EQ(AlertRecordText(record.body), u"B");
-    EXPECT_EQ(AlertRecordText(record.button1), u"Y");
-    EXPECT_EQ(AlertRecordText(record.button2), u"N");
-    for (char16 unit : record.button3)
-        ASSERT_EQ(unit, 0);
-    for (std::size_t i = 1; i < kAlertTextCapacity; ++i)
-        ASSERT_EQ(record.body[i], 0) << i;
-}
-
-TEST(AlertRecord, EveryTextIsLimitedTo1023Units)
-{
-    const TText16 fits(1023, u'x');
-    const TText16 tooLong(1024, u'x');
-    const auto make = [](const TText16& caption, const TText16& body, const TText16& button)
-    { return TText16(u"[NOTE][") + caption + u"]" + body + u"[" + button + u"]"; };
-    const TAlertRecord record = MakeAlertRecordFromText(make(fits, fits, fits), false);
-    EXPECT_EQ(AlertRecordText(record.body).size(), 1023u);
-    EXPECT_TRUE(IsValidAlertRecord(record));
-    for (const TText16& text :
-         {make(tooLong, u"b", u"OK"), make(u"c", tooLong, u"OK"), make(u"c", u"b", tooLong)})
-    {
-        EXPECT_EQ(KindThrownBy([&] { MakeAlertRecordFromText(text, false); }),
-                  "std::invalid_argument");
-    }
-}

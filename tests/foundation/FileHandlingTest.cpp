@@ -272,21 +272,6 @@ TEST(OpenFile, OpeningFailuresTranslateIntoTheFamily)
     EXPECT_THROW(ReadWholeFile(tree / "missing"), NSException::XFileNotFound);
 }
 
-TEST(OpenFile, UnreadableFileAndFolderAreLocked)
-{
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "permissions don't bind the superuser";
-    CTempFolder tree;
-    const fs::path locked = tree.Write("locked", "x");
-    fs::permissions(locked, fs::perms::none);
-    EXPECT_THROW(COpenReadFileBridge{locked}, NSException::XFileLocked);
-    CRecordingHandler handler(tree.Path());
-    tree.Write("closed/inside");
-    fs::permissions(tree / "closed", fs::perms::none);
-    EXPECT_THROW(WalkFolder(tree / "closed", handler), NSException::XFileLocked);
-    fs::permissions(tree / "closed", fs::perms::owner_all);
-}
-
 TEST(OpenFile, AFailureTracesThePlaceOfTheOperationThatFailed)
 {
     CTempFolder tree;

@@ -119,70 +119,6 @@ TYPED_TEST(MediaTest, PositionAndReadsStopAtTheSize)
     EXPECT_EQ(expect.Count(), 3u);
 }
 
-TEST(MemoryMedia, WritesGrowTheSizeUpToTheCapacityOnly)
-{
-    std::array<u8, 6> block{};
-    CMemoryMedia media(block.data(), 6, 0);
-    media.WriteU32(0x01020304);
-    EXPECT_EQ(media.GetSize(), 4u);
-    media.WriteU16(0x0506);
-    EXPECT_EQ(media.GetSize(), 6u);
-    CExpectAssertions expect;
-    EXPECT_THROW(media.WriteByte(7), NSException::XWrite);
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_EQ(block, (std::array<u8, 6>{1, 2, 3, 4, 5, 6}));
-}
-
-TEST(OwnedMemoryMedia, WritePastTheEndExtendsAndFillsTheGapWithZeros)
-{
-    COwnedMemoryMedia media;
-    const u8 byte = 9;
-    media.WriteAt(3, 1, &byte);
-    EXPECT_EQ(media.GetContent(), (std::vector<u8>{0, 0, 0, 9}));
-    EXPECT_EQ(media.GetPosition(), 4u);
-}
-
-TEST(PartialMedia, WindowReadsAndWritesItsPartOfTheParentAndLeavesTheParentsPosition)
-{
-    COwnedMemoryMedia parent(std::vector<u8>{0, 1, 2, 3, 4, 5, 6, 7});
-    parent.SetPosition(7);
-    CPartialMedia window(parent, 2, 3);
-    EXPECT_EQ(window.GetSize(), 3u);
-    EXPECT_EQ(window.ReadByte(), 2);
-    window.WriteU16(0xAABB);
-    EXPECT_EQ(parent.GetContent(), (std::vector<u8>{0, 1, 2, 0xAA, 0xBB, 5, 6, 7}));
-    EXPECT_EQ(parent.GetPosition(), 7u);
-
-    CExpectAssertions expect;
-    EXPECT_THROW(window.WriteByte(0), NSException::XWrite) << "a window has a fixed length";
-    EXPECT_EQ(expect.Count(), 1u);
-}
-
-TEST(PartialMedia, WindowOutsideTheParentAssertsAndIsClipped)
-{
-    COwnedMemoryMedia parent(std::vector<u8>(8, 0));
-    CExpectAssertions expect;
-    CPartialMedia window(parent, 6, 5);
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_EQ(window.GetSize(), 2u);
-}
-
-TEST(Media, ConstBlockAndReadOnlyWindowRefuseWrites)
-{
-    const std::array<u8, 2> block{0x12, 0x34};
-    CMemoryMedia media{std::span<const u8>(block)};
-    COwnedMemoryMedia parent(std::vector<u8>(8, 0));
-    CPartialMedia window(parent, 0, 8, CPartialMedia::EAccess::kReadOnly);
-    EXPECT_EQ(media.ReadU16(), 0x1234);
-    EXPECT_EQ(window.ReadU32(), 0u);
-    media.SetPosition(0);
-    CExpectAssertions expect;
-    EXPECT_THROW(media.WriteByte(0), NSException::XWrite);
-    EXPECT_THROW(window.WriteByte(1), NSException::XWrite);
-    EXPECT_EQ(expect.Count(), 2u);
-    EXPECT_EQ(parent.GetContent(), std::vector<u8>(8, 0));
-}
-
 // Records the size of every read, to see the chunks CopyFrom moves.
 class CReadSpy : public COwnedMemoryMedia
 {
@@ -195,34 +131,6 @@ public:
     }
     std::vector<u32> fReads;
 };
-
-TEST(Media, CopyFromMovesChunksOfAtMost8192BytesBetweenThePositions)
-{
-    std::vector<u8> content(20000);
-    for (std::size_t i = 0; i < content.size(); ++i)
-        content[i] = static_cast<u8>(i * 7);
-    CReadSpy source(content);
-    source.SetPosition(100);
-    COwnedMemoryMedia target;
-    target.WriteByte(0xFF);
-
-    target.CopyFrom(19000, source);
-
-    EXPECT_EQ(source.fReads, (std::vector<u32>{8192, 8192, 2616}));
-    EXPECT_EQ(source.GetPosition(), 19100u);
-    ASSERT_EQ(target.GetSize(), 19001u);
-    EXPECT_EQ(target.GetContent()[0], 0xFF);
-    EXPECT_TRUE(std::equal(content.begin() + 100, content.begin() + 19100,
-                           target.GetContent().begin() + 1));
-}
-
-TEST(Packed7Bit, SizeIsWholeGroupsOfEight)
-{
-    const std::vector<std::pair<u32, u32>> cases = {{0, 0},  {1, 8},   {6, 8},   {7, 8},
-                                                    {8, 16}, {14, 16}, {15, 24}, {16383, 18728}};
-    for (const auto& [count, packed] : cases)
-        EXPECT_EQ(GetPacked7BitSize(count), packed) << "count " << count;
-}
 
 TEST(Packed7Bit, TopBitsGatherInTheEighthByteFromValue64Down)
 {
@@ -260,12 +168,4 @@ TEST(Packed7Bit, RandomDataRoundTripsAndStaysInsideTheComputedSize)
     }
 }
 
-TEST(Packed7Bit, UnpackingAByteWithItsTopBitSetAsserts)
-{
-    const std::array<u8, 8> packed{0x80, 0, 0, 0, 0, 0, 0, 0};
-    std::array<u8, 1> out{};
-    CExpectAssertions expect;
-    Unpack7Bit(packed, out);
-    EXPECT_EQ(expect.Count(), 1u);
-}
 } // namespace

@@ -115,24 +115,6 @@ TEST(TextTable, EmptyTableAndUnknownIdsAreAssertions)
     }
 }
 
-TEST(ResourceIds, KindIsCheckedAndUnfilledKindsFindNothing)
-{
-    EXPECT_EQ(MakeResourceId(kResourceString, 1000, 11), 410000011);
-    EXPECT_EQ(GetStringResource(410000011), u"Save changes to the document \"^0\" before closing?");
-    // No "SALR", "SMNU" or "SHLP" resource is filled.
-    EXPECT_EQ(GetAlertResource(MakeResourceId(kResourceAlert, 1000, 1)), u"");
-    EXPECT_EQ(GetMenuResource(MakeResourceId(kResourceMenu, 1000, 1)), u"");
-    EXPECT_EQ(GetHelpResource(MakeResourceId(kResourceHelp, 1000, 1)), u"");
-    EXPECT_EQ(GetStringResource(MakeResourceId(kResourceString, 1000, 99)), u"");
-
-    for (const i32 wrong : {-1, MakeResourceId(kResourceMenu, 1000, 1), 0})
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(GetStringResource(wrong), u"") << wrong;
-        EXPECT_GE(expect.Count(), 1u) << wrong;
-    }
-}
-
 // Stands in for the GUI library.
 class CRecordingSource final : public IResourceTextSource
 {

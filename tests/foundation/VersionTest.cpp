@@ -24,20 +24,6 @@ TEST(Version, TextFormsReadBackToTheSameText)
     }
 }
 
-TEST(Version, TextShowsOnlyTheFieldsThatSaySomething)
-{
-    EXPECT_EQ(CVersion().GetText(), "0.0");
-    EXPECT_EQ(CVersion(1, 3, 0).GetText(), "1.3");
-    EXPECT_EQ(CVersion(1, 3, 6, CVersion::kStageBeta, 7).GetText(), "1.3.6b7");
-    EXPECT_EQ(CVersion(1, 3, 0, CVersion::kStageRelease, 9).GetText(), "1.3")
-        << "a release has no stage revision to show";
-    EXPECT_EQ(CVersion(2, 0, 0, CVersion::kStageRelease, 0, 12).GetText(), "2.0 (build 12)");
-
-    const CVersion parsed = CVersion::FromText("1.3.6b7 (build 45)");
-    EXPECT_EQ(parsed, CVersion(1, 3, 6, CVersion::kStageBeta, 7, 45));
-    EXPECT_EQ(CVersion::FromText("1.3.0"), CVersion(1, 3));
-}
-
 TEST(Version, MalformedTextIsBadFormat)
 {
     for (const std::string text :
@@ -80,30 +66,4 @@ TEST(Version, BinaryFormsHaveTheDocumentedLayoutAndReadBack)
     }
 }
 
-TEST(Version, ShortOrBrokenRecordsAreBadFormat)
-{
-    std::vector<u8> longForm = {0xBC, 0xFF, 0xFF, 0xFF, 0xFF};
-    longForm.resize(CVersion::kLongFormSize - 1, 0);
-    const std::vector<std::vector<u8>> cases = {
-        {},
-        {1, 3, 6, 2},    // four bytes left
-        {1, 3, 6, 5, 0}, // stage past the release
-        longForm,        // long form one byte short
-    };
-    for (const auto& bytes : cases)
-    {
-        COwnedMemoryMedia media(bytes);
-        EXPECT_THROW(CVersion::Read(media), NSException::XBadFormat) << bytes.size() << " bytes";
-    }
-}
-
-TEST(Version, ReadStartsAtThePositionOfTheMedium)
-{
-    COwnedMemoryMedia media(std::vector<u8>{9, 9, 9, 1, 2, 3, 4, 5});
-    media.SetPosition(3);
-    EXPECT_EQ(CVersion::Read(media), CVersion(1, 2, 3, CVersion::kStageRelease, 5));
-
-    media.SetPosition(4);
-    EXPECT_THROW(CVersion::Read(media), NSException::XBadFormat) << "only four bytes remain";
-}
 } // namespace
