@@ -43,26 +43,6 @@ public:
 };
 } // namespace
 
-TEST(AlertPresenter, RecordValidityRules)
-{
-    const TAlertRecord good = MakeRecord(kAlertIconNote, u"", u"b", {u"1", u"2", u"3"});
-    ASSERT_TRUE(IsValidAlertRecord(good));
-    const std::pair<const char*, void (*)(TAlertRecord&)> breakers[] = {
-        {"icon 22", [](TAlertRecord& r) { r.icon = 22; }},
-        {"icon 27", [](TAlertRecord& r) { r.icon = 27; }},
-        {"empty first button", [](TAlertRecord& r) { r.button1[0] = 0; }},
-        {"gap before the third button", [](TAlertRecord& r) { r.button2[0] = 0; }},
-        {"unterminated body", [](TAlertRecord& r) { std::fill(std::begin(r.body), std::end(r.body), u'x'); }},
-        {"unterminated third button",
-         [](TAlertRecord& r) { std::fill(std::begin(r.button3), std::end(r.button3), u'x'); }}};
-    for (const auto& [what, breaker] : breakers)
-    {
-        TAlertRecord record = good;
-        breaker(record);
-        EXPECT_FALSE(IsValidAlertRecord(record)) << what;
-    }
-}
-
 TEST(AlertPresenter, StandardErrorAnswersAtOnce)
 {
     IAlertPresenter& presenter = GetAlertPresenter();

@@ -57,21 +57,6 @@ TEST(DoAlert, ShowsTheRecordAndReturnsThePresentersButton)
         "std::invalid_argument");
 }
 
-TEST(Alert, MapsThePressedButtonTo33To35)
-{
-    CFakePresenter presenter;
-    const std::pair<u32, u32> cases[] = {{564, 33}, {565, 34}, {566, 35}};
-    for (const auto& [pressed, result] : cases)
-    {
-        presenter.fPressed = pressed;
-        EXPECT_EQ(Alert(u"[NOTE]b[1][2][3]", false), result);
-    }
-    presenter.fPressed = 0;
-    CExpectAssertions expect;
-    EXPECT_EQ(Alert(u"[NOTE]b[1][2][3]", false), 33u);
-    EXPECT_EQ(expect.Count(), 1u);
-}
-
 TEST(Alert, DepthIsRaisedOnlyWhileShowing)
 {
     CFakePresenter presenter;

@@ -1,17 +1,13 @@
 #include "foundation/Idler.h"
 
 #include "foundation/Assert.h"
-#include "foundation/Exceptions.h"
 
 #include "AssertionRecorder.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <memory>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 using namespace NSCorbelan;
@@ -83,44 +79,6 @@ TEST(Idler, ClientsAtLevels24And21RunOnTheirScheduleUntilAReset)
     EXPECT_EQ(slow.fRuns, (std::vector<TTicks>{500, 600, 703, 901, 500, 611}));
     EXPECT_EQ(slow.fPrevious, (std::vector<TTicks>{500, 500, 600, 703, 500, 500}))
         << "a level that never ran reports now as previous";
-}
-
-TEST(Idler, ClientDeletingItselfOrOneThatHasNotRunYetIsSafeAndTheOthersStillRun)
-{
-    CIdler idler;
-    TProbe first, doomed, victim, last;
-    auto firstClient = MakeClient(idler, kIdleLevel10ms, first);
-    auto doomedClient = MakeClient(idler, kIdleLevel10ms, doomed);
-    auto victimClient = MakeClient(idler, kIdleLevel10ms, victim);
-    auto lastClient = MakeClient(idler, kIdleLevel10ms, last);
-    doomed.fThen = [&]
-    {
-        victimClient.reset();
-        doomedClient.reset();
-    };
-    idler.Drive(100);
-    idler.Drive(200);
-    EXPECT_EQ(first.fRuns, (std::vector<TTicks>{100, 200}));
-    EXPECT_EQ(doomed.fRuns, (std::vector<TTicks>{100}));
-    EXPECT_TRUE(victim.fRuns.empty());
-    EXPECT_EQ(last.fRuns, (std::vector<TTicks>{100, 200}));
-}
-
-TEST(Idler, ThrowingClientLeavesDriveAndItsLevelStaysDue)
-{
-    CIdler idler;
-    TProbe probe;
-    auto client = MakeClient(idler, kIdleLevel100ms, probe);
-    probe.fThen = [&]
-    {
-        if (probe.fRuns.size() == 1)
-            throw std::runtime_error("first run fails");
-    };
-    EXPECT_THROW(idler.Drive(500), std::runtime_error);
-    idler.Drive(501);
-    EXPECT_EQ(probe.fRuns, (std::vector<TTicks>{500, 501}));
-    idler.Drive(502);
-    EXPECT_EQ(probe.fRuns.size(), 2u) << "the second run counted";
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 #include "foundation/Thread.h"
-#include "foundation/ThreadSignal.h"
 
 #include <gtest/gtest.h>
 
@@ -16,29 +15,6 @@ using namespace std::chrono_literals;
 
 namespace
 {
-
-TEST(ThreadSignal, SetDuringTheWaitReleasesIt)
-{
-    CThreadSignal signal;
-    std::atomic<bool> released{false};
-    std::thread waiter(
-        [&]
-        {
-            signal.Wait();
-            released = true;
-        });
-    std::this_thread::sleep_for(20ms);
-    EXPECT_FALSE(released.load());
-    signal.Set();
-    waiter.join();
-    EXPECT_TRUE(released.load());
-    EXPECT_FALSE(signal.TryWait()); // reset by the wait
-
-    std::thread timedWaiter([&] { EXPECT_TRUE(signal.WaitTimed(10000)); });
-    std::this_thread::sleep_for(10ms);
-    signal.Set();
-    timedWaiter.join();
-}
 
 struct TWorkerRecord
 {
