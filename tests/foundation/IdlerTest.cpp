@@ -11,7 +11,6 @@
 #include <vector>
 
 using namespace NSCorbelan;
-using NSTesting::CExpectAssertions;
 
 namespace
 {

@@ -141,13 +141,6 @@ protected:
     CMIDIHub fHub{fLibrary};
 };
 
-TEST_F(AutoDetectTest, NoModelsFindNothing)
-{
-    CProgressLog progress;
-    EXPECT_TRUE(AutodetectControlSurfaces({}, &progress, fHub).empty());
-    EXPECT_EQ((std::vector<std::string>{"begin", "count 0", "end"}), progress.fLines);
-}
-
 // A model without finds adds no entry and no OnSurfaceFound; every port is
 // open during the run and closed after it.
 TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
@@ -271,28 +264,6 @@ TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
     EXPECT_EQ((std::vector<std::string>{"begin", "count 2", "model 0"}), progress.fLines);
     EXPECT_NE(TText16::npos, TakePendingLog().find(u"the box did not answer"));
     EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
-}
-
-TEST_F(AutoDetectTest, AQuietPortStillCallsTheGetter)
-{
-    class CCountingGetter final : public IMIDIEventGetter
-    {
-    public:
-        u32 IMIDIEventGetter_Take(const TMIDIEvent*, u32 count) override
-        {
-            fCounts.push_back(count);
-            return kOK;
-        }
-        std::vector<u32> fCounts;
-    };
-    CMIDIProber prober(fHub);
-    CCountingGetter getter;
-    EXPECT_EQ(kOK, prober.IMIDIProber_GetEvents(1, getter));
-    EXPECT_EQ(std::vector<u32>{0}, getter.fCounts);
-
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(kCodecInvalidArgument, prober.IMIDIProber_GetEvents(2, getter));
-    EXPECT_EQ(1u, expect.Count());
 }
 
 class LoopbackProbeTest : public testing::Test

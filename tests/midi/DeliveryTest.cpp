@@ -54,39 +54,6 @@ TEST(MessageRingTest, MessagesWrapWholeAndWhatDoesNotFitIsRefused)
     EXPECT_TRUE(small.TryPush(99, three.data(), three.size()));
 }
 
-TEST(MessageRingTest, OneProducerAndOneConsumerAgree)
-{
-    CMessageRing ring(4096);
-    constexpr u64 kCount = 50000;
-    std::thread producer(
-        [&]
-        {
-            for (u64 n = 0; n < kCount;)
-            {
-                const std::vector<u8> in = Numbered(1 + n % 300, n);
-                if (ring.TryPush(n, in.data(), in.size()))
-                    ++n;
-                else
-                    std::this_thread::yield();
-            }
-        });
-    u64 bad = 0;
-    std::vector<u8> out;
-    for (u64 n = 0; n < kCount;)
-    {
-        u64 time = 0;
-        if (!ring.TryPop(time, out))
-        {
-            std::this_thread::yield();
-            continue;
-        }
-        bad += time != n || out != Numbered(1 + n % 300, n);
-        ++n;
-    }
-    producer.join();
-    EXPECT_EQ(0u, bad);
-}
-
 class CNoPort final : public IMIDIInPort
 {
 };
@@ -110,53 +77,6 @@ TEST(DeliveryTest, WholeMessagesBecomeCallbacks)
         CNoPort port;
         DeliverMessage(log, port, 5, bytes.data(), bytes.size());
         EXPECT_EQ(expected, log.fText) << expected;
-    }
-}
-
-// Counts deliveries, and those after its channel was closed.
-class CWatchingHandler final : public CCallbackLog
-{
-public:
-    u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
-    {
-        if (fClosed.load())
-            fLate.fetch_add(1);
-        fDelivered.fetch_add(1);
-        std::this_thread::sleep_for(std::chrono::microseconds(20));
-        return kTonewellOK;
-    }
-
-    std::atomic<bool> fClosed{false};
-    std::atomic<int> fLate{0};
-    std::atomic<int> fDelivered{0};
-};
-
-// While a producer floods a channel, closing it from another thread means
-// that the handler is not called again, also when a call was under way.
-TEST(DeliveryTest, NoCallAfterCloseHasReturned)
-{
-    CDeliveryThread delivery("bf-test");
-    for (int round = 0; round < 20; ++round)
-    {
-        CWatchingHandler handler;
-        CNoPort port;
-        auto channel = delivery.Open(handler, port, 4096);
-        std::atomic<bool> stop{false};
-        std::thread producer(
-            [&]
-            {
-                const u8 note[3] = {0x90, 0x40, 0x7F};
-                while (!stop.load())
-                    if (!channel->Post(0, note, 3))
-                        std::this_thread::yield();
-            });
-        ASSERT_TRUE(WaitUntil([&] { return handler.fDelivered.load() > 0; }));
-        delivery.Close(channel);
-        handler.fClosed.store(true);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        stop.store(true);
-        producer.join();
-        EXPECT_EQ(0, handler.fLate.load()) << round;
     }
 }
 

@@ -6,7 +6,7 @@
 #include "midi/TonewellSupport.h"
 
 #include "MIDITestSupport.h"
-#include "foundation/AlertPresenter.h"
+#include "FakePresenter.h"
 #include "foundation/Exceptions.h"
 #include "midi/MIDIBytes.h"
 
@@ -135,46 +135,15 @@ TEST_F(LoopbackTest, ReceiversComeAndGoWhileInputFlows)
     EXPECT_EQ(0u, fHub.GetOpenInPortCount());
 }
 
-// The process's hub runs on the backends that BRASSFOLD_MIDI names; the
-// unit tests name the loopback alone.
-TEST(ProcessHubTest, ListsTheLoopbackCables)
-{
-    const std::vector<CMIDIPortSpec> ins = GetMIDIHub().GetInPorts();
-    ASSERT_EQ(2u, ins.size());
-    EXPECT_EQ(u"Loopback A", ins[0].GetDisplayName());
-    EXPECT_EQ(u"Loopback B", ins[1].GetDisplayName());
-    EXPECT_EQ(2u, GetMIDIHub().GetOutPorts().size());
-}
-
 // A library that can't be made shows the box of last resort once in the
 // process, and fails every time.
 TEST(ProcessHubTest, ALibraryOfAnotherNameIsRefused)
 {
-    class CBoxCounter final : public IAlertPresenter
-    {
-    public:
-        CBoxCounter() : fBefore(&GetAlertPresenter()) { SetAlertPresenter(this); }
-        ~CBoxCounter() override { SetAlertPresenter(fBefore); }
-        u32 IAlertPresenter_ShowAlert(const TAlertRecord&, IAlertListener&) override
-        {
-            return 12000;
-        }
-        EBoxAnswer IAlertPresenter_ShowBox(const char* caption, const char* text,
-                                           EBoxButtons) noexcept override
-        {
-            fBoxes.push_back(std::string(caption) + "|" + text);
-            return EBoxAnswer::kOK;
-        }
-        std::vector<std::string> fBoxes;
-
-    private:
-        IAlertPresenter* fBefore;
-    };
-    CBoxCounter presenter;
+    NSTesting::CFakePresenter presenter;
     EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
     EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
-    const std::vector<std::string> expected = {
-        "Application|Failed to open MIDI support library\r\nApplication can not run"};
-    EXPECT_EQ(expected, presenter.fBoxes);
+    ASSERT_EQ(1u, presenter.fBoxes.size());
+    EXPECT_EQ("Application", presenter.fBoxes[0].fCaption);
+    EXPECT_EQ("Failed to open MIDI support library\r\nApplication can not run", presenter.fBoxes[0].fText);
 }
 } // namespace
