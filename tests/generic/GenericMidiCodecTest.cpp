@@ -83,18 +83,6 @@ protected:
     std::vector<TControlSurfaceInfo> fInfos;
 };
 
-TEST_F(GenericCodec, ListsNothingForAFolderWithoutDefinitions)
-{
-    fFolder.Write("readme.txt", "no codecs here");
-    List();
-    EXPECT_TRUE(fInfos.empty());
-    EXPECT_FALSE(fMessages.HasText());
-    u32 mayStay = 0;
-    EXPECT_EQ(fCodec->ICodec2_GetMayStayLoaded(&mayStay), kCodecOK);
-    EXPECT_EQ(mayStay, 1u);
-    EXPECT_EQ(fCodec->ICodec2_SetDebugger(nullptr), kCodecOK);
-}
-
 TEST_F(GenericCodec, ListsModelsInNameOrderAndTheFirstFileWins)
 {
     fFolder.Write("a.midicodec", Definition("Acme", "Fader 1"));
@@ -252,26 +240,6 @@ public:
         return kCodecOK;
     }
 };
-
-TEST_F(GenericCodec, AProbeFindsTheSurfaceThatAnswers)
-{
-    fFolder.Write("pads.midicodec", Definition("Acme", "Pads", {"MIDI Input Ports\t2",
-                                                                "Identity Request\tF0 7E 7F 06 01 F7",
-                                                                "Identity Response\tF0 7E ?? 06 02 7D"}));
-    List();
-    CSimulatedProber prober;
-    prober.fRepliesPerRequest = 2;
-    CRecordingProbeResults results;
-    ASSERT_EQ(fCodec->ICodec2_ProbeForControlSurface(prober, fInfos.at(0), results, fMessages), kCodecOK);
-    EXPECT_EQ(prober.fSentOn, (std::vector<u32>{0, 1, 2}));
-    ASSERT_EQ(results.fFound.size(), 1u);
-    EXPECT_EQ(results.fFound[0].first, "GenericMIDICodec/Acme/Pads");
-    std::vector<u32> expected(kPortMapSize, kUnusedPort);
-    expected[0] = 1;
-    expected[16] = 2;
-    expected[17] = 2; // the same port found twice is listed twice
-    EXPECT_EQ(results.fFound[0].second, expected);
-}
 
 TEST_F(GenericCodec, AProbeOfAModelWithoutIdentityFindsNothing)
 {

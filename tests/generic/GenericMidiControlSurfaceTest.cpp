@@ -88,17 +88,6 @@ TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
     EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
 }
 
-TEST_F(GenericSurfaceInput, ReadsAnNRPNFromThreeMessages)
-{
-    fSurface = MakeSurface({}, {"Param\tvalue\t0\t16383"}, {"B0 63 xx B0 62 yy B0 06 zz\tParam\tx*128+y\tz\t\t"});
-    Connect();
-    for (const TBytes& message : {TBytes{0xB0, 0x63, 0x01}, TBytes{0xB0, 0x62, 0x05}, TBytes{0xB0, 0x06, 0x40}})
-        Send(message);
-    ASSERT_EQ(fHandler.fInputs.size(), 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, 133);
-    EXPECT_EQ(fHandler.fInputs[0].fValue2, 0x40);
-}
-
 TEST_F(GenericSurfaceInput, KeepsAtMostTheLatestTwoWhenTheNextMessageComes)
 {
     fSurface = MakeSurface({}, {"Four\tvalue\t0\t127", "Late\tvalue\t0\t127"},

@@ -82,36 +82,6 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     fHub.DeleteActiveControlSurface(id);
 }
 
-TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
-{
-    class CWire final : public NSMIDIHub::IMIDIReceiver
-    {
-    public:
-        explicit CWire(IVistal& vistal) : fVistal(vistal) {}
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
-        {
-            fMessages.Receive({}, nullptr, data);
-            if (data == TBinary{0xB0, 0x00, 100})
-                fVistal.IVistal_RequestQuit();
-        }
-        IVistal& fVistal;
-        CRecordingReceiver fMessages;
-    } wire(fVistal);
-    NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback B"), &wire);
-    const u32 id = fHub.CreateActiveControlSurface(StatesCodec(), StateBox({false}, {false}), u"Name",
-                                                   {InPort(u"Loopback A")}, {OutPort(u"Loopback B")});
-    TItemState state{};
-    state.fEnabled = 1;
-    state.fValue = 100;
-    fHub.SetItemState(id, 0, state);
-    Run();
-    const auto [framesPerSecond, bytesPerSecond] = fHub.GetOutputTraffic(id, 0, 1000);
-    EXPECT_GE(framesPerSecond, 1u);
-    EXPECT_EQ(3u, bytesPerSecond);
-    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}}), wire.fMessages.Messages());
-    fHub.DeleteActiveControlSurface(id);
-}
-
 // With nobody reading, the 5001st input is lost, and one post stands for them all.
 TEST_F(EndToEndTest, TheQueueHoldsFiveThousandInputs)
 {

@@ -69,17 +69,6 @@ TEST(MapScope, FindsEntriesByScoreAndGroupsByName)
     EXPECT_FALSE(plain.IsItemMapped(TMapKey{1, 60}, {}));
 }
 
-TEST(MapScope, KinvarableFilterAnswersNewNamesAndTheWalkComparesCaseless)
-{
-    VMapScope scope = ScopeWithGroups();
-    scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({0, kAnyGroupValue}, u"Volume", 0, 0));
-    EXPECT_TRUE(scope.IsKinvarableMapped(u"Volume", {0, kAnyGroupValue}));
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"Volume", {1, kAnyGroupValue}));
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"Pan", {0, kAnyGroupValue}));
-    // The filter hashes the name as written: another case is a new name.
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"VOLUME", {0, kAnyGroupValue}));
-}
-
 // The filter keeps a few bits as a list and many as a set of bits. Whichever
 // it holds, it answers as the filter of every hash added so far: a probe is
 // mapped when all its hashes are in and the walk finds its name caselessly.

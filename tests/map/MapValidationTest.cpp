@@ -47,28 +47,6 @@ protected:
     CAlertRecorder fAlerts;
 };
 
-TEST_F(ValidateMapFileTest, AGoodFileGetsTheAlertAndLeavesTheLogAlone)
-{
-    CAlertInterception interception(fAlerts);
-    const fs::path file = WriteMap(NSMapTesting::Header() + "Scope\tHost\tMixer\nMap\tfader 1\t\tVolume\n");
-    ValidateMapFile(fSurfaces, file);
-    EXPECT_EQ(fAlerts.fTexts, (std::vector<TText16>{u"[NOTE]Kinvar map is ok![Close]"}));
-    EXPECT_EQ(Log(), "");
-}
-
-TEST_F(ValidateMapFileTest, AFaultyFileLogsItsErrorsAndFailsTheCommand)
-{
-    CAlertInterception interception(fAlerts);
-    const fs::path file = WriteMap(NSMapTesting::Header() +
-                                   "Scope\tHost\tMixer\nMap\tFader 9\t\tA\nMap\tKeys\tC3\t1\nMap\tMaster\t\tB\n");
-    EXPECT_THROW(ValidateMapFile(fSurfaces, file), NSKinvar::XBadFormat);
-    EXPECT_EQ(Log(), "Map File Errors:\n"
-                     "Line  7: Map entry with unknown control surface item.\n"
-                     "Line  8: Map entry: keyboard key cannot be mapped to constant or group assignment.\n"
-                     "Line  9: Map entry with unknown control surface item.\n");
-    EXPECT_TRUE(fAlerts.fTexts.empty());
-}
-
 TEST_F(ValidateMapFileTest, AFileForAnUnloadedSurfaceLogsOneLineWithoutLineNumbers)
 {
     const fs::path file = WriteMap("Thistlemarrow Kinvar Mapping File\nFile Format Version\t1.0.0\n"
