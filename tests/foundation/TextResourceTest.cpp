@@ -95,26 +95,6 @@ TEST(TextResources, StringResourcesReadEveryFrameworkTextBack)
     }
 }
 
-TEST(TextTable, EmptyTableAndUnknownIdsAreAssertions)
-{
-    CTextTable table;
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(table.Get(1), u"");
-        EXPECT_GE(expect.Count(), 1u);
-    }
-    table.Load(TStringMap{{65535, u"last"}, {0, u"first"}});
-    table.Load(TStringMap{{7, u"ignored"}}); // the first fill wins
-    EXPECT_EQ(table.Get(65535), u"last");
-    EXPECT_EQ(table.Get(0), u"first");
-    for (const u32 unknown : {7u, 65536u, 65536u + 65535u})
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(table.Get(unknown), u"") << unknown;
-        EXPECT_EQ(expect.Count(), 1u) << unknown;
-    }
-}
-
 // Stands in for the GUI library.
 class CRecordingSource final : public IResourceTextSource
 {

@@ -124,24 +124,6 @@ TEST(DefinitionReader, JoinsTextRowsAndKeepsOptionalRowsOptional)
     EXPECT_EQ(config.fSetupMessages[2].size(), 1024u);
 }
 
-TEST(DefinitionReader, NarrowsItemBoundsTo32Bits)
-{
-    const CGenericMidiCodecConfig config = ReadOk(File(
-        {}, Rows({kItemHeader, {u"Item\tWide\tvalue\t5000000000\t+ 999999999abc", u"Item\tNegative\tdelta\t-2147483648\t-1"}, kMapHeader})));
-    ASSERT_EQ(config.fItems.size(), 2u);
-    EXPECT_EQ(config.fItems[0].fMin, 705032704);
-    EXPECT_EQ(config.fItems[0].fMax, 999999999);
-    EXPECT_EQ(config.fItems[1].fMin, -2147483648LL);
-}
-
-TEST(DefinitionReader, TakesEmptyTablesAndIgnoresEverythingBehindTheLastMapRow)
-{
-    EXPECT_TRUE(ReadOk(File({}, Rows({kItemHeader, kMapHeader}))).fItems.empty());
-    TRows tables = kTables;
-    tables.insert(tables.end(), {u"Item\tLate\tnonsense", u"Map\t12 3\tNobody\t\t\t", u"garbage"});
-    EXPECT_EQ(ReadOk(File({}, tables)).fItems.size(), 1u);
-}
-
 TEST(DefinitionReader, FaultsGiveTheScanDetailWithTheRightLine)
 {
     struct TCase

@@ -152,19 +152,6 @@ TEST_F(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
     EXPECT_EQ(fHandler.fInputs[2].fItemIndex, 40u);
 }
 
-// The handler's failure is the surface's; a port beyond the count is refused.
-TEST_F(GenericSurfaceInput, ReturnsTheHandlersFailureAndRefusesAPortBeyondItsCount)
-{
-    fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127"}, {"B0 07 xx\tFader\tx\t\t\t"});
-    Connect();
-    fHandler.fStatus = kCodecBadFormat;
-    EXPECT_EQ(Send({0xB0, 0x07, 0x01}), kCodecBadFormat);
-    NSTesting::CExpectAssertions expect;
-    Send({0xB0, 0x07, 0x01}, 3);
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x01}, 16), kCodecInvalidArgument);
-}
-
 TEST(GenericSurface, DescribesItsModelAndItems)
 {
     TSurface surface = MakeSurface({"MIDI Input Ports\t3", "Setup Info Text\tPlug in", "Setup\tB0 00 00"},
@@ -244,20 +231,6 @@ TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
     EXPECT_EQ(surface->IControlSurface_GetShutdownEvents(shutdown, 0, messages), kCodecOK);
     ASSERT_EQ(shutdown.fCalls.size(), 1u);
     EXPECT_TRUE(shutdown.fCalls[0].empty());
-}
-TEST(GenericSurface, TakesMessagesOfUpTo1024Bytes)
-{
-    TSurface surface = MakeSurface({}, {"Dump\tvalue\t0\t127"}, {"F0 7D xx\tDump\tx\t\t\t"});
-    CRecordingInputHandler handler;
-    surface->IControlSurface_SetInputHandler(&handler);
-    TMIDIEvent event = MakeEvent({0xF0, 0x7D, 0x05});
-    event.fSize = kMaxMIDIEventSize;
-    event.fData[kMaxMIDIEventSize - 1] = 0xF7;
-    CCodecTextGetter messages;
-    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecOK);
-    EXPECT_EQ(handler.fInputs.size(), 1u);
-    event.fSize = kMaxMIDIEventSize + 1;
-    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecInvalidArgument);
 }
 
 TEST(GenericSurface, RefusesToSendASetupMessageOver1024Bytes)

@@ -62,15 +62,6 @@ TEST(PatternMatching, ReadsTheVariablesThroughTheExpressions)
     }
 }
 
-TEST(PatternMatching, ATwoRuleItemIsSettledByRuleOrder)
-{
-    const CMapRule exact(u"12 34 56", u"0", u"0", u"0");
-    const CMapRule general(u"12 34 <xxxy yyzz>", u"x", u"y", u"z");
-    const auto first = [&](const TBytes& m) { return MatchOnce(exact, m) ? MatchOnce(exact, m) : MatchOnce(general, m); };
-    EXPECT_EQ(first({0x12, 0x34, 0x56}), (TValues{0, 0, 0}));
-    EXPECT_EQ(first({0x12, 0x34, 0x57}), (TValues{2, 5, 3}));
-}
-
 TEST(PatternCompile, ErrorsThrowTheirMessage)
 {
     const std::tuple<std::u16string_view, std::u16string_view, const char*> cases[] = {
@@ -121,11 +112,4 @@ TEST(PatternCompile, AnEmptyPatternIsReportedAndMatchesAnything)
     EXPECT_EQ(MatchOnce(rule, {}), (TValues{5, 0, 0}));
 }
 
-TEST(PatternCompile, AVariableWiderThan32BitsIsReportedAndReadWithoutHarm)
-{
-    NSTesting::CExpectAssertions expect;
-    const CMapRule rule(u"xxxxxxxxxx", u"x", u"", u"");
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_TRUE(MatchOnce(rule, {1, 2, 3, 4, 5}));
-}
 } // namespace

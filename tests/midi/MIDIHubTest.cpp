@@ -126,64 +126,6 @@ TEST_F(MIDIHubTest, CallbacksBecomeWholeMessages)
     EXPECT_EQ(9u, receiver.At(2).fTime);
 }
 
-// A receiver that throws ends the message's delivery to the later ones, and
-// its failure becomes the callback's status.
-TEST_F(MIDIHubTest, AThrowingReceiverStopsTheMessage)
-{
-    class CThrowingReceiver final : public IMIDIReceiver
-    {
-    public:
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
-        {
-            throw std::overflow_error("");
-        }
-    };
-    CThrowingReceiver thrower;
-    CRecordingReceiver later;
-    CMIDIInPort first(fHub, fIns[0], &thrower);
-    CMIDIInPort second(fHub, fIns[0], &later);
-    EXPECT_EQ(kTonewellUnknown, SendShort(0x90, 1, 2));
-    EXPECT_EQ(0u, later.Count());
-    // The sysex in progress is dropped with it, and the next one is whole.
-    const u64 time = 0;
-    fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort);
-    EXPECT_EQ(kTonewellUnknown,
-              fLibrary.fHandler->IMIDIInHandler_OnSysexEnd(fLibrary.fPort, &time));
-    EXPECT_EQ(kTonewellOK, fLibrary.fHandler->IMIDIInHandler_OnSysexBegin(fLibrary.fPort));
-}
-
-TEST_F(MIDIHubTest, SendGoesStraightToTheLibrary)
-{
-    auto sender = fHub.GetSender(fOuts[1]);
-    const u64 time = 77;
-    sender->Send(&time, {});
-    sender->Send(&time, {0xB0, 0x07, 0x40});
-    sender->Send(&time, {0xC0, 0x05});
-    sender->Send(nullptr, {0xF0, 0x7E, 0xF7});
-    ASSERT_EQ(3u, fLibrary.fSent.size());
-    EXPECT_EQ((std::vector<u8>{0xB0, 0x07, 0x40}), fLibrary.fSent[0].fBytes);
-    EXPECT_EQ(77u, fLibrary.fSent[0].fTime);
-    EXPECT_EQ((std::vector<u8>{0xC0, 0x05, 0x00}), fLibrary.fSent[1].fBytes);
-    EXPECT_EQ((std::vector<u8>{0xF0, 0x7E, 0xF7}), fLibrary.fSent[2].fBytes);
-
-    NSTesting::CExpectAssertions expect;
-    EXPECT_THROW(sender->Send(&time, {0xF0, 0x7E}), std::invalid_argument);
-    EXPECT_EQ(1u, expect.Count());
-}
-
-TEST_F(MIDIHubTest, AFailedOpenEntersNothing)
-{
-    fLibrary.fOpenStatus = NSTonewell::kTonewellPortGone;
-    CRecordingReceiver receiver;
-    EXPECT_THROW(CMIDIInPort(fHub, fIns[0], &receiver), std::exception);
-    EXPECT_THROW(fHub.GetSender(fOuts[0]), std::exception);
-    EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
-
-    fLibrary.fOpenStatus = kTonewellOK;
-    CMIDIInPort port(fHub, fIns[0], &receiver);
-    EXPECT_EQ(1u, fHub.GetOpenInPortCount());
-}
-
 TEST_F(MIDIHubTest, PortListenersWaitWhileBlocked)
 {
     class CCountingListener final : public IMIDIPortListener
