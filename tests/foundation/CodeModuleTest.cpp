@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <functional>
 #include <string>
 #include <typeinfo>
@@ -20,33 +19,8 @@ using NSTesting::CTempFolder;
 
 namespace
 {
-const fs::path kGoodModule = BRASSFOLD_GOOD_MODULE;
 const fs::path kNotALibrary =
     fs::path(BRASSFOLD_TEST_DATA_DIR) / "foundation/NotALibrary.kinvarcodec";
-
-bool IsLoaded(const fs::path& module)
-{
-    void* handle = ::dlopen(module.c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr)
-        ::dlclose(handle);
-    return handle != nullptr;
-}
-
-TEST(CodeModule, GoodModuleLoadsAnswersAndUnloadsWithItsHandle)
-{
-    CDLLLoader loader(kGoodModule);
-    {
-        std::unique_ptr<IOpenDLL> module = loader.IDLLLoaderImp_Open();
-        auto* answer =
-            reinterpret_cast<int (*)()>(module->IOpenDLL_Lookup("BrassfoldTestModuleAnswer"));
-        ASSERT_NE(answer, nullptr);
-        EXPECT_EQ(answer(), 42);
-        EXPECT_EQ(module->IOpenDLL_Lookup("KinvarCodec_Create"), nullptr);
-        EXPECT_TRUE(IsLoaded(kGoodModule));
-    }
-    EXPECT_FALSE(IsLoaded(kGoodModule));
-    EXPECT_TRUE(loader.GetFailureText().empty());
-}
 
 struct TLoadFailure
 {

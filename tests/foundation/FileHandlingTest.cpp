@@ -99,28 +99,6 @@ TEST_F(DataFolders, UserFolderComesFirstAndOnlyExistingFoldersAreListed)
     EXPECT_EQ(fTree.Snapshot(), before) << "a search must create nothing";
 }
 
-TEST_F(DataFolders, AFolderReachedTwiceIsListedOnce)
-{
-    fEnvironment.Set("XDG_DATA_DIRS", (fTree / "home").string() + ":" + (fTree / "sys1").string());
-    const fs::path userMaps = Make("home", "Maps");
-    const fs::path sysMaps = Make("sys1", "Maps");
-    EXPECT_EQ(GetMapFolders(), (TFolderList{userMaps, sysMaps}));
-}
-
-TEST_F(DataFolders, OverridesGiveExactlyTheirFolder)
-{
-    Make("home", "Codecs/MIDI Codecs");
-    const fs::path userMaps = Make("home", "Maps");
-    SetCodecFolderOverride("/nowhere/codecs");
-    EXPECT_EQ(GetMIDICodecFolders(), (TFolderList{"/nowhere/codecs"}));
-    EXPECT_EQ(GetLuaCodecFolders(), (TFolderList{"/nowhere/codecs"}));
-    EXPECT_EQ(GetMapFolders(), (TFolderList{userMaps})) << "maps have their own override";
-    EXPECT_EQ(GetCodecFolderOverride(), "/nowhere/codecs");
-
-    SetMapFolderOverride((fTree / "elsewhere").string());
-    EXPECT_EQ(GetMapFolders(), (TFolderList{fTree / "elsewhere"}));
-}
-
 TEST_F(DataFolders, DefaultsFollowTheXdgRules)
 {
     fEnvironment.Set("HOME", (fTree / "user").string());

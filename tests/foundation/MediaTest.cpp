@@ -11,17 +11,6 @@ using namespace NSCorbelan;
 
 namespace
 {
-TEST(Packed7Bit, TopBitsGatherInTheEighthByteFromValue64Down)
-{
-    const std::array<u8, 1> single{0xFF};
-    std::array<u8, 8> packed{};
-    Pack7Bit(single, packed);
-    EXPECT_EQ(packed, (std::array<u8, 8>{0x7F, 0, 0, 0, 0, 0, 0, 0x40}));
-
-    const std::array<u8, 7> group{0x80, 0x01, 0x82, 0x03, 0x84, 0x05, 0x86};
-    Pack7Bit(group, packed);
-    EXPECT_EQ(packed, (std::array<u8, 8>{0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x55}));
-}
 
 TEST(Packed7Bit, RandomDataRoundTripsAndStaysInsideTheComputedSize)
 {

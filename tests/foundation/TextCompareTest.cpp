@@ -45,21 +45,6 @@ TEST(TextComparison, MixedNamesAgreeWithTheCollator)
             EXPECT_EQ(CompareText(a, b), CompareTextWithCollator(a, b));
 }
 
-TEST(TextComparison, OrderingsSortCaselessAndByPairs)
-{
-    std::map<TText16, int, CMPCaseInsensitiveStringLess> items;
-    items[u"Fader 1"] = 1;
-    items[u"FADER 1"] = 2;
-    EXPECT_EQ(items.size(), 1u);
-    EXPECT_EQ(items.at(u"fader 1"), 2);
-
-    const CMPCaseInsensitiveStringPairLess less;
-    using TPair = std::pair<TText16, TText16>;
-    EXPECT_TRUE(less(TPair{u"a", u"z"}, TPair{u"B", u"a"}));
-    EXPECT_TRUE(less(TPair{u"A", u"a"}, TPair{u"a", u"B"}));
-    EXPECT_FALSE(less(TPair{u"A", u"b"}, TPair{u"a", u"B"}));
-}
-
 TEST(TextCase, MapsCaseIncludingLengthChanges)
 {
     EXPECT_EQ(UpperCaseText(u"Fader \u00E9"), u"FADER \u00C9");

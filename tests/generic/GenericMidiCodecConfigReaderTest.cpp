@@ -72,30 +72,6 @@ CGenericMidiCodecConfig ReadOk(std::u16string_view text)
     }
 }
 
-TEST(DefinitionReader, ReadsTheWholeSmallFile)
-{
-    const CGenericMidiCodecConfig config = ReadOk(Join(Rows(
-        {kHeader,
-         {u"MIDI Input Ports\t1", u"Identity Request\tF0 7E 7F 06 01 F7", u"Identity Response\tF0 7E ?? 06 02",
-          u"Setup\tF0 00 01 02 F7", u"// the single fader"},
-         kItemHeader, {u"Item\tFader\tvalue\t0\t127", u"Item\tPlay\tbutton\t0\t1"}, kMapHeader,
-         {u"Map\tB0 07 xx\tFader\tx\t\t\t", u"Map\t90 10 xx\tPlay\tx/127\t\t\t"}})));
-    EXPECT_EQ(config.fManufacturer, u"Acme");
-    EXPECT_EQ(config.fModel, u"Fader 1");
-    EXPECT_EQ(config.fInPortCount, 1u);
-    EXPECT_EQ(config.fIdentityRequest, (TMIDIBytes{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7}));
-    EXPECT_EQ(config.fIdentityResponse, "F0 7E ?? 06 02");
-    EXPECT_EQ(config.fSetupMessages, (std::vector<TMIDIBytes>{{0xF0, 0x00, 0x01, 0x02, 0xF7}}));
-    EXPECT_FALSE(config.fHasKeyboard);
-    ASSERT_EQ(config.fItems.size(), 2u);
-    EXPECT_EQ(config.fItems[1].fName, u"Play");
-    EXPECT_EQ(config.fItems[1].fInputKind, NSKinvarCodec::kInputButton);
-    ASSERT_EQ(config.fItems[1].fRules.size(), 1u);
-    i64 v1 = 0, v2 = 0, v3 = 0;
-    EXPECT_TRUE(config.fItems[1].fRules[0].Match(std::array<u8, 3>{0x90, 0x10, 0x7F}.data(), 3, v1, v2, v3));
-    EXPECT_EQ(v1, 1);
-}
-
 TEST(DefinitionReader, ComparesKeyWordsWithoutCaseButKeepsValues)
 {
     const CGenericMidiCodecConfig config = ReadOk(Join(

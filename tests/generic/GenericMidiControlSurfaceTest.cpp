@@ -52,22 +52,6 @@ protected:
     CRecordingInputHandler fHandler;
 };
 
-TEST_F(GenericSurfaceInput, PassesEachMatchOnWithItsTimeAndValues)
-{
-    fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127", "Pan\tvalue\t-64\t63"},
-                           {"B0 07 xx\tFader\tx\t\t\t", "B0 0A xx\tPan\tx-64\t\t\t"});
-    Connect();
-    EXPECT_EQ(Send({0xB0, 0x0A, 0x00}, 0, 1234), kCodecOK);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x40}), kCodecOK);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x40}), kCodecOK) << "no change detection";
-    ASSERT_EQ(fHandler.fInputs.size(), 3u);
-    EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, -64);
-    EXPECT_EQ(fHandler.fInputs[0].fTime, 1234u);
-    EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 0u);
-    EXPECT_EQ(fHandler.fInputs[1].fValue1, 64);
-}
-
 // Without a handler a message is dropped unbuffered and can't combine with a
 // later one; with one, the second message completes the rule.
 TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
