@@ -89,29 +89,6 @@ CMIDIPortSpec MissingPort(bool input)
     return CMIDIPortSpec(CPortAddress(EBackend::kLoopback, input ? EDirection::kIn : EDirection::kOut, "Nowhere", 0));
 }
 
-void CRecordingReceiver::Receive(const CMIDIPortSpec&, const u64*, const TBinary& data)
-{
-    std::lock_guard lock(fLock);
-    fMessages.push_back(data);
-}
-
-bool CRecordingReceiver::WaitForCount(std::size_t count) const
-{
-    return WaitUntil([&] { return Count() >= count; });
-}
-
-std::vector<TBinary> CRecordingReceiver::Messages() const
-{
-    std::lock_guard lock(fLock);
-    return fMessages;
-}
-
-std::size_t CRecordingReceiver::Count() const
-{
-    std::lock_guard lock(fLock);
-    return fMessages.size();
-}
-
 u32 CFakeVistal::IVistal_PostCustomEvent(u32 event, u32 data)
 {
     EXPECT_EQ(kInputEvent, event);

@@ -9,6 +9,7 @@
 #include "midi/MIDIHub.h"
 
 #include "AssertionRecorder.h"
+#include "MIDITestSupport.h"
 #include "TempFolder.h"
 #include "WaitUntil.h"
 
@@ -64,18 +65,7 @@ CMIDIPortSpec OutPort(const char16_t* cable);
 // A loopback port that does not exist.
 CMIDIPortSpec MissingPort(bool input);
 
-class CRecordingReceiver final : public NSMIDIHub::IMIDIReceiver
-{
-public:
-    void Receive(const CMIDIPortSpec& port, const u64* time, const TBinary& data) override;
-    bool WaitForCount(std::size_t count) const;
-    std::vector<TBinary> Messages() const;
-    std::size_t Count() const;
-
-private:
-    mutable std::mutex fLock;
-    std::vector<TBinary> fMessages;
-};
+using NSMIDITesting::CRecordingReceiver;
 
 // Records what it is asked; answers with the statuses and files set in it.
 class CFakeVistal final : public IVistal
