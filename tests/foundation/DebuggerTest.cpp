@@ -1,21 +1,11 @@
 #include "foundation/Debugger.h"
 
-#include "AssertionRecorder.h"
 #include "FakePresenter.h"
-#include "TempFolder.h"
-#include "foundation/LogFile.h"
 #include "foundation/LogText.h"
-#include "foundation/ThreadDebugger.h"
-#include "foundation/TraceLogger.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -136,37 +126,3 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimitsAndIgnoreGoesOnWithTheDe
     }
 }
 
-namespace
-{
-std::vector<std::string> gEarlierTraces;
-void EarlierTraceHook(const char*, i32, const char* text)
-{
-    gEarlierTraces.emplace_back(text);
-}
-} // namespace
-
-TEST_F(DebugChannel, HookInstallersConnectTheSlotsAndGiveThemBack)
-{
-    const TAssertionHook recorder = GetAssertionHook();
-    const TTraceHook savedTrace = GetTraceHook();
-    NSTesting::CFakePresenter presenter;
-    SetTraceHook(&EarlierTraceHook);
-    gEarlierTraces.clear();
-    {
-        CAssertionHookInstaller assertion;
-        CVerifyHookInstaller verify;
-        CTraceHookInstaller trace;
-        SAssert("a.cpp", 3);
-        SVerify("v.cpp", 4);
-        DebugTrace("t.cpp", 5, "traced %d", 5);
-    }
-    EXPECT_EQ(GetAssertionHook(), recorder);
-    EXPECT_EQ(GetTraceHook(), &EarlierTraceHook);
-    SetTraceHook(savedTrace);
-
-    EXPECT_EQ(gOutput,
-              (std::vector<std::string>{"a.cpp(3): ASSERT failure: ASSERT\n",
-                                        "v.cpp(4): ASSERT failure: Verify\n", "traced 5\n"}));
-    EXPECT_EQ(presenter.fBoxes.size(), 2u);
-    EXPECT_EQ(gEarlierTraces, std::vector<std::string>{"traced 5"});
-}

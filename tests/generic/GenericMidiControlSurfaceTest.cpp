@@ -217,17 +217,4 @@ TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
     EXPECT_TRUE(shutdown.fCalls[0].empty());
 }
 
-TEST(GenericSurface, RefusesToSendASetupMessageOver1024Bytes)
-{
-    CGenericMidiCodecConfig config = ReadConfig(DefinitionText("Acme", "Box", {}, {}, {}));
-    config.fSetupMessages.assign(1, TMIDIBytes(kMaxMIDIEventSize + 1, 0x01));
-    TSurface surface(new CGenericMidiControlSurface(std::move(config)));
-    CRecordingEventGetter getter;
-    CCodecTextGetter messages;
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(surface->IControlSurface_GetStartupEvents(getter, 0, messages), kCodecUnknownError)
-        << "sysex data too large";
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_TRUE(getter.fCalls.empty());
-}
 } // namespace

@@ -210,35 +210,6 @@ TEST_F(AutoDetectTest, PortMapsCloseUp)
     EXPECT_TRUE(result[0][0].fOutPorts[0].IsEmpty());
 }
 
-// A port that can't be opened is left out. The senders then count without
-// it while the output addresses keep it, so a probe that sends on sender 0 and
-// reports output 0 has sent on x:B and names x:A: kept as it is.
-TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
-{
-    fLibrary.fOutNames = {"x:A", "x:B", "x:C"};
-    fLibrary.fFailingNames = {"x:A"};
-    u32 outCount = 0;
-    u32 inCount = 0;
-    const TProbe probe = [&](IMIDIProber& prober, const TControlSurfaceInfo& info,
-                             IProbeResultGetter& results, ITextGetter& messages)
-    {
-        prober.IMIDIProber_GetOutPortCount(&outCount);
-        prober.IMIDIProber_GetInPortCount(&inCount);
-        const TMIDIEvent event{5, 2, {0xC0, 0x01}};
-        EXPECT_EQ(kOK, prober.IMIDIProber_SendEvents(0, 1, &event));
-        return Reporting({0}, {0})(prober, info, results, messages);
-    };
-    const auto result =
-        AutodetectControlSurfaces({{MakeCodec(probe), MakeInfo(u"M", {0}, {0})}}, nullptr, fHub);
-    EXPECT_EQ(2u, outCount);
-    EXPECT_EQ(1u, inCount);
-    ASSERT_EQ(1u, fLibrary.fSent.size());
-    EXPECT_EQ("x:B", fLibrary.fSent[0].fPort);
-    EXPECT_EQ(5u, fLibrary.fSent[0].fTime);
-    EXPECT_EQ(u"JACK: x:A", result[0][0].fOutPorts[0].GetDisplayName());
-    EXPECT_EQ(u"JACK: x:B", result[0][0].fInPorts[0].GetDisplayName());
-}
-
 // A failing probe ends the run: its text reaches the log first, the later
 // models aren't tried and OnEnd isn't called.
 TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
