@@ -108,7 +108,7 @@ TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
     u32 handled = 0;
     ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, kAutoDetectCommand}, &handled));
     EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 1", "ProgressEnd",
-                                        "OpenHardwarePanel", "CloseProgress"}),
+                                        "OpenHardwarePanel out Loopback A in Loopback B", "CloseProgress"}),
               fWindows.fCalls);
     ASSERT_EQ(1u, fWindows.fPanelSurfaces.size());
     TControlSurfaceInfo running{};

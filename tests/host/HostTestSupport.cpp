@@ -2,6 +2,7 @@
 
 #include "foundation/Debugger.h"
 #include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"
 #include "host/KinvarHUB.h"
@@ -152,7 +153,11 @@ void CFakeWindows::IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, c
                                                        const std::vector<CMIDIPortSpec>& inPorts,
                                                        const std::vector<CMIDIPortSpec>& outPorts)
 {
-    Call("OpenHardwarePanel");
+    std::string ports;
+    for (const auto* list : {&outPorts, &inPorts})
+        for (const CMIDIPortSpec& port : *list)
+            ports += (list == &outPorts ? " out " : " in ") + NSTextPackage::UTF8FromText16(port.GetDisplayName());
+    Call("OpenHardwarePanel" + ports);
     fPanelSurfaces.push_back(GetKinvarHUB().CreateActiveControlSurface(codec, info, u"Name", inPorts, outPorts));
 }
 

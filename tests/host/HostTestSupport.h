@@ -110,7 +110,7 @@ public:
     std::vector<std::unique_ptr<TWindow>> fWindows;
 };
 
-// Records the calls in order; the one named in fThrowIn throws. A panel's surface is started through the
+// Records the calls in order (a panel with its ports); the one named in fThrowIn throws. A panel's surface is started through the
 // process's hub, as the GUI does, and deleted with this object.
 class CFakeWindows final : public IWorkbenchWindows
 {

@@ -1,5 +1,5 @@
 // Auto-detection: the run over the models, the prober's ports, the port maps,
-// the buffering input ports, and the generic codec against a simulated surface.
+// and the buffering input ports.
 
 #include "midi/AutoDetect.h"
 
@@ -9,7 +9,6 @@
 #include "codec/CodecSupport.h"
 #include "foundation/Exceptions.h"
 #include "foundation/LogText.h"
-#include "generic/GenericMidiCodec.h"
 #include "midi/TonewellLibrary.h"
 
 #include <gtest/gtest.h>
@@ -282,55 +281,4 @@ TEST_F(LoopbackProbeTest, BufferingPortsKeepWhatACodecCanTake)
     EXPECT_EQ(999 >> 7, events.back().fData[2]);
 }
 
-// A surface simulated on the loopback cables: it listens on "Loopback A" and
-// answers the identity request on "Loopback B". The generic codec's probe,
-// run by auto-detection, finds it with output A and input B.
-TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
-{
-    class CResponder final : public NSMIDIHub::IMIDIReceiver
-    {
-    public:
-        CResponder(CMIDIHub& hub, const CMIDIPortSpec& listen, const CMIDIPortSpec& answer)
-            : fAnswer(hub.GetSender(answer)), fPort(hub, listen, this)
-        {
-        }
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
-        {
-            if (data == TBinary{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
-                fAnswer->Send(nullptr,
-                              {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
-        }
-
-    private:
-        std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer;
-        NSMIDIHub::CMIDIInPort fPort;
-    };
-    CResponder responder(fHub, fInA, fOutB);
-
-    const std::filesystem::path definition =
-        std::filesystem::path(BRASSFOLD_TEST_DATA_DIR) / "midi" / "Probe Box.midicodec";
-    const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}),
-                          codec_deleter());
-    const auto models = GetControlSurfacesForCodec(codec);
-    ASSERT_EQ(1u, models.size());
-
-    CProgressLog progress;
-    const auto result = AutodetectControlSurfaces({{codec, models[0]}}, &progress, fHub);
-    ASSERT_EQ(1u, result.size());
-    ASSERT_EQ(1u, result[0].size());
-    const VDetectedKinvarControlSurface& find = result[0][0];
-    EXPECT_EQ(u"Brassfold Tests", find.fManufacturer);
-    EXPECT_EQ(u"Probe Box", find.fModel);
-    ASSERT_EQ(1u, find.fInPorts.size());
-    EXPECT_EQ(u"Loopback B", find.fInPorts[0].GetDisplayName());
-    ASSERT_EQ(1u, find.fOutPorts.size());
-    EXPECT_EQ(u"Loopback A", find.fOutPorts[0].GetDisplayName());
-
-    u32 status = 0;
-    IControlSurface* surface =
-        codec->ICodec2_CreateControlSurfaceByName(find.fUniqueName.c_str(), &status);
-    EXPECT_EQ(kOK, status);
-    ASSERT_NE(nullptr, surface);
-    surface->IControlSurface_Destroy();
-}
 } // namespace
