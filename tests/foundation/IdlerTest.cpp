@@ -39,25 +39,6 @@ std::unique_ptr<CProbeClient> MakeClient(CIdler& idler, u32 level, TProbe& probe
 }
 
 
-TEST(Idler, IntervalIsThatOfTheFastestLevelWithClients)
-{
-    CIdler idler;
-    EXPECT_EQ(idler.GetIdleIntervalMs(), 60000u);
-    TProbe probe;
-    auto slow = MakeClient(idler, kIdleLevel100ms, probe);
-    EXPECT_EQ(idler.GetIdleIntervalMs(), 100u);
-    {
-        auto fast = MakeClient(idler, kIdleLevel10ms, probe);
-        EXPECT_EQ(idler.GetIdleIntervalMs(), 10u);
-    }
-    EXPECT_EQ(idler.GetIdleIntervalMs(), 100u);
-    const i32 count = GetIdleClientCount();
-    idler.RemoveClient(slow.get());
-    EXPECT_EQ(idler.GetIdleIntervalMs(), 60000u);
-    idler.RemoveClient(slow.get());
-    EXPECT_EQ(GetIdleClientCount(), count - 1) << "a second removal is harmless";
-}
-
 TEST(Idler, ClientsAtLevels24And21RunOnTheirScheduleUntilAReset)
 {
     CIdler idler;

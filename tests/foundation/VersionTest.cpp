@@ -24,18 +24,6 @@ TEST(Version, TextFormsReadBackToTheSameText)
     }
 }
 
-TEST(Version, MalformedTextIsBadFormat)
-{
-    for (const std::string text :
-         {"", "1", "1.", ".1", "1.x", "1.2.", "1.2b", "1.2q3", "1.2 (build )", "1.2 (build 3",
-          "1.2.3 ", " 1.2", "-1.0", "1.2 (build 3)x", "4294967296.0", "1.2.3.4", "1,2"})
-    {
-        SCOPED_TRACE(text);
-        EXPECT_THROW(CVersion::FromText(text), NSException::XBadFormat);
-    }
-    EXPECT_THROW(CVersion::FromText(TText16(u"1.2\u00e9")), NSException::XBadFormat);
-}
-
 struct TBinaryCase
 {
     CVersion fVersion;

@@ -126,34 +126,4 @@ TEST_F(MIDIHubTest, CallbacksBecomeWholeMessages)
     EXPECT_EQ(9u, receiver.At(2).fTime);
 }
 
-TEST_F(MIDIHubTest, PortListenersWaitWhileBlocked)
-{
-    class CCountingListener final : public IMIDIPortListener
-    {
-    public:
-        void IMIDIPortListener_OnPortsChanged() override { ++fCalls; }
-        int fCalls = 0;
-    };
-    CCountingListener listener;
-    fHub.AddPortListener(&listener);
-    fHub.NotifyPortListeners();
-    EXPECT_EQ(1, listener.fCalls);
-
-    fHub.BlockPortListeners();
-    fHub.BlockPortListeners();
-    fHub.NotifyPortListeners();
-    fHub.NotifyPortListeners();
-    fHub.UnblockPortListeners();
-    EXPECT_EQ(1, listener.fCalls);
-    fHub.UnblockPortListeners();
-    EXPECT_EQ(2, listener.fCalls);
-    {
-        NSTesting::CExpectAssertions expect;
-        fHub.UnblockPortListeners();
-        EXPECT_EQ(1u, expect.Count());
-    }
-    fHub.RemovePortListener(&listener);
-    fHub.NotifyPortListeners();
-    EXPECT_EQ(2, listener.fCalls);
-}
 } // namespace
