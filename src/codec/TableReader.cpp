@@ -98,6 +98,7 @@ bool CTableLineSource::SplitLine(TMapLine& line)
     if (fFinished)
         return false;
     line.first = fLineIndex;
+    fLinePhysicalStart = fPhysicalLine;
     fColumnCount = 0;
     std::size_t columnStart = fPosition;
     while (fPosition < fText.size())
@@ -114,12 +115,12 @@ bool CTableLineSource::SplitLine(TMapLine& line)
                 SetColumn(line, columnStart, fPosition);
             const bool pair = c == kReturn && fPosition + 1 < fText.size() && fText[fPosition + 1] == kLineFeed;
             fPosition += pair ? 2 : 1;
+            ++fPhysicalLine;
             return EndLine(line);
         }
         else if (c == kQuote)
         {
-            const std::size_t partner = fText.find(kQuote, fPosition + 1);
-            fPosition = partner == std::u16string_view::npos ? fText.size() : partner + 1;
+            SkipQuotedRun();
         }
         else
         {
@@ -131,6 +132,17 @@ bool CTableLineSource::SplitLine(TMapLine& line)
     if (fText.size() > columnStart)
         SetColumn(line, columnStart, fText.size());
     return fColumnCount > 1 && EndLine(line);
+}
+
+void CTableLineSource::SkipQuotedRun()
+{
+    const std::size_t partner = fText.find(kQuote, fPosition + 1);
+    const std::size_t end = partner == std::u16string_view::npos ? fText.size() : partner + 1;
+    const u32 lineEnds = CountLineEnds(fText.substr(fPosition, end - fPosition));
+    if (lineEnds > 0 || partner == std::u16string_view::npos)
+        fLongQuotes.push_back({fLineIndex, fPhysicalLine, lineEnds, partner != std::u16string_view::npos});
+    fPhysicalLine += lineEnds;
+    fPosition = end;
 }
 
 std::size_t CTableLineSource::SkipPlainText(std::size_t position) const
@@ -189,6 +201,17 @@ TMapLines ReadTableFile(const std::filesystem::path& file, const TTableOptions& 
     const std::vector<u8> bytes = NSHarbryUtils::ReadWholeFile(file);
     const std::string_view view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     return ReadTable(DecodeTableText(view), options);
+}
+
+u32 CountLineEnds(std::u16string_view text)
+{
+    u32 count = 0;
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        if (text[i] == kLineFeed || (text[i] == kReturn && (i + 1 == text.size() || text[i + 1] != kLineFeed)))
+            ++count;
+    }
+    return count;
 }
 
 std::optional<i64> ReadLooseInteger(std::u16string_view text)

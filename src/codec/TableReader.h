@@ -50,6 +50,17 @@ struct TTableOptions
 inline constexpr TTableOptions kDefinitionTableOptions{.fTrimBlanks = false, .fUnquote = true};
 inline constexpr TTableOptions kMapTableOptions{.fTrimBlanks = true, .fUnquote = false};
 
+// A quoted run that holds line ends or has no partner. Such a run may swallow
+// lines that the author meant as rows, so tools that explain a file point at
+// it. Lines are counted from 0.
+struct TLongQuote
+{
+    u32 fLineIndex = 0;    // the index of the line that holds the run
+    u32 fPhysicalLine = 0; // the physical line where the run opens
+    u32 fLineEnds = 0;     // the line ends inside the run
+    bool fClosed = true;   // false: the run goes on to the end of the text
+};
+
 // The four passes over a decoded text, one kept line at a time, so that a
 // reader need not hold the whole table.
 class CTableLineSource
@@ -61,11 +72,19 @@ public:
     // end. line's strings are reused.
     bool Next(TMapLine& line);
 
+    // Information for tools that explain a file; it changes nothing of what
+    // Next gives. The physical line, from 0 and with every line end counted,
+    // also those inside quotes, where the line that Next gave last began.
+    u32 GetPhysicalLine() const { return fLinePhysicalStart; }
+    // The long quoted runs that the splitting has passed so far, in order.
+    const std::vector<TLongQuote>& GetLongQuotes() const { return fLongQuotes; }
+
 private:
     bool SplitLine(TMapLine& line);
     std::size_t SkipPlainText(std::size_t position) const;
     void SetColumn(TMapLine& line, std::size_t start, std::size_t end);
     bool EndLine(TMapLine& line);
+    void SkipQuotedRun();
 
     std::u16string_view fText;
     TTableOptions fOptions;
@@ -73,6 +92,9 @@ private:
     std::size_t fColumnCount = 0;
     u32 fLineIndex = 0;
     bool fFinished = false;
+    u32 fPhysicalLine = 0;
+    u32 fLinePhysicalStart = 0;
+    std::vector<TLongQuote> fLongQuotes;
 };
 
 // The four passes over a decoded text.
@@ -85,6 +107,10 @@ TText16 DecodeTableText(std::string_view bytes);
 // Reads the whole file and runs the four passes. Throws the file-system
 // failure of the read.
 TMapLines ReadTableFile(const std::filesystem::path& file, const TTableOptions& options);
+
+// The line ends of a text as pass 1 counts them outside quotes: LF, CR and
+// CR LF each end one line.
+u32 CountLineEnds(std::u16string_view text);
 
 // ---- Cells --------------------------------------------------------------------
 

@@ -41,7 +41,11 @@ TControlSurfacePtr MakeSurfaceFor(const TCodecSurfaceList& surfaces, const TText
 
 TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file)
 {
-    const TText16 text = ReadMapText(file);
+    return CheckMapText(surfaces, ReadMapText(file));
+}
+
+TMapCheckResult CheckMapText(const TCodecSurfaceList& surfaces, std::u16string_view text)
+{
     TMapCheckResult result;
     TText16 manufacturer;
     TText16 model;
@@ -55,6 +59,8 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
         result.fOutcome = EMapCheckOutcome::kHeaderFault;
         return result;
     }
+    result.fManufacturer = manufacturer;
+    result.fModel = model;
     const TControlSurfacePtr surface = MakeSurfaceFor(surfaces, manufacturer, model);
     if (!surface)
     {
@@ -63,11 +69,13 @@ TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::files
     }
     TControlSurfaceInfo info{};
     ThrowCodecResult(surface->IControlSurface_GetInfo(&info));
+    result.fItems = GetItemInfos(*surface);
+    result.fStateNames = *GetItemStateNames(*surface);
     const auto map = std::make_shared<VControlSurfaceMap>(GetRecordText(info.fManufacturer),
-                                                          GetRecordText(info.fModel), GetItemInfos(*surface));
+                                                          GetRecordText(info.fModel), result.fItems);
     try
     {
-        ReadMapFile(text, *map, *GetItemStateNames(*surface), result.fErrorText, &result.fFaults);
+        ReadMapFile(text, *map, result.fStateNames, result.fErrorText, &result.fFaults);
     }
     catch (const XBadFormat&)
     {

@@ -29,6 +29,13 @@ struct TMapCheckResult
     TMapFaultList fFaults;
     // The map of a sound file, for whoever wants to use it.
     std::shared_ptr<const VControlSurfaceMap> fMap;
+    // What the check learnt on its way, for tools that explain a fault: the
+    // surface that the header names, and that surface's items and their state
+    // names once a codec made it.
+    TText16 fManufacturer;
+    TText16 fModel;
+    std::shared_ptr<const TItemList> fItems;
+    TStateNames fStateNames;
 };
 
 // The one line of the log when no codec offers the file's surface.
@@ -38,6 +45,8 @@ inline constexpr std::u16string_view kMapIsOkAlert = u"[NOTE]Kinvar map is ok![C
 
 // Reads and proves the file. File-system failures and codec failures throw.
 TMapCheckResult CheckMapFile(const TCodecSurfaceList& surfaces, const std::filesystem::path& file);
+// The same for a file's text that the caller has read already.
+TMapCheckResult CheckMapText(const TCodecSurfaceList& surfaces, std::u16string_view text);
 
 // The command after its file dialog: a sound file gets the alert, a faulty
 // one its error text in the log and then XBadFormat for the command's own

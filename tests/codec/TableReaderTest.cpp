@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 namespace
 {
@@ -42,6 +44,21 @@ TEST(TableReader, SplitsFiltersAndCleansColumns)
     };
     for (const TTableCase& c : cases)
         EXPECT_EQ(ReadTable(c.fText, c.fOptions), c.fLines) << c.fName;
+}
+
+TEST(TableReader, TellsPhysicalLinesAndTheQuotedRunsThatHoldLineEnds)
+{
+    CTableLineSource source(u"// a \"long\r\ncomment\"\na\t\"b\r\nc\"\nd\te\"\n\n", {});
+    TMapLine line;
+    std::vector<std::pair<u32, u32>> lines; // index and physical line
+    while (source.Next(line))
+        lines.emplace_back(line.first, source.GetPhysicalLine());
+    EXPECT_EQ(lines, (std::vector<std::pair<u32, u32>>{{1, 2}, {2, 4}}));
+    std::vector<std::tuple<u32, u32, u32, bool>> quotes;
+    for (const TLongQuote& quote : source.GetLongQuotes())
+        quotes.emplace_back(quote.fLineIndex, quote.fPhysicalLine, quote.fLineEnds, quote.fClosed);
+    EXPECT_EQ(quotes, (std::vector<std::tuple<u32, u32, u32, bool>>{{0, 0, 1, true}, {1, 2, 1, true}, {2, 4, 2, false}}));
+    EXPECT_EQ(CountLineEnds(u"a\r\nb\rc\n\r"), 4u);
 }
 
 TEST(TableDecoding, DropsTheByteOrderMarkAndReplacesBadBytes)

@@ -14,7 +14,8 @@ namespace
 const std::string kExamples =
     std::string(BRASSFOLD_SOURCE_DIR) + "/examples/Thistlemarrow Software/Kinvar/Codecs/MIDI Codecs/";
 
-// A definition of one item of type value, range -32768 to 32767, with one rule.
+// A definition of one item of type value, with one rule. The item takes every
+// 32-bit value, so that the host would refuse none of the values decoded.
 std::string OneRuleDefinition(const std::string& pattern, const std::string& value1, const std::string& value2,
                               const std::string& value3)
 {
@@ -24,7 +25,7 @@ std::string OneRuleDefinition(const std::string& pattern, const std::string& val
            "Control Surface Model\tProbe\n"
            "Codec Version\t1.0.0\n"
            "Item Header\tName\tType\tMin\tMax\n"
-           "Item\tValue\tvalue\t-32768\t32767\n"
+           "Item\tValue\tvalue\t-2147483648\t2147483647\n"
            "Map Header\tPattern\tName\tValue1\tValue2\tValue3\n"
            "Map\t" +
            pattern + "\tValue\t" + value1 + "\t" + value2 + "\t" + value3 + "\t\n";
@@ -85,7 +86,7 @@ TEST(CheckToolDefinition, AcceptsTheBundledExamples)
                                     kExamples + "Loambridge Tessera 16.midicodec",
                                     kExamples + "Harrowgate Wheelhouse 8.midicodec"});
     EXPECT_EQ(result.fExitCode, 0) << result.fOut << result.fError;
-    EXPECT_NE(result.fOut.find("Loambridge Tessera 16.midicodec: Loambridge, Tessera 16, 20 items\n"),
+    EXPECT_NE(result.fOut.find("Loambridge Tessera 16.midicodec: Loambridge, Tessera 16, 20 items, 54 rules\n"),
               std::string::npos)
         << result.fOut;
 }
@@ -102,17 +103,21 @@ TEST(CheckToolDefinition, PrintsTheScansMessageForARefusedFile)
     const TRunResult result =
         RunTool("brassfold-check", {"definition", good.string(), version.string(), pattern.string()});
     EXPECT_EQ(result.fExitCode, 1);
-    EXPECT_EQ(result.fOut, good.string() + ": Acme, Probe, 1 item\n"
+    EXPECT_EQ(result.fOut, good.string() + ": Acme, Probe, 1 item, 1 rule\n"
                            "Failed to read .midicodec file: version.midicodec\n"
                            "Line  2: Missing: File Format Version.\n"
+                           "  its value is \"1.0.1\"; the only version is 1.0.0\n"
                            "Failed to read .midicodec file: pattern.midicodec\n"
-                           "Error:Map error: Bad message length pattern.midicodec(11)\n");
+                           "Error:Map error: Bad message length pattern.midicodec(11)\n"
+                           "  in the pattern \"12 3\"\n");
 
     const TRunResult gcc = RunTool("brassfold-check", {"--format", "gcc", "definition", good.string(),
                                                        version.string(), pattern.string()});
     EXPECT_EQ(gcc.fExitCode, 1);
-    EXPECT_EQ(gcc.fOut, version.string() + ":2: error: Missing: File Format Version.\n" + pattern.string() +
-                            ":11: error: Map error: Bad message length\n");
+    EXPECT_EQ(gcc.fOut, version.string() + ":2: error: Missing: File Format Version.\n" + version.string() +
+                            ":2: note: its value is \"1.0.1\"; the only version is 1.0.0\n" + pattern.string() +
+                            ":11: error: Map error: Bad message length\n" + pattern.string() +
+                            ":11: note: in the pattern \"12 3\"\n");
 }
 
 TEST(CheckToolDecode, RefusesABrokenFileWithTheScansMessage)
@@ -122,7 +127,8 @@ TEST(CheckToolDecode, RefusesABrokenFileWithTheScansMessage)
     const TRunResult result = RunTool("brassfold-check", {"decode", file.string(), "B0 00"});
     EXPECT_EQ(result.fExitCode, 1);
     EXPECT_EQ(result.fOut, "Failed to read .midicodec file: broken.midicodec\n"
-                           "Error:Map error: Nested <:s broken.midicodec(9)\n");
+                           "Error:Map error: Nested <:s broken.midicodec(9)\n"
+                           "  in the pattern \"<<\"\n");
 }
 
 TEST(CheckToolUsage, EndsWithExitCode2)

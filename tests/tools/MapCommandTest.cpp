@@ -52,16 +52,24 @@ TEST_F(MapCommand, PrintsTheErrorTextAsTheLogGetsIt)
         {{"map", map, "--midicodec", qf8}, 1,
          "Map File Errors:\n"
          "Line  7: Map entry with unknown control surface item.\n"
+         "  no item is named \"Fader 9\"; did you mean \"Fader 1\"?\n"
          "Line  8: Map entry with note number for non-keyboard control surface item.\n"
-         "Line  9: Undefined command.\n"},
+         "  the key is \"C3\"; the item \"Fader 1\" is no keyboard\n"
+         "Line  9: Undefined command.\n"
+         "  the command is \"Bogus\"\n"},
         {{"map", map, "--codecs", kCodecs, "--format", "gcc"}, 1,
          map + ":7: error: Map entry with unknown control surface item.\n" + map +
+             ":7: note: no item is named \"Fader 9\"; did you mean \"Fader 1\"?\n" + map +
              ":8: error: Map entry with note number for non-keyboard control surface item.\n" + map +
-             ":9: error: Undefined command.\n"},
-        {{"map", badHeader, "--codecs", kCodecs}, 1, "Line  2: Missing: File Format Version.\n"},
+             ":8: note: the key is \"C3\"; the item \"Fader 1\" is no keyboard\n" + map +
+             ":9: error: Undefined command.\n" + map + ":9: note: the command is \"Bogus\"\n"},
+        {{"map", badHeader, "--codecs", kCodecs}, 1,
+         "Line  2: Missing: File Format Version.\n  its value is \"9\"; the only version is 1.0.0\n"},
         // A map for a surface that no definition offers.
         {{"map", map, "--midicodec", kCodecs + "/Loambridge Tessera 16.midicodec"}, 2,
-         "The codec for this map file has not been loaded yet!\n"},
+         "The codec for this map file has not been loaded yet!\n"
+         "  the map is for \"Quillfeather Instruments\" \"QF-8 Fader Box\"; the codecs offer \"Loambridge\" "
+         "\"Tessera 16\"\n"},
     };
     for (const auto& c : cases)
     {

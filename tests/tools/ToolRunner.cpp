@@ -27,14 +27,11 @@ std::string Quoted(const std::string& text)
         c == '\'' ? quoted.append("'\\''") : quoted.append(1, c); // appends keep GCC 12 quiet
     return quoted.append("'");
 }
-} // namespace
 
-TRunResult RunTool(const std::string& program, const std::vector<std::string>& arguments, const std::string& input)
+// Runs a command line of the shell, standard input from input.
+TRunResult RunCommand(std::string command, const std::string& input)
 {
     const CScratchFolder scratch;
-    std::string command = Quoted(std::string(BRASSFOLD_BINARY_DIR) + "/bin/" + program);
-    for (const auto& argument : arguments)
-        command.append(" ").append(Quoted(argument));
     const auto out = scratch.Write("out", "");
     const auto error = scratch.Write("error", "");
     command.append(" <").append(Quoted(scratch.Write("in", input))).append(" >").append(Quoted(out));
@@ -43,6 +40,21 @@ TRunResult RunTool(const std::string& program, const std::vector<std::string>& a
     if (status == -1)
         throw std::runtime_error("cannot run " + command);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(error)};
+}
+} // namespace
+
+TRunResult RunTool(const std::string& program, const std::vector<std::string>& arguments, const std::string& input)
+{
+    std::string command = Quoted(std::string(BRASSFOLD_BINARY_DIR) + "/bin/" + program);
+    for (const auto& argument : arguments)
+        command.append(" ").append(Quoted(argument));
+    return RunCommand(command, input);
+}
+
+TRunResult RunShell(const std::string& commandLine, const std::filesystem::path& folder)
+{
+    const std::string path = "PATH=" + Quoted(std::string(BRASSFOLD_BINARY_DIR) + "/bin") + ":\"$PATH\"";
+    return RunCommand("cd " + Quoted(folder.string()) + " && " + path + " sh -c " + Quoted(commandLine), {});
 }
 
 } // namespace NSToolTesting

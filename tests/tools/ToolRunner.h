@@ -20,6 +20,10 @@ struct TRunResult
 TRunResult RunTool(const std::string& program, const std::vector<std::string>& arguments,
                    const std::string& input = {});
 
+// Runs a shell command line in folder, with bin/ of the build first on the
+// path, as a reader of the docs types it.
+TRunResult RunShell(const std::string& commandLine, const std::filesystem::path& folder);
+
 // A fresh folder below the temporary folder, removed with everything in it.
 using CScratchFolder = NSTesting::CTempFolder;
 } // namespace NSToolTesting

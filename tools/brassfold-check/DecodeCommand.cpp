@@ -1,19 +1,24 @@
-// brassfold-check decode FILE [MESSAGE...]
+// brassfold-check decode FILE [MESSAGE...] [--identity]
 //
 // Creates the file's surface through the generic codec, with an input handler,
 // and hands it each message in order on input port 0: the MESSAGE arguments
 // (hex bytes such as "B0 07 40"), or else one message per line of standard
 // input. Each input that the surface passes on prints one line: item name,
-// fValue1, fValue2, fValue3, TAB between them, in decimal.
+// fValue1, fValue2, fValue3, TAB between them, in decimal; an input that the
+// host would refuse is warned about. With --identity each message first gets
+// a line that tells whether it matches the file's "Identity Response".
 
+#include "Assertions.h"
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "Diagnostics.h"
+#include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
 
 #include "codec/CodecSupport.h"
-#include "foundation/TextPackage.h"
 
+#include <deque>
 #include <istream>
 #include <optional>
 #include <ostream>
@@ -23,6 +28,11 @@ namespace NSCheckTool
 namespace
 {
 using namespace NSKinvarCodec;
+using NSGenericMidiCodec::CGenericMidiCodecConfig;
+
+constexpr const char* kIdentityOption = "--identity";
+// A rule may span this many messages of one port.
+constexpr std::size_t kMessagesPerRule = 3;
 
 // Pairs of hex digits, blanks and TABs anywhere between the digits.
 std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
@@ -33,13 +43,7 @@ std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
     {
         if (c == ' ' || c == '\t' || c == '\r')
             continue;
-        int digit = -1;
-        if (c >= '0' && c <= '9')
-            digit = c - '0';
-        else if (c >= 'a' && c <= 'f')
-            digit = c - 'a' + 10;
-        else if (c >= 'A' && c <= 'F')
-            digit = c - 'A' + 10;
+        const int digit = NSGenericMidiCodec::HexDigitValue(char16(static_cast<unsigned char>(c)));
         if (digit < 0)
             return std::nullopt;
         if (high < 0)
@@ -55,45 +59,74 @@ std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
     return bytes;
 }
 
-// Prints each input as it comes.
-class CPrintingInputHandler : public IControlSurfaceInputHandler
+// Keeps the inputs of one message, for the decoder to print and judge.
+class CInputCollector : public IControlSurfaceInputHandler
 {
 public:
-    CPrintingInputHandler(std::ostream& out, const TItemInfoList& items) : fOut(out), fItems(items) {}
+    std::vector<TItemInput> fInputs;
 
     u32 IControlSurfaceInputHandler_HandleInput(IControlSurface*, const TItemInput* input) override
     {
-        const std::string name = input->fItemIndex < fItems.size()
-                                     ? NSTextPackage::UTF8FromText16(GetRecordText(fItems[input->fItemIndex].fName))
-                                     : std::string("#").append(std::to_string(input->fItemIndex));
-        fOut << name << '\t' << input->fValue1 << '\t' << input->fValue2 << '\t' << input->fValue3 << '\n';
+        fInputs.push_back(*input);
         return NSKinvarCodec::kCodecOK;
     }
-
-private:
-    std::ostream& fOut;
-    const TItemInfoList& fItems;
 };
+
+// What the host would object to in an input, or nothing: the host's own
+// check decides, the words are the tool's.
+std::optional<std::string> HostObjection(const TItemInput& input, const TItemInfo& info, std::size_t& column)
+{
+    {
+        const CHeldAssertions silent(CHeldAssertions::EKind::kSilent);
+        if (IsItemInputValid(input, info))
+            return std::nullopt;
+    }
+    column = 0;
+    const auto outside = [](const char* what, i64 value, i64 low, i64 high) {
+        return std::string(what) + " " + std::to_string(value) + ", outside " + std::to_string(low) + " to " +
+               std::to_string(high);
+    };
+    switch (info.fInputKind)
+    {
+    case kInputDelta:
+        return "a step of 0";
+    case kInputKeyboard:
+        if (input.fValue1 < 0 || input.fValue1 > 1)
+            return outside("the key state", input.fValue1, 0, 1);
+        column = input.fValue2 < 0 || input.fValue2 > 127 ? 1 : 2;
+        return column == 1 ? outside("the key", input.fValue2, 0, 127)
+                           : outside("the velocity", input.fValue3, 0, 127);
+    default:
+        return outside("the value", input.fValue1, info.fMin, info.fMax);
+    }
+}
 
 class CDecoder
 {
 public:
-    CDecoder(TCommandContext& context, const std::string& file) : fContext(context), fFile(file) {}
+    CDecoder(TCommandContext& context, const std::string& file, const TDefinitionCheck& check)
+        : fContext(context), fFile(file), fConfig(*check.fConfig), fLayout(LayoutOf(fConfig, check.fRows))
+    {
+    }
 
     int Run()
     {
         TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {fFile}}),
                         codec_deleter());
-        const auto infos = GetControlSurfacesForCodec(codec, {});
+        std::vector<TControlSurfaceInfo> infos;
+        {
+            // The scan reads the file again: what its read asserted was shown.
+            const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
+            infos = GetControlSurfacesForCodec(codec, {});
+        }
         if (infos.empty())
             return UsageError(fContext, fFile + ": no surface model");
         u32 status = NSKinvarCodec::kCodecOK;
         TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
-        const auto items = GetItemInfos(*surface);
-        CPrintingInputHandler handler(fContext.fOut, *items);
-        ThrowCodecResult(surface->IControlSurface_SetInputHandler(&handler));
+        fItems = GetItemInfos(*surface);
+        ThrowCodecResult(surface->IControlSurface_SetInputHandler(&fInputs));
         const int result = Feed(*surface);
         ThrowCodecResult(surface->IControlSurface_SetInputHandler(nullptr));
         return result;
@@ -133,14 +166,24 @@ private:
             UsageError(fContext, problem);
             return false;
         }
+        if (fContext.HasOption(kIdentityOption))
+            fContext.fOut << "Identity Response\t"
+                          << (NSGenericMidiCodec::MatchesIdentityMask(fConfig.fIdentityResponse, bytes->data(),
+                                                                      u32(bytes->size()))
+                                  ? "match\n"
+                                  : "no match\n");
+        RememberMessage(*bytes);
         TMIDIEvent event{};
         event.fSize = u32(bytes->size());
         std::copy(bytes->begin(), bytes->end(), event.fData);
         CCodecTextGetter messages;
+        fInputs.fInputs.clear();
         const u32 status = surface.IControlSurface_HandleMIDIEvent(&event, 0, messages);
+        for (const TItemInput& input : fInputs.fInputs)
+            Print(input);
         fContext.fOut.flush();
         if (messages.HasText())
-            fContext.fError << NSTextPackage::UTF8FromText16(messages.GetText()) << "\n";
+            fContext.fError << UTF8(messages.GetText()) << "\n";
         if (status != NSKinvarCodec::kCodecOK)
         {
             fContext.fError << "brassfold-check: the surface failed on \"" << text << "\" with status " << status
@@ -150,8 +193,63 @@ private:
         return true;
     }
 
+    void RememberMessage(const std::vector<u8>& bytes)
+    {
+        fRecent.push_back(bytes);
+        if (fRecent.size() > kMessagesPerRule)
+            fRecent.pop_front();
+    }
+
+    void Print(const TItemInput& input)
+    {
+        const bool known = input.fItemIndex < fItems->size();
+        const std::string name = known ? UTF8(GetRecordText((*fItems)[input.fItemIndex].fName))
+                                       : std::string("#").append(std::to_string(input.fItemIndex));
+        fContext.fOut << name << '\t' << input.fValue1 << '\t' << input.fValue2 << '\t' << input.fValue3 << '\n';
+        std::size_t column = 0;
+        const auto objection = known ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
+        if (!objection)
+            return;
+        const TRow* rule = FindRuleRow(input);
+        const TRow* row = rule != nullptr ? rule : fLayout.fItemRows.at(input.fItemIndex);
+        std::string note = "the host drops such an input";
+        if (rule != nullptr && rule->fFields.size() > 3 + column)
+            note = "Value" + std::to_string(column + 1) + " " + Quoted(rule->fFields[3 + column]) +
+                   " of the rule on this line gives it; " + note;
+        Report(fContext, {ESeverity::kWarning, fFile, row->fPhysical,
+                          Quoted(GetRecordText((*fItems)[input.fItemIndex].fName)) + " gets " + *objection +
+                              ", which the host refuses",
+                          note, {}});
+    }
+
+    // The rule of the input's item that makes its values from the last
+    // messages, as the surface joins them; null when none does.
+    const TRow* FindRuleRow(const TItemInput& input) const
+    {
+        const auto& rules = fConfig.fItems.at(input.fItemIndex).fRules;
+        for (std::size_t rule = 0; rule < rules.size() && rule < fLayout.fRuleRows[input.fItemIndex].size(); ++rule)
+        {
+            for (std::size_t count = 1; count <= fRecent.size(); ++count)
+            {
+                std::vector<u8> joined;
+                for (auto message = fRecent.end() - std::ptrdiff_t(count); message != fRecent.end(); ++message)
+                    joined.insert(joined.end(), message->begin(), message->end());
+                i64 values[3] = {};
+                if (rules[rule].Match(joined.data(), u32(joined.size()), values[0], values[1], values[2]) &&
+                    values[0] == input.fValue1 && values[1] == input.fValue2 && values[2] == input.fValue3)
+                    return fLayout.fRuleRows[input.fItemIndex][rule];
+            }
+        }
+        return nullptr;
+    }
+
     TCommandContext& fContext;
     std::string fFile;
+    const CGenericMidiCodecConfig& fConfig;
+    TDefinitionLayout fLayout;
+    std::shared_ptr<TItemInfoList> fItems;
+    CInputCollector fInputs;
+    std::deque<std::vector<u8>> fRecent;
     int fResult = kExitOK;
 };
 
@@ -162,15 +260,15 @@ int RunDecode(TCommandContext& context)
     const std::string& file = context.fArguments[0];
     if (!IsReadableFile(context, file))
         return kExitUsage;
-    const NSGenericMidiCodec::TDefinitionReadResult result = NSGenericMidiCodec::ReadDefinitionFile(file);
-    if (!result.fConfig)
-    {
-        PrintRefusal(context, file, result);
+    const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);
+    ReportDefinitionWarnings(context, file, check.fRows, check.fConfig ? &*check.fConfig : nullptr);
+    if (!check.fConfig)
         return kExitRefused;
-    }
-    return CDecoder(context, file).Run();
+    if (context.HasOption(kIdentityOption) && check.fConfig->fIdentityResponse.empty())
+        return UsageError(context, file + " has no \"Identity Response\" row to match");
+    return CDecoder(context, file, check).Run();
 }
 
-const CCommandRegistration gRegistration({"decode", "FILE [MESSAGE...]", &RunDecode});
+const CCommandRegistration gRegistration({"decode", "FILE [MESSAGE...] [--identity]", &RunDecode, {{kIdentityOption, nullptr}}});
 } // namespace
 } // namespace NSCheckTool

@@ -1,15 +1,14 @@
 // brassfold-check definition FILE...
 //
 // Reads each definition file as the generic codec's scan does. A refused file
-// prints the scan's message; an accepted one its manufacturer, model and item
-// count.
+// prints the scan's message; an accepted one its manufacturer, model, item
+// count and rule count. Then the warnings of the file.
 
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
-
-#include "foundation/TextPackage.h"
 
 #include <ostream>
 
@@ -22,10 +21,9 @@ void PrintAccepted(TCommandContext& context, const std::string& file,
 {
     if (context.fFormat == EOutputFormat::kGcc)
         return; // editors want faults only
-    const std::size_t count = config.fItems.size();
-    context.fOut << file << ": " << NSTextPackage::UTF8FromText16(config.fManufacturer) << ", "
-                 << NSTextPackage::UTF8FromText16(config.fModel) << ", " << count
-                 << (count == 1 ? " item" : " items") << "\n";
+    const std::size_t rules = RuleCount(config);
+    context.fOut << file << ": " << UTF8(config.fManufacturer) << ", " << UTF8(config.fModel) << ", "
+                 << CountOf(config.fItems.size(), "item", "items") << ", " << CountOf(rules, "rule", "rules") << "\n";
 }
 
 int RunDefinition(TCommandContext& context)
@@ -40,15 +38,12 @@ int RunDefinition(TCommandContext& context)
             exitCode = kExitUsage;
             continue;
         }
-        const NSGenericMidiCodec::TDefinitionReadResult result = NSGenericMidiCodec::ReadDefinitionFile(file);
-        if (result.fConfig)
-        {
-            PrintAccepted(context, file, *result.fConfig);
-            continue;
-        }
-        PrintRefusal(context, file, result);
-        if (exitCode == kExitOK)
+        const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);
+        if (check.fConfig)
+            PrintAccepted(context, file, *check.fConfig);
+        else if (exitCode == kExitOK)
             exitCode = kExitRefused;
+        ReportDefinitionWarnings(context, file, check.fRows, check.fConfig ? &*check.fConfig : nullptr);
     }
     return exitCode;
 }

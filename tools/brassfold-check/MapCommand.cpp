@@ -4,12 +4,16 @@
 // against the surface models of the generic codec over one definition file or
 // over the definition files below a folder. Prints "Kinvar map is ok!", or the
 // error text exactly as the workbench's log receives it, or the one line that
-// says that no loaded codec offers the file's surface.
+// says that no loaded codec offers the file's surface; then the warnings.
 
+#include "Assertions.h"
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "Diagnostics.h"
+#include "MapReport.h"
 
 #include "codec/CodecSupport.h"
+#include "foundation/FileHandling.h"
 #include "foundation/TextPackage.h"
 #include "foundation/TextResource.h"
 #include "generic/GenericMidiCodec.h"
@@ -24,7 +28,8 @@ namespace NSCheckTool
 {
 namespace
 {
-using NSTextPackage::UTF8FromText16;
+constexpr const char* kDefinitionOption = "--midicodec";
+constexpr const char* kFolderOption = "--codecs";
 
 struct TMapArguments
 {
@@ -34,75 +39,59 @@ struct TMapArguments
 
 std::optional<TMapArguments> ReadArguments(TCommandContext& context, std::string& problem)
 {
-    const auto& arguments = context.fArguments;
     TMapArguments result;
-    bool placesGiven = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i)
+    if (context.fArguments.size() != 1 || context.fOptions.size() != 1)
     {
-        const std::string& argument = arguments[i];
-        const bool option = argument == "--midicodec" || argument == "--codecs";
-        if (option && (placesGiven || i + 1 >= arguments.size()))
-        {
-            problem = placesGiven ? "map takes one --midicodec FILE or --codecs DIR"
-                                  : argument + " needs a " + (argument == "--codecs" ? "DIR" : "FILE");
-            return std::nullopt;
-        }
-        if (argument == "--midicodec")
-            result.fPlaces.fFiles.emplace_back(arguments[++i]);
-        else if (argument == "--codecs")
-            result.fPlaces.fFolders.emplace_back(arguments[++i]);
-        else if (result.fMapFile.empty() && !argument.starts_with("--"))
-            result.fMapFile = argument;
-        else
-        {
-            problem = "map: unexpected argument \"" + argument + "\"";
-            return std::nullopt;
-        }
-        placesGiven = placesGiven || option;
-    }
-    if (result.fMapFile.empty() || !placesGiven)
-    {
-        problem = "map needs MAPFILE and --midicodec FILE or --codecs DIR";
+        problem = context.fOptions.size() > 1 ? "map takes one --midicodec FILE or --codecs DIR"
+                                              : "map needs MAPFILE and --midicodec FILE or --codecs DIR";
         return std::nullopt;
     }
+    result.fMapFile = context.fArguments[0];
+    const auto& [option, value] = context.fOptions[0];
+    if (option == kDefinitionOption)
+        result.fPlaces.fFiles.emplace_back(value);
+    else
+        result.fPlaces.fFolders.emplace_back(value);
     return result;
 }
 
-// The models of the generic codec over the places. Files that its scan
-// refuses are told on the error stream, as the workbench tells them in its log.
+// The definition files of the places, in the order of the codec's scan.
+std::vector<std::filesystem::path> DefinitionFilesOf(const NSGenericMidiCodec::TScanPlaces& places)
+{
+    struct CCollector : NSHarbryExtras::IDirScannerHandler
+    {
+        void IDirScannerHandler_FileFound(const NSHarbryExtras::TDirItem& item) override
+        {
+            if (NSGenericMidiCodec::IsDefinitionFileName(item.fPath))
+                fFiles.push_back(item.fPath);
+        }
+        bool IDirScannerHandler_FolderFound(const NSHarbryExtras::TDirItem& item) override { return item.fFlags != 0; }
+        std::vector<std::filesystem::path> fFiles;
+    } collector;
+    for (const auto& folder : places.fFolders)
+        WalkFolder(folder, collector);
+    collector.fFiles.insert(collector.fFiles.end(), places.fFiles.begin(), places.fFiles.end());
+    return collector.fFiles;
+}
+
+// The models of the generic codec over the places. The definition files that
+// it refuses are told on the error stream, as the workbench tells them in its
+// log, each with the line that names its cause.
 TCodecSurfaceList LoadSurfaces(TCommandContext& context, const NSGenericMidiCodec::TScanPlaces& places)
 {
+    for (const auto& file : DefinitionFilesOf(places))
+        CheckDefinition(context, file.string(), ERefusalStream::kError);
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
-    const auto infos = GetControlSurfacesForCodec(codec, [&](const TText16& text) { context.fError << UTF8FromText16(text); });
+    std::vector<NSKinvarCodec::TControlSurfaceInfo> infos;
+    {
+        // The scan reads those files again: its refusals and assertions were shown.
+        const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
+        infos = GetControlSurfacesForCodec(codec, {});
+    }
     TCodecSurfaceList surfaces;
     for (const auto& info : infos)
         surfaces.emplace_back(codec, info);
     return surfaces;
-}
-
-int Report(TCommandContext& context, const std::string& file, const NSKinvar::TMapCheckResult& result)
-{
-    using NSKinvar::EMapCheckOutcome;
-    const bool gcc = context.fFormat == EOutputFormat::kGcc;
-    switch (result.fOutcome)
-    {
-    case EMapCheckOutcome::kGood:
-        if (!gcc)
-            context.fOut << "Kinvar map is ok!\n";
-        return kExitOK;
-    case EMapCheckOutcome::kCodecNotLoaded:
-        (gcc ? context.fOut << file << ":1: error: " : context.fOut)
-            << UTF8FromText16(NSKinvar::kCodecNotLoadedText) << "\n";
-        return kExitUsage;
-    case EMapCheckOutcome::kFaulty:
-    case EMapCheckOutcome::kHeaderFault:
-        if (!gcc)
-            context.fOut << UTF8FromText16(result.fErrorText);
-        for (const NSKinvar::TMapFault& fault : gcc ? result.fFaults : NSKinvar::TMapFaultList())
-            context.fOut << file << ":" << fault.fLine << ": error: " << UTF8FromText16(fault.fMessage) << "\n";
-        return kExitRefused;
-    }
-    return kExitRefused;
 }
 
 int RunMap(TCommandContext& context)
@@ -124,19 +113,23 @@ int RunMap(TCommandContext& context)
     }
     LoadTextResource(2000);
     const TCodecSurfaceList surfaces = LoadSurfaces(context, arguments->fPlaces);
-    const NSKinvar::TMapCheckResult result = NSKinvar::CheckMapFile(surfaces, arguments->fMapFile);
-    const int exitCode = Report(context, arguments->fMapFile, result);
+    const TText16 text = NSKinvar::ReadMapText(arguments->fMapFile);
+    const NSKinvar::TMapCheckResult result = NSKinvar::CheckMapText(surfaces, text);
+    const CFileRows rows = ReadMapRows(text, result.fFaults);
+    const int exitCode = ReportMapCheck(context, arguments->fMapFile, result, rows, surfaces);
+    ReportMapWarnings(context, arguments->fMapFile, rows);
     if (result.fMap)
     {
         // A large map is many small blocks: the process hands them back to
         // the system at once, faster than freeing them one by one.
         context.fOut.flush();
         context.fError.flush();
-        std::_Exit(exitCode);
+        std::_Exit(WithWarnings(context, exitCode));
     }
     return exitCode;
 }
 
-const CCommandRegistration gRegistration({"map", "MAPFILE (--midicodec FILE | --codecs DIR)", &RunMap});
+const CCommandRegistration gRegistration({"map", "MAPFILE (--midicodec FILE | --codecs DIR)", &RunMap,
+                                          {{kDefinitionOption, "FILE"}, {kFolderOption, "DIR"}}});
 } // namespace
 } // namespace NSCheckTool
