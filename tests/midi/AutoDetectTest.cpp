@@ -1,5 +1,4 @@
-// Auto-detection: the run over the models, the prober's ports, the port maps,
-// and the buffering input ports.
+// Auto-detection: the run over the models, the prober's ports and the port maps.
 
 #include "midi/AutoDetect.h"
 
@@ -9,7 +8,6 @@
 #include "codec/CodecSupport.h"
 #include "foundation/Exceptions.h"
 #include "foundation/LogText.h"
-#include "midi/TonewellLibrary.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +19,6 @@ using namespace NSKinvarCodec;
 using namespace NSKinvarSetupUtils;
 using namespace NSMIDITesting;
 using NSMIDIHub::CMIDIHub;
-using NSMIDIHub::CMIDIInPort;
 using NSMIDIHub::CMIDIPortSpec;
 
 namespace
@@ -235,50 +232,4 @@ TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
     EXPECT_NE(TText16::npos, TakePendingLog().find(u"the box did not answer"));
     EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
 }
-
-class LoopbackProbeTest : public testing::Test
-{
-protected:
-    NSTonewell::CTonewellLibrary fLibrary{{NSTonewell::EBackend::kLoopback}};
-    CMIDIHub fHub{fLibrary};
-    CMIDIPortSpec fInA = FindPortNamed(fHub.GetInPorts(), u"Loopback A");
-    CMIDIPortSpec fOutA = FindPortNamed(fHub.GetOutPorts(), u"Loopback A");
-    CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
-};
-
-// The buffer takes what the codec boundary takes, clock included, and keeps
-// the first 1000 when nobody reads. A receiver that listens ahead of the
-// buffer tells when the buffer has had a batch: it sees the message behind
-// the batch only after the buffer has taken the batch.
-TEST_F(LoopbackProbeTest, BufferingPortsKeepWhatACodecCanTake)
-{
-    CRecordingReceiver ahead;
-    CMIDIInPort watch(fHub, fInA, &ahead);
-    auto sender = fHub.GetSender(fOutA);
-    const TBinary behind{0xFC};
-    {
-        CBufferingMIDIInPort port(fHub, fInA);
-        for (const TBinary& message : {MakeSysex(1025), MakeSysex(1024), TBinary{0xF8}, behind})
-            sender->Send(nullptr, message);
-        ASSERT_TRUE(ahead.WaitForCount(4));
-        const std::vector<TMIDIEvent> events = port.TakeEvents();
-        ASSERT_GE(events.size(), 2u);
-        EXPECT_EQ(1024u, events[0].fSize);
-        EXPECT_EQ(MakeSysex(1024), TBinary(events[0].fData, events[0].fData + 1024));
-        EXPECT_EQ(3u, events[1].fSize);
-        EXPECT_EQ(0xF8, events[1].fData[0]);
-        EXPECT_NE(0u, events[1].fTime);
-    }
-    CBufferingMIDIInPort port(fHub, fInA);
-    for (int i = 0; i < 1100; ++i)
-        sender->Send(nullptr, {0x90, static_cast<u8>(i & 0x7F), static_cast<u8>(i >> 7)});
-    sender->Send(nullptr, behind);
-    ASSERT_TRUE(ahead.WaitForCount(4 + 1101));
-    const std::vector<TMIDIEvent> events = port.TakeEvents();
-    ASSERT_EQ(CBufferingMIDIInPort::kCapacity, events.size());
-    EXPECT_EQ(0x00, events.front().fData[1]);
-    EXPECT_EQ(999 & 0x7F, events.back().fData[1]);
-    EXPECT_EQ(999 >> 7, events.back().fData[2]);
-}
-
 } // namespace
