@@ -69,20 +69,8 @@ std::size_t CDebugCapture::LineCount() const { return gDebugLines.size(); }
 CLogCapture::CLogCapture() { TakePendingLog(); }
 TText16 CLogCapture::Text() { return TakePendingLog(); }
 
-namespace
-{
-CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    ADD_FAILURE() << "no loopback port";
-    return {};
-}
-} // namespace
-
-CMIDIPortSpec InPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetInPorts(), cable); }
-CMIDIPortSpec OutPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetOutPorts(), cable); }
+CMIDIPortSpec InPort(const char16_t* cable) { return NSMIDITesting::FindPortNamed(NSMIDIHub::GetMIDIHub().GetInPorts(), cable); }
+CMIDIPortSpec OutPort(const char16_t* cable) { return NSMIDITesting::FindPortNamed(NSMIDIHub::GetMIDIHub().GetOutPorts(), cable); }
 
 CMIDIPortSpec MissingPort(bool input)
 {
@@ -95,24 +83,13 @@ u32 CFakeVistal::IVistal_PostCustomEvent(u32 event, u32 data)
     EXPECT_EQ(kInputEvent, event);
     EXPECT_EQ(0u, data);
     ++fPostCount;
-    return fPostStatus;
+    return kVistalOK;
 }
 
 u32 CFakeVistal::IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener)
 {
     fOpenRequests.push_back(request);
     return listener.IOpenDialogListener_Chosen(fFilesToChoose);
-}
-
-u32 CFakeVistal::IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags)
-{
-    TWindow& window = *fWindows.emplace_back(std::make_unique<TWindow>());
-    window.fType = windowType;
-    window.fFlags = flags;
-    IDocumentWindowBehavior* behavior = nullptr;
-    const u32 status = creator.IDocumentWindowCreator_Create(window, &behavior);
-    window.fBehavior.reset(behavior);
-    return status;
 }
 
 namespace

@@ -84,30 +84,15 @@ public:
     }
     u32 IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener) override;
     u32 IVistal_Yield() override { return kVistalOK; }
-    u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags) override;
+    u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator&, u32, u32) override { return kVistalOK; }
 
     // Posts may come on MIDI threads.
     std::atomic<std::size_t> fPostCount{0};
-    std::atomic<u32> fPostStatus{kVistalOK};
     u32 fQuitStatus = kVistalOK;
     int fUpdateCount = 0;
     std::vector<TOpenDialogRequest> fOpenRequests;
     // What the open dialogs answer; empty: cancelled.
     std::vector<std::filesystem::path> fFilesToChoose;
-
-    struct TWindow final : public IVistalWindow
-    {
-        u32 IVistalWindow_Close() override
-        {
-            ++fCloseCount;
-            return kVistalOK;
-        }
-        u32 fType = 0;
-        u32 fFlags = 0;
-        int fCloseCount = 0;
-        std::unique_ptr<IDocumentWindowBehavior> fBehavior;
-    };
-    std::vector<std::unique_ptr<TWindow>> fWindows;
 };
 
 // Records the calls in order (a panel with its ports); the one named in fThrowIn throws. A panel's surface is started through the
