@@ -1,7 +1,8 @@
 // brassfold-check decode FILE [MESSAGE...] [--identity]
 //
-// Creates the file's surface through the generic codec, with an input handler,
-// and hands it each message in order on input port 0: the MESSAGE arguments
+// Creates the file's surface through the generic codec, or a script's first
+// model through the scripted codec host, with an input handler, and hands it
+// each message in order on input port 0: the MESSAGE arguments
 // (hex bytes such as "B0 07 40"), or else one message per line of standard
 // input. Each input that the surface passes on prints one line: item name,
 // fValue1, fValue2, fValue3, TAB between them, in decimal; an input that the
@@ -12,6 +13,7 @@
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
 #include "Diagnostics.h"
+#include "ScriptCodec.h"
 #include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
@@ -105,9 +107,12 @@ class CDecoder
 {
 public:
     CDecoder(TCommandContext& context, const std::string& file, const TDefinitionCheck& check)
-        : fContext(context), fFile(file), fConfig(*check.fConfig), fLayout(LayoutOf(fConfig, check.fRows))
+        : fContext(context), fFile(file), fConfig(&*check.fConfig), fLayout(LayoutOf(*fConfig, check.fRows))
     {
     }
+
+    // A script's: the host's objections to an input are its own errors.
+    CDecoder(TCommandContext& context, const std::string& file) : fContext(context), fFile(file) {}
 
     int Run()
     {
@@ -121,8 +126,13 @@ public:
         }
         if (infos.empty())
             return UsageError(fContext, fFile + ": no surface model");
+        return Run({codec, infos[0]});
+    }
+
+    int Run(const TCodecSurface& model)
+    {
         u32 status = NSKinvarCodec::kCodecOK;
-        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status),
+        TControlSurfacePtr surface(model.first->ICodec2_CreateControlSurface(model.second, &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
         fItems = GetItemInfos(*surface);
@@ -168,7 +178,7 @@ private:
         }
         if (fContext.HasOption(kIdentityOption))
             fContext.fOut << "Identity Response\t"
-                          << (NSGenericMidiCodec::MatchesIdentityMask(fConfig.fIdentityResponse, bytes->data(),
+                          << (NSGenericMidiCodec::MatchesIdentityMask(fConfig->fIdentityResponse, bytes->data(),
                                                                       u32(bytes->size()))
                                   ? "match\n"
                                   : "no match\n");
@@ -182,6 +192,7 @@ private:
         for (const TItemInput& input : fInputs.fInputs)
             Print(input);
         fContext.fOut.flush();
+        FlushScriptPrints(fContext);
         if (messages.HasText())
             fContext.fError << UTF8(messages.GetText()) << "\n";
         if (status != NSKinvarCodec::kCodecOK)
@@ -207,7 +218,8 @@ private:
                                        : std::string("#").append(std::to_string(input.fItemIndex));
         fContext.fOut << name << '\t' << input.fValue1 << '\t' << input.fValue2 << '\t' << input.fValue3 << '\n';
         std::size_t column = 0;
-        const auto objection = known ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
+        const auto objection =
+            known && fConfig != nullptr ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
         if (!objection)
             return;
         const TRow* rule = FindRuleRow(input);
@@ -226,7 +238,7 @@ private:
     // messages, as the surface joins them; null when none does.
     const TRow* FindRuleRow(const TItemInput& input) const
     {
-        const auto& rules = fConfig.fItems.at(input.fItemIndex).fRules;
+        const auto& rules = fConfig->fItems.at(input.fItemIndex).fRules;
         for (std::size_t rule = 0; rule < rules.size() && rule < fLayout.fRuleRows[input.fItemIndex].size(); ++rule)
         {
             for (std::size_t count = 1; count <= fRecent.size(); ++count)
@@ -245,7 +257,8 @@ private:
 
     TCommandContext& fContext;
     std::string fFile;
-    const CGenericMidiCodecConfig& fConfig;
+    // Null for a script.
+    const CGenericMidiCodecConfig* fConfig = nullptr;
     TDefinitionLayout fLayout;
     std::shared_ptr<TItemInfoList> fItems;
     CInputCollector fInputs;
@@ -260,6 +273,14 @@ int RunDecode(TCommandContext& context)
     const std::string& file = context.fArguments[0];
     if (!IsReadableFile(context, file))
         return kExitUsage;
+    if (IsScriptFile(file))
+    {
+        if (context.HasOption(kIdentityOption))
+            return UsageError(context, "--identity takes a definition file; a script's identity shows in auto-detection");
+        int exitCode = kExitOK;
+        const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+        return surfaces ? CDecoder(context, file).Run(surfaces->front()) : exitCode;
+    }
     const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);
     ReportDefinitionWarnings(context, file, check.fRows, check.fConfig ? &*check.fConfig : nullptr);
     if (!check.fConfig)
