@@ -14,32 +14,12 @@ using namespace NSMIDITesting;
 
 namespace
 {
-std::vector<u8> Numbered(std::size_t size, u64 seed)
-{
-    std::vector<u8> bytes(size);
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<u8>(seed * 31 + i);
-    return bytes;
-}
-
-// Messages of many sizes go round the ring many times and come out whole; an
-// empty message, one too long, and one without room now are refused.
+// An empty message, one too long, and one without room now are refused.
+// (Messages that straddle the ring's end are the loopback burst's.)
 TEST(MessageRingTest, MessagesWrapWholeAndWhatDoesNotFitIsRefused)
 {
-    CMessageRing ring(256);
     std::vector<u8> out;
     u64 time = 0;
-    for (u64 n = 0; n < 500; ++n)
-    {
-        const std::vector<u8> in = Numbered(1 + (n * 7) % ring.GetMaxMessageSize(), n);
-        ASSERT_TRUE(ring.TryPush(n, in.data(), in.size())) << n;
-        ASSERT_TRUE(ring.TryPop(time, out));
-        EXPECT_EQ(n, time);
-        EXPECT_EQ(in, out);
-    }
-    EXPECT_TRUE(ring.IsEmpty());
-    EXPECT_FALSE(ring.TryPop(time, out));
-
     CMessageRing small(64);
     const std::vector<u8> three = {0x90, 0x40, 0x7F};
     EXPECT_FALSE(small.TryPush(0, three.data(), 0));
