@@ -191,33 +191,6 @@ TEST(WalkFolder, FolderThatCannotBeListedThrowsItsFailure)
     EXPECT_THROW(WalkFolder(tree / "file", handler), NSException::XFileNotFound);
 }
 
-TEST(OpenFile, WrittenFileReadsBackThroughAllOpenModes)
-{
-    CTempFolder tree;
-    const fs::path path = tree / "data.bin";
-    {
-        COpenFile file(path, COpenFile::EMode::kCreate);
-        EXPECT_EQ(file.GetSize(), 0u);
-        file.WriteU32(0x01020304);
-        file.WriteU16(0x0506);
-        EXPECT_EQ(file.GetSize(), 6u);
-    }
-    {
-        COpenFile file(path, COpenFile::EMode::kReadWrite);
-        EXPECT_EQ(file.GetSize(), 6u) << "the size is known at open";
-        file.SetPosition(6);
-        file.WriteByte(7);
-    }
-    EXPECT_EQ(ReadWholeFile(path), (std::vector<u8>{1, 2, 3, 4, 5, 6, 7}));
-    COpenReadFileBridge reader(path);
-    EXPECT_EQ(reader.ReadU32(), 0x01020304u);
-    EXPECT_EQ(reader.GetPosition(), 4u);
-    {
-        COpenFile again(path, COpenFile::EMode::kCreate);
-        EXPECT_EQ(again.GetSize(), 0u) << "creating empties the file";
-    }
-}
-
 TEST(OpenFile, ReadingPastTheEndIsBadInputButWritingAReadOnlyFileAsserts)
 {
     CTempFolder tree;
