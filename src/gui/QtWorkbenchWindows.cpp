@@ -67,7 +67,7 @@ void CQtWorkbenchWindows::IWorkbenchWindows_OpenLogWindow()
     OpenWindow(fLogWindow, [] { return new CLogWindow; });
 }
 
-// ---- Hardware panels and the selection dialog (issue 15) --------------------
+// ---- Hardware panels and the selection dialog ------------------------------
 
 CSelectionDialog* CQtWorkbenchWindows::GetSelectionDialog() const
 {
