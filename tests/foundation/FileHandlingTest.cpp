@@ -161,6 +161,22 @@ TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
     EXPECT_EQ(GetTestCodecFolderIn(tree.Root()), tree / "Codecs/Testing");
 }
 
+TEST(ProgramFolder, InstalledTreeKeepsTheTestCodecFolderBesideBinAndABuildTreeWins)
+{
+    CTempTree tree;
+    tree.MakeFolder("bin");
+    tree.MakeFolder("lib/brassfold/Codecs");
+    {
+        CExpectAssertions expect;
+        EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "lib/brassfold/Codecs/Testing");
+        EXPECT_EQ(expect.Count(), 1u) << "an installed tree without Testing";
+    }
+    tree.MakeFolder("lib/brassfold/Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "lib/brassfold/Codecs/Testing");
+    tree.MakeFolder("bin/Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "bin/Codecs/Testing");
+}
+
 // Records what the walk meets, relative to the root; passes over hidden
 // folders and those named skip, and asks for every other one, loops too.
 class CRecordingHandler : public NSHarbryExtras::IDirScannerHandler
