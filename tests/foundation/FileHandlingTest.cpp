@@ -164,15 +164,8 @@ TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
 TEST(ProgramFolder, InstalledTreeKeepsTheTestCodecFolderBesideBinAndABuildTreeWins)
 {
     CTempTree tree;
-    tree.MakeFolder("bin");
-    tree.MakeFolder("lib/brassfold/Codecs");
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "lib/brassfold/Codecs/Testing");
-        EXPECT_EQ(expect.Count(), 1u) << "an installed tree without Testing";
-    }
     tree.MakeFolder("lib/brassfold/Codecs/Testing");
-    EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "lib/brassfold/Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree.MakeFolder("bin")), tree / "lib/brassfold/Codecs/Testing");
     tree.MakeFolder("bin/Codecs/Testing");
     EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "bin/Codecs/Testing");
 }
