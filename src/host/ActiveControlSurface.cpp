@@ -53,8 +53,8 @@ CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
                                              const std::vector<CMIDIPortSpec>& inPorts,
                                              const std::vector<CMIDIPortSpec>& outPorts,
                                              IControlSurfaceInputHandler* handler,
-                                             const TControlSurfaceInfo& info)
-    : fInfo(info), fName(GetRecordText(info.fModel))
+                                             const TControlSurfaceInfo& info, ISurfacePorts& ports)
+    : fPorts(ports), fInfo(info), fName(GetRecordText(info.fModel))
 {
     BF_TRACE("Creating Control Surface: %s %s", Narrow(GetRecordText(fInfo.fManufacturer)).c_str(),
              Narrow(fName).c_str());
@@ -94,7 +94,7 @@ void CActiveControlSurface::OpenInPorts(const std::vector<CMIDIPortSpec>& inPort
         }
         try
         {
-            fInPorts.push_back(std::make_shared<NSMIDIHub::CMIDIInPort>(inPorts[i], this));
+            fInPorts.push_back({inPorts[i], fPorts.Listen(inPorts[i], this)});
         }
         catch (...)
         {
@@ -118,7 +118,7 @@ void CActiveControlSurface::OpenOutPorts(const std::vector<CMIDIPortSpec>& outPo
         }
         try
         {
-            fOutPorts.push_back(NSMIDIHub::GetMIDIHub().GetSender(outPorts[i]));
+            fOutPorts.push_back(fPorts.GetSender(outPorts[i]));
         }
         catch (...)
         {
@@ -164,11 +164,16 @@ void CActiveControlSurface::SendStartupEvents()
     {
         if (!fOutPorts[port])
             continue;
-        CMIDIEventGetter getter(fOutPorts[port], kThrottleOn);
+        CMIDIEventGetter getter = MeteredGetter(port);
         CCodecTextGetter messages;
         const u32 status = fControlSurface->IControlSurface_GetStartupEvents(getter, port, messages);
         ApplyTextRule(messages, status);
     }
+}
+
+CMIDIEventGetter CActiveControlSurface::MeteredGetter(u32 port) const
+{
+    return CMIDIEventGetter(fOutPorts[port], kThrottleOn, [&ports = fPorts](u32 ms) { ports.WaitForWire(ms); });
 }
 
 void CActiveControlSurface::SendShutdownEvents() noexcept
@@ -179,7 +184,7 @@ void CActiveControlSurface::SendShutdownEvents() noexcept
         {
             if (!fOutPorts[port])
                 continue;
-            CMIDIEventGetter getter(fOutPorts[port], kThrottleOn);
+            CMIDIEventGetter getter = MeteredGetter(port);
             CCodecTextGetter messages;
             const u32 status = fControlSurface->IControlSurface_GetShutdownEvents(getter, port, messages);
             ApplyTextRule(messages, status);
@@ -216,12 +221,12 @@ u32 CActiveControlSurface::FindInPort(const CMIDIPortSpec& port) const
 {
     for (u32 i = 0; i < fInPorts.size(); ++i)
     {
-        if (!fInPorts[i])
+        if (!fInPorts[i].fListening)
         {
-            BF_ASSERT(fInPorts[i] != nullptr);
+            BF_ASSERT(fInPorts[i].fListening != nullptr);
             throw XProgrammingError();
         }
-        if (fInPorts[i]->GetSpec() == port)
+        if (fInPorts[i].fSpec == port)
             return i;
     }
     BF_ASSERT(false);

@@ -14,7 +14,9 @@
 #include "codec/CodecSupport.h"
 #include "codec/KinvarCodec.h"
 #include "foundation/Types.h"
+#include "host/MIDIEventGetter.h"
 #include "host/OutputTraffic.h"
+#include "host/SurfacePorts.h"
 #include "midi/MIDIHub.h"
 
 #include <memory>
@@ -41,11 +43,13 @@ public:
     //                                in the log
     //   the codec refuses            ThrowCodecResult's exception for its
     //                                status
-    // Ports opened so far close again.
+    // Ports opened so far close again. The ports are had through ports, which
+    // must outlive the surface.
     CActiveControlSurface(const TCodecPtr& codec, const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts,
                           const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts,
                           NSKinvarCodec::IControlSurfaceInputHandler* handler,
-                          const NSKinvarCodec::TControlSurfaceInfo& info);
+                          const NSKinvarCodec::TControlSurfaceInfo& info,
+                          ISurfacePorts& ports = GetHubSurfacePorts());
     // Withdraws the input handler, sends the surface's end messages (a failure
     // there ends only that step), closes the ports, and destroys the surface
     // last.
@@ -89,15 +93,25 @@ private:
     void SendStartupEvents();
     void SendShutdownEvents() noexcept;
     u32 FindInPort(const NSMIDIHub::CMIDIPortSpec& port) const;
+    CMIDIEventGetter MeteredGetter(u32 port) const;
+
+    // An input port: its address, and its input reaching Receive while
+    // fListening lives; fListening is empty where the port is not assigned.
+    struct TInPort
+    {
+        NSMIDIHub::CMIDIPortSpec fSpec;
+        std::shared_ptr<void> fListening;
+    };
 
     // Declared first so that it goes last: a message may still be on its way
     // in while the ports close.
     mutable std::mutex fLock;
+    ISurfacePorts& fPorts;
     TControlSurfacePtr fControlSurface;
     NSKinvarCodec::TControlSurfaceInfo fInfo;
     TText16 fName;
     std::vector<NSKinvarCodec::TItemState> fItemStates;
-    std::vector<std::shared_ptr<NSMIDIHub::CMIDIInPort>> fInPorts;
+    std::vector<TInPort> fInPorts;
     std::vector<std::shared_ptr<NSMIDIHub::IMIDISender>> fOutPorts;
     std::vector<COutputTraffic> fTraffic;
 };

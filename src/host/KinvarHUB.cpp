@@ -7,7 +7,7 @@
 
 using namespace NSKinvarCodec;
 
-CKinvarHUB::CKinvarHUB() = default;
+CKinvarHUB::CKinvarHUB(ISurfacePorts& ports) : fPorts(ports) {}
 
 std::shared_ptr<CActiveControlSurface> CKinvarHUB::GetSurface(u32 id) const
 {
@@ -27,7 +27,7 @@ u32 CKinvarHUB::CreateActiveControlSurface(const TCodecPtr& codec, const TContro
 {
     // Counted before anything else: a construction that fails uses up its id.
     const u32 id = ++fNextSurfaceId;
-    auto surface = std::make_shared<CActiveControlSurface>(codec, inPorts, outPorts, this, info);
+    auto surface = std::make_shared<CActiveControlSurface>(codec, inPorts, outPorts, this, info, fPorts);
     surface->SetName(name);
     BF_ASSERT(id != 0);
     fSurfaces[id] = std::move(surface);

@@ -58,7 +58,8 @@ inline constexpr u32 kWireBytesPerSecond = 3125;
 class CKinvarHUB final : public NSKinvarCodec::IControlSurfaceInputHandler
 {
 public:
-    CKinvarHUB();
+    // The surfaces have their ports through ports, which outlives the hub.
+    explicit CKinvarHUB(ISurfacePorts& ports = GetHubSurfacePorts());
     CKinvarHUB(const CKinvarHUB&) = delete;
     CKinvarHUB& operator=(const CKinvarHUB&) = delete;
 
@@ -113,6 +114,7 @@ private:
     std::shared_ptr<CActiveControlSurface> GetSurface(u32 id) const;
     u32 FindSurfaceId(const NSKinvarCodec::IControlSurface* surface) const;
 
+    ISurfacePorts& fPorts;
     std::map<u32, std::shared_ptr<CActiveControlSurface>> fSurfaces;
     std::mutex fInputLock;
     std::map<IInputListener*, u32> fInputListeners;

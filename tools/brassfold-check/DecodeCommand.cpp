@@ -11,9 +11,11 @@
 
 #include "Assertions.h"
 #include "CheckCommand.h"
+#include "CodecFile.h"
 #include "DefinitionReport.h"
 #include "Diagnostics.h"
 #include "ScriptCodec.h"
+#include "SurfaceText.h"
 #include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
@@ -36,31 +38,6 @@ constexpr const char* kIdentityOption = "--identity";
 // A rule may span this many messages of one port.
 constexpr std::size_t kMessagesPerRule = 3;
 
-// Pairs of hex digits, blanks and TABs anywhere between the digits.
-std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
-{
-    std::vector<u8> bytes;
-    int high = -1;
-    for (const char c : text)
-    {
-        if (c == ' ' || c == '\t' || c == '\r')
-            continue;
-        const int digit = NSGenericMidiCodec::HexDigitValue(char16(static_cast<unsigned char>(c)));
-        if (digit < 0)
-            return std::nullopt;
-        if (high < 0)
-        {
-            high = digit;
-            continue;
-        }
-        bytes.push_back(u8(high * 16 + digit));
-        high = -1;
-    }
-    if (high >= 0 || bytes.size() > kMaxMIDIEventSize)
-        return std::nullopt;
-    return bytes;
-}
-
 // Keeps the inputs of one message, for the decoder to print and judge.
 class CInputCollector : public IControlSurfaceInputHandler
 {
@@ -73,35 +50,6 @@ public:
         return NSKinvarCodec::kCodecOK;
     }
 };
-
-// What the host would object to in an input, or nothing: the host's own
-// check decides, the words are the tool's.
-std::optional<std::string> HostObjection(const TItemInput& input, const TItemInfo& info, std::size_t& column)
-{
-    {
-        const CHeldAssertions silent(CHeldAssertions::EKind::kSilent);
-        if (IsItemInputValid(input, info))
-            return std::nullopt;
-    }
-    column = 0;
-    const auto outside = [](const char* what, i64 value, i64 low, i64 high) {
-        return std::string(what) + " " + std::to_string(value) + ", outside " + std::to_string(low) + " to " +
-               std::to_string(high);
-    };
-    switch (info.fInputKind)
-    {
-    case kInputDelta:
-        return "a step of 0";
-    case kInputKeyboard:
-        if (input.fValue1 < 0 || input.fValue1 > 1)
-            return outside("the key state", input.fValue1, 0, 1);
-        column = input.fValue2 < 0 || input.fValue2 > 127 ? 1 : 2;
-        return column == 1 ? outside("the key", input.fValue2, 0, 127)
-                           : outside("the velocity", input.fValue3, 0, 127);
-    default:
-        return outside("the value", input.fValue1, info.fMin, info.fMax);
-    }
-}
 
 class CDecoder
 {
@@ -116,17 +64,10 @@ public:
 
     int Run()
     {
-        TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {fFile}}),
-                        codec_deleter());
-        std::vector<TControlSurfaceInfo> infos;
-        {
-            // The scan reads the file again: what its read asserted was shown.
-            const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
-            infos = GetControlSurfacesForCodec(codec, {});
-        }
-        if (infos.empty())
+        const auto codec = MakeDefinitionCodec(fFile);
+        if (!codec)
             return UsageError(fContext, fFile + ": no surface model");
-        return Run({codec, infos[0]});
+        return Run({codec->fCodec, codec->fModels[0]});
     }
 
     int Run(const TCodecSurface& model)
@@ -213,10 +154,8 @@ private:
 
     void Print(const TItemInput& input)
     {
+        fContext.fOut << ItemInputLine(input, *fItems) << '\n';
         const bool known = input.fItemIndex < fItems->size();
-        const std::string name = known ? UTF8(GetRecordText((*fItems)[input.fItemIndex].fName))
-                                       : std::string("#").append(std::to_string(input.fItemIndex));
-        fContext.fOut << name << '\t' << input.fValue1 << '\t' << input.fValue2 << '\t' << input.fValue3 << '\n';
         std::size_t column = 0;
         const auto objection =
             known && fConfig != nullptr ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
