@@ -15,7 +15,6 @@
 
 set(BRASSFOLD_HOMEPAGE "https://brassfold.org" CACHE STRING
     "Homepage of the project; the software centre's screenshots are its images/ pictures")
-set(BRASSFOLD_APP_ID org.brassfold.Brassfold)
 
 set(BRASSFOLD_CODEC_HOST_DIR lib/brassfold/Codecs/Testing)
 set(BRASSFOLD_DATA_DIR "share/Thistlemarrow Software/Kinvar")

@@ -26,8 +26,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${BRASSFOLD_HOMEPAGE})
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Qt loads its platform plugins (the X11 and Wayland ones) at start, unlinked;
-# without them the workbench cannot open a window.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
+# without them the workbench cannot open a window. The icon theme's index
+# tells Qt where the installed icon sizes lie.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, hicolor-icon-theme")
 # JACK's MIDI ports are there only while a server runs; the workbench never
 # starts one.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "jackd2")
