@@ -54,7 +54,7 @@ protected:
         EXPECT_EQ(1u, handled);
     }
 
-    CTemporaryFolder fFolder;
+    CTempFolder fFolder;
     CFakeVistal fVistal;
     CVistalInstallation fInstallation{fVistal};
     CFakeWindows fWindows;
@@ -114,7 +114,7 @@ TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
     u32 handled = 0;
     ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, kAutoDetectCommand}, &handled));
     EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 1", "ProgressEnd",
-                                        "OpenHardwarePanel", "CloseProgress"}),
+                                        "OpenHardwarePanel out Loopback A in Loopback B", "CloseProgress"}),
               fWindows.fCalls);
     ASSERT_EQ(1u, fWindows.fPanelSurfaces.size());
     TControlSurfaceInfo running{};

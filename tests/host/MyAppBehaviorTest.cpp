@@ -168,20 +168,6 @@ TEST_F(MyAppBehaviorTest, StartLoadsTheTextsAndAnErrorPointsTheUserToTheLog)
     EXPECT_EQ(1u, expect.Count());
 }
 
-TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
-{
-    EXPECT_EQ(kVistalOK, fBehavior.OnOpenDefaultDocument(0));
-    ASSERT_EQ(1u, fVistal.fWindows.size());
-    CFakeVistal::TWindow& window = *fVistal.fWindows[0];
-    EXPECT_EQ(std::make_pair(0x700000u, 1u), std::make_pair(window.fType, window.fFlags));
-    EXPECT_EQ(1, fVistal.fUpdateCount);
-    window.fBehavior->IDocumentWindowBehavior_Activated(0);
-    window.fBehavior->IDocumentWindowBehavior_Activated(1);
-    EXPECT_EQ(2, fVistal.fUpdateCount);
-    window.fBehavior->IDocumentWindowBehavior_CloseRequested();
-    EXPECT_EQ(1, window.fCloseCount);
-}
-
 // A toolkit that refuses to run has not taken the behaviour over: the entry destroys it, once.
 TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 {
@@ -212,7 +198,7 @@ TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 // into an unloaded module, and a codec's Destroy would run in one.
 TEST_F(MyAppBehaviorTest, TheEndStopsRunningSurfacesThenDropsTheCodecsThenTheirModules)
 {
-    CTemporaryFolder folder;
+    CTempFolder folder;
     TCodecPtr codec = LoadCodec(TestCodec("GOOD"), folder.Write("s.luacodec", "Acme\tState Box\n"));
     gCodecSurfaces.emplace_back(codec, GetControlSurfacesForCodec(codec).at(0));
     CRecordingReceiver shutdown;
