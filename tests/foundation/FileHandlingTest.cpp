@@ -135,7 +135,7 @@ TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
 
 TEST(ProgramFolder, InstalledTreeKeepsTheTestCodecFolderBesideBinAndABuildTreeWins)
 {
-    CTempTree tree;
+    CTempFolder tree;
     tree.MakeFolder("lib/brassfold/Codecs/Testing");
     EXPECT_EQ(GetTestCodecFolderIn(tree.MakeFolder("bin")), tree / "lib/brassfold/Codecs/Testing");
     tree.MakeFolder("bin/Codecs/Testing");
