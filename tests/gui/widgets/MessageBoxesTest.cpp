@@ -14,6 +14,8 @@ using namespace NSGuiTesting;
 TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
 {
     GetApplication();
+    // An alert without a caption of its own is titled after the program.
+    const QString program = QCoreApplication::applicationName();
     struct TCase
     {
         const char16* fText;
@@ -25,13 +27,13 @@ TEST(MessageBoxesTest, IconCaptionBodyAndButtonsComeFromTheRecord)
         int fEscape;
     } cases[] = {
         // clang-format off
-        {u"[STOP]Unknown exception.[OK]", false, QMessageBox::Critical, "gui_widget_tests",
+        {u"[STOP]Unknown exception.[OK]", false, QMessageBox::Critical, program,
          "Unknown exception.", {"OK"}, 0},
         {u"[WARN][Replace]A\r\nB & C[Yes][No]", false, QMessageBox::Warning, "Replace", "A\nB & C",
          {"Yes", "No"}, 0},
-        {u"[NOTE]x[Save][Discard][Cancel]", true, QMessageBox::Information, "gui_widget_tests", "x",
+        {u"[NOTE]x[Save][Discard][Cancel]", true, QMessageBox::Information, program, "x",
          {"Save", "Discard", "Cancel"}, 2},
-        {u"[NONE]y[One][Two]", false, QMessageBox::NoIcon, "gui_widget_tests", "y", {"One", "Two"}, 0},
+        {u"[NONE]y[One][Two]", false, QMessageBox::NoIcon, program, "y", {"One", "Two"}, 0},
         // clang-format on
     };
     for (const TCase& test : cases)
