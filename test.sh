@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test. Exits non-zero on any failure.
 #   1. the release build with everything in it, and all its tests (unit, jack, gui);
-#   2. the unit tests again under the address and undefined-behaviour sanitizers,
+#   2. the unit and widget tests again under the address and undefined-behaviour sanitizers,
 #      built with clang, so that both of Debian's compilers build the tree at
 #      every run (the asan preset builds the test programs alone);
 #   3. every fuzz target for a short while (BRASSFOLD_FUZZ_SECONDS, 20 by default)
