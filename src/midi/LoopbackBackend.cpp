@@ -58,33 +58,24 @@ public:
 
     u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
     {
-        return GuardEdge(kTonewellEdge,
-                         [&]
-                         {
-                             const std::size_t size = ShortMessageLength(message->fBytes[0]);
-                             if (size == 0)
-                                 throw std::invalid_argument("");
-                             Transmit(message->fBytes, size);
-                         });
+        const std::size_t size = ShortMessageLength(message->fBytes[0]);
+        return size == 0 ? kTonewellInvalidArgument : Transmit(message->fBytes, size);
     }
 
     u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
     {
-        return GuardEdge(kTonewellEdge,
-                         [&]
-                         {
-                             if (size < 2 || bytes[0] != kSysexBegin ||
-                                 bytes[size - 1] != kSysexEnd)
-                                 throw std::invalid_argument("");
-                             Transmit(bytes, size);
-                         });
+        if (size < 2 || bytes[0] != kSysexBegin || bytes[size - 1] != kSysexEnd)
+            return kTonewellInvalidArgument;
+        return Transmit(bytes, size);
     }
 
 private:
-    void Transmit(const u8* bytes, std::size_t size)
+    u32 Transmit(const u8* bytes, std::size_t size)
     {
-        if (!fCable.Transmit(bytes, size, fPlugging))
-            ThrowTonewellResult(kTonewellPortGone);
+        bool plugged = true;
+        const u32 status =
+            GuardEdge(kTonewellEdge, [&] { plugged = fCable.Transmit(bytes, size, fPlugging); });
+        return status == kTonewellOK && !plugged ? kTonewellPortGone : status;
     }
 
     CLoopbackBackend::CCable& fCable;
