@@ -2,7 +2,6 @@
 
 #include "host/MIDIEventGetter.h"
 
-#include "AssertionRecorder.h"
 #include "HostTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -80,24 +79,31 @@ TEST(MIDIEventGetterTest, SendsWholeMessages)
     }
 }
 
-// Faults end the call with a status; no exception reaches the codec.
+// Faults end the call with a status, no exception reaches the codec, and the getter keeps the first for the log.
 TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
 {
     auto sender = std::make_shared<CRecordingSender>();
     CMIDIEventGetter getter(sender, kThrottleOff);
+    const std::vector<TMIDIEvent> nested = Events({{0xF0, 0x01}, {0xF0, 0x02, 0xF7}});
+    EXPECT_EQ(23005u, getter.IMIDIEventGetter_Take(nested.data(), 2));
+    EXPECT_EQ(u"a system exclusive message was begun inside another", getter.GetFailure());
+    std::vector<TMIDIEvent> faulty = Events({{0x90}, {0x90}});
+    faulty[0].fSize = 0;
+    faulty[1].fSize = 1025;
+    for (const TMIDIEvent& event : faulty)
     {
-        NSTesting::CExpectAssertions expect;
-        const std::vector<TMIDIEvent> nested = Events({{0xF0, 0x01}, {0xF0, 0x02, 0xF7}});
-        EXPECT_EQ(23005u, getter.IMIDIEventGetter_Take(nested.data(), 2));
-        std::vector<TMIDIEvent> empty = Events({{0x90}});
-        empty[0].fSize = 0;
-        EXPECT_EQ(23002u, getter.IMIDIEventGetter_Take(empty.data(), 1));
-        EXPECT_EQ(2u, expect.Count());
+        CMIDIEventGetter fresh(sender, kThrottleOff);
+        EXPECT_EQ(23002u, fresh.IMIDIEventGetter_Take(&event, 1));
+        EXPECT_EQ(event.fSize == 0 ? u"an empty MIDI message was handed over"
+                                   : u"a MIDI message of 1025 bytes was handed over, more than 1024",
+                  fresh.GetFailure());
     }
     sender->fFail = true;
     const std::vector<TMIDIEvent> note = Events({{0x90, 0x3C, 0x7F}});
-    EXPECT_EQ(::kCodecUnknown, getter.IMIDIEventGetter_Take(note.data(), 1));
-    EXPECT_EQ(0u, getter.GetByteCount());
+    CMIDIEventGetter refused(sender, kThrottleOff);
+    EXPECT_EQ(::kCodecUnknown, refused.IMIDIEventGetter_Take(note.data(), 1));
+    EXPECT_EQ(0u, refused.GetByteCount());
+    EXPECT_EQ(0u, refused.GetFailure().find(u"the port refused a message: "));
 }
 
 // 3125 bytes a second; sleeps are whole milliseconds, the rest is carried as debt. Frames are not metered.
