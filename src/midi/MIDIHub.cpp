@@ -9,6 +9,7 @@
 #include "midi/TonewellSupport.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -222,8 +223,23 @@ bool COpenInPort::Reopen()
 
 void COpenInPort::Deliver(const u64* time, const TBinary& data)
 {
+    // A receiver's failure is its own: the others get the message all the
+    // same, and the first failure goes to the edge afterwards.
+    std::exception_ptr failure;
     for (IMIDIReceiver* receiver : fReceivers)
-        receiver->Receive(fSpec, time, data);
+    {
+        try
+        {
+            receiver->Receive(fSpec, time, data);
+        }
+        catch (...)
+        {
+            if (!failure)
+                failure = std::current_exception();
+        }
+    }
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 u32 COpenInPort::IMIDIInHandler_OnShortMessage(IMIDIInPort* port,

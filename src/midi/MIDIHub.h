@@ -22,7 +22,8 @@
 // delivery thread of the library (a MIDI thread). Delivery only tries the
 // port's lock: while the user interface thread adds or removes a receiver of
 // that port, a message that arrives is lost, and neither side ever waits for
-// the other. Receivers take their own locks inside it. A receiver must not
+// the other. A receiver that fails doesn't keep the message from the others.
+// Receivers take their own locks inside it. A receiver must not
 // open or close ports from inside Receive, and a CMIDIInPort must not be
 // destroyed while its owner holds a lock that its Receive takes.
 

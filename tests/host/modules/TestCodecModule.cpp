@@ -3,16 +3,20 @@
 // models, a line "fail" refuses it; SetLuaCodecsDir is kept; may stay loaded).
 // NO_FACTORY exports no factory; FAILING_FACTORY's factory reports a bad
 // format. STATES has no script binding, may not stay loaded, and offers
-// "Brassfold Tests" "State Box" (CStateSurface) alone. Like any module it
-// shares nothing with the host but the contract header.
+// "Brassfold Tests" "State Box" (CStateSurface) alone. FAULTY is STATES whose
+// further models fail as their names say (EFault). Like any module it shares
+// nothing with the host but the contract header.
 
 #include "codec/KinvarCodec.h"
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <mutex>
 #include <new>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace NSKinvarCodec;
@@ -46,6 +50,24 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
     return event;
 }
 
+// The faulty models' faults, by model name.
+enum class EFault
+{
+    kNone,
+    kBadStatus,  // "Bad Status": message and frame fail with a status, without a word
+    kThrows,     // "Thrower": message and frame throw through the contract
+    kOutOfRange, // "Out Of Range": a message gives the fader 500 and item 9 an input
+    kSleeps,     // "Sleeper": a message takes 300 ms
+    kBadRecords, // "Bad Records": item 1 of input kind 99, item 3 from 2 to 0, empty frame records
+};
+
+const std::pair<const char*, EFault> kFaultModels[] = {{"State Box", EFault::kNone},
+                                                      {"Bad Status", EFault::kBadStatus},
+                                                      {"Thrower", EFault::kThrows},
+                                                      {"Out Of Range", EFault::kOutOfRange},
+                                                      {"Sleeper", EFault::kSleeps},
+                                                      {"Bad Records", EFault::kBadRecords}};
+
 // Items: 0 "Fader" (in and out, 0 to 127), 1 "Lamp" (0 to 1), 2 "Display" (text), 3 "Mode" (three states).
 // Start on port p: F0 7D 01 p F7, in two records; end: F0 7D 02 p F7. A frame sends B0 item value for every
 // enabled item whose state changed since the last frame on that port. Input: B0 00 v is the fader's value v;
@@ -53,7 +75,7 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
 class CStateSurface final : public IControlSurface
 {
 public:
-    explicit CStateSurface(const TControlSurfaceInfo& info) : fInfo(info) {}
+    CStateSurface(const TControlSurfaceInfo& info, EFault fault) : fInfo(info), fFault(fault) {}
     virtual ~CStateSurface() = default;
 
     u32 IControlSurface_CheckInvariant() override { return 1; }
@@ -83,6 +105,10 @@ public:
         info->fOutputKind = item == 2 ? kOutputText : kOutputValue;
         info->fMax = item == 0 ? 127 : item == 3 ? 2 : 1;
         info->fStateCount = item == 3 ? 3 : 0;
+        if (fFault == EFault::kBadRecords && item == 1)
+            info->fInputKind = 99;
+        if (fFault == EFault::kBadRecords && item == 3)
+            info->fMin = 2, info->fMax = 0;
         return kCodecOK;
     }
     u32 IControlSurface_GetItemStateName(u32 item, u32 state, char16* name) override
@@ -106,6 +132,12 @@ public:
     }
     u32 IControlSurface_HandleMIDIEvent(const TMIDIEvent* event, u32, ITextGetter& messages) override
     {
+        if (fFault == EFault::kBadStatus)
+            return kCodecInvalidArgument;
+        if (fFault == EFault::kThrows)
+            throw std::runtime_error("thrown by the codec");
+        if (fFault == EFault::kSleeps)
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
         const u8* data = event->fData;
         if (event->fSize == 4 && data[0] == 0xF0 && data[1] == 0x7D && data[2] == 0x7F)
         {
@@ -118,7 +150,15 @@ public:
         input.fValue1 = fader ? data[2] : 0;
         input.fValue2 = fader ? 0 : event->fSize;
         std::lock_guard lock(fHandlerLock);
-        return fHandler != nullptr ? fHandler->IControlSurfaceInputHandler_HandleInput(this, &input) : kCodecOK;
+        if (fHandler == nullptr)
+            return kCodecOK;
+        if (fFault == EFault::kOutOfRange)
+        {
+            input.fValue1 = 500;
+            fHandler->IControlSurfaceInputHandler_HandleInput(this, &input);
+            input.fItemIndex = 9;
+        }
+        return fHandler->IControlSurfaceInputHandler_HandleInput(this, &input);
     }
     // Frames come on one thread; only the handler is shared with input.
     u32 IControlSurface_SetItemStates(u32 count, const TItemState* states, ITextGetter&) override
@@ -130,6 +170,15 @@ public:
     }
     u32 IControlSurface_GetOutputEvents(u32, u32 port, IMIDIEventGetter& getter, ITextGetter&) override
     {
+        if (fFault == EFault::kBadStatus)
+            return kCodecIllegalCallSequence;
+        if (fFault == EFault::kThrows)
+            throw std::runtime_error("thrown by the codec");
+        if (fFault == EFault::kBadRecords)
+        {
+            const TMIDIEvent empty{};
+            return getter.IMIDIEventGetter_Take(&empty, 1);
+        }
         if (port >= kMaxPortCount || fStates.size() != kItemCount)
             return kCodecInvalidArgument;
         std::vector<TItemState>& shown = fShown[port];
@@ -160,6 +209,7 @@ private:
     static constexpr u32 kItemCount = 4;
 
     TControlSurfaceInfo fInfo;
+    const EFault fFault;
     std::mutex fHandlerLock;
     IControlSurfaceInputHandler* fHandler = nullptr;
     std::vector<TItemState> fStates;
@@ -201,9 +251,15 @@ public:
     }
     IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo& info, u32* status) override
     {
-        const bool known = TextOf(info.fModel, kMaxSurfaceNameLength + 1) == "State Box";
-        *status = known ? kCodecOK : kCodecBadFormat;
-        return known ? new (std::nothrow) CStateSurface(info) : nullptr;
+        const std::string model = TextOf(info.fModel, kMaxSurfaceNameLength + 1);
+        for (const auto& [name, fault] : kFaultModels)
+            if (model == name && (kFaulty || fault == EFault::kNone))
+            {
+                *status = kCodecOK;
+                return new (std::nothrow) CStateSurface(info, fault);
+            }
+        *status = kCodecBadFormat;
+        return nullptr;
     }
     IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32* status) override
     {
@@ -254,12 +310,25 @@ public:
     void SetCodecsFolder(const std::string& folder) { fCodecsFolder = folder; }
 
 private:
-#ifdef BRASSFOLD_TEST_CODEC_STATES
+#if defined(BRASSFOLD_TEST_CODEC_STATES) || defined(BRASSFOLD_TEST_CODEC_FAULTY)
     static constexpr bool kStates = true;
 #else
     static constexpr bool kStates = false;
 #endif
-    std::vector<std::pair<std::string, std::string>> fModels{{"Brassfold Tests", kStates ? "State Box" : "Plain Box"}};
+#ifdef BRASSFOLD_TEST_CODEC_FAULTY
+    static constexpr bool kFaulty = true;
+#else
+    static constexpr bool kFaulty = false;
+#endif
+    static std::vector<std::pair<std::string, std::string>> Models()
+    {
+        std::vector<std::pair<std::string, std::string>> models;
+        for (const auto& [name, fault] : kFaultModels)
+            if (kFaulty || fault == EFault::kNone)
+                models.emplace_back("Brassfold Tests", kStates ? name : "Plain Box");
+        return models;
+    }
+    std::vector<std::pair<std::string, std::string>> fModels = Models();
     std::string fScriptURL;
     std::string fCodecsFolder;
 };
