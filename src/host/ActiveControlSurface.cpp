@@ -43,6 +43,8 @@ constexpr u32 kSlowCodecText = 63;
 constexpr u32 kHandlingMessageText = 64;
 constexpr u32 kOutputFrameText = 65;
 
+thread_local bool tInputLostByHost = false;
+
 // A call into the codec that takes longer holds up its port or the frames.
 constexpr u64 kSlowCallMs = 100;
 
@@ -125,6 +127,8 @@ bool IsFilteredStatus(u8 status)
     throw std::logic_error(std::string(Narrow(kRequiredPortsText)));
 }
 } // namespace
+
+void NoteInputLostByHost() noexcept { tInputLostByHost = true; }
 
 CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
                                              const std::vector<CMIDIPortSpec>& inPorts,
@@ -343,6 +347,7 @@ void CActiveControlSurface::HandleMessage(const CMIDIPortSpec& port, const u64* 
     CCodecTextGetter messages;
     TText16 failureText;
     const u64 start = NSThreads::GetTicks64();
+    tInputLostByHost = false;
     try
     {
         const u32 status = fControlSurface->IControlSurface_HandleMIDIEvent(&event, inPort, messages);
@@ -350,7 +355,8 @@ void CActiveControlSurface::HandleMessage(const CMIDIPortSpec& port, const u64* 
     }
     catch (...)
     {
-        fFailures.ReportCurrentException(kMessageFailedText, failureText);
+        if (!tInputLostByHost)
+            fFailures.ReportCurrentException(kMessageFailedText, failureText);
         throw;
     }
     if (NSThreads::GetTicks64() - start > kSlowCallMs)

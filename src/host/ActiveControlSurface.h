@@ -32,6 +32,11 @@
 // Messages longer than this never reach a codec.
 inline constexpr std::size_t kMaxReceivedMessageSize = NSKinvarCodec::kMaxMIDIEventSize;
 
+// For the hub: its queue lost an input that a codec handed over on this
+// thread. The codec's failure that follows is the host's, which the hub
+// reports, and not the codec's.
+void NoteInputLostByHost() noexcept;
+
 class CActiveControlSurface final : public NSMIDIHub::IMIDIReceiver
 {
 public:

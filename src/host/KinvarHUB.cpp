@@ -233,12 +233,17 @@ u32 CKinvarHUB::QueueInput(u32 id, IControlSurface* surface, const TItemInput* i
         std::lock_guard locker(fInputLock);
         if (input == nullptr)
             throw std::invalid_argument("");
-        if (fInputQueue.GetSize() >= kInputQueueCapacity)
+        try
+        {
+            fInputQueue.Push({surface, *input, id});
+        }
+        catch (const std::overflow_error&)
         {
             fLostInputs.fetch_add(1);
             fLastLossMs.store(static_cast<u64>(NowMs()));
+            NoteInputLostByHost();
+            throw;
         }
-        fInputQueue.Push({surface, *input, id});
         if (fInputQueue.GetSize() == 1)
             ThrowVistalResult(GetVistal().IVistal_PostCustomEvent(kInputEvent, 0));
     });
