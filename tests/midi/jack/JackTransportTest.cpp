@@ -5,6 +5,7 @@
 // A responder answers every message on its input port "bf-responder:in"
 // with the same message on its output port "bf-responder:out".
 
+#include "foundation/LogText.h"
 #include "midi/Backend.h"
 #include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
@@ -421,6 +422,72 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     sender.reset();
     EXPECT_THROW(CMIDIInPort(*fHub, fRig.fFromResponder, &receiver), std::exception);
     EXPECT_EQ(0u, fHub->GetOpenInPortCount());
+}
+} // namespace
+
+namespace
+{
+// The responder's client ends and comes back under its name, as a device
+// that is unplugged and plugged in again: the watch closes our ports, says
+// so, opens them anew when they are listed again, and the round trip works
+// again with no new subscription.
+TEST_F(JackTransportTest, APortThatComesBackIsOpenedAgain)
+{
+    CRecordingReceiver receiver;
+    auto [port, sender] = OpenRoundTrip(receiver);
+    ASSERT_TRUE(receiver.WaitForCount(1));
+    TakePendingLog();
+    fRig.fResponder.reset();
+    std::u16string log;
+    const auto watchUntil = [&](const std::u16string& line)
+    {
+        return WaitUntil(
+            [&]
+            {
+                fHub->WatchPorts();
+                log += TakePendingLog();
+                return log.find(line) != std::u16string::npos;
+            });
+    };
+    EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" has vanished"));
+    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" has vanished"));
+    EXPECT_FALSE(sender->IsPresent());
+    fRig.fResponder = std::make_unique<CResponder>();
+    EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" is back."));
+    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" is back."));
+    sender->Send(nullptr, {0x90, 0x41, 0x7F});
+    ASSERT_TRUE(receiver.WaitForCount(2));
+    EXPECT_EQ((TBinary{0x90, 0x41, 0x7F}), receiver.Messages().back());
+}
+
+// A receiver that takes long holds up its own JACK port and no other.
+TEST_F(JackTransportTest, ASlowReceiverHoldsUpNoOtherPort)
+{
+    class CSlowReceiver final : public IMIDIReceiver
+    {
+    public:
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
+        {
+            fEntered = true;
+            while (!fRelease)
+                std::this_thread::sleep_for(1ms);
+        }
+        std::atomic<bool> fEntered{false};
+        std::atomic<bool> fRelease{false};
+    };
+    CResponder other("bf-responder-2");
+    CMIDIPortSpec fromOther;
+    CMIDIPortSpec toOther;
+    ASSERT_TRUE(FindResponder(*fHub, u"bf-responder-2", fromOther, toOther));
+    CSlowReceiver slow;
+    CRecordingReceiver quick;
+    CMIDIInPort slowPort(*fHub, fRig.fFromResponder, &slow);
+    CMIDIInPort quickPort(*fHub, fromOther, &quick);
+    fHub->GetSender(fRig.fToResponder)->Send(nullptr, {0x90, 0x40, 0x7F});
+    EXPECT_TRUE(WaitUntil([&] { return slow.fEntered.load(); }));
+    fHub->GetSender(toOther)->Send(nullptr, {0x90, 0x41, 0x7F});
+    EXPECT_TRUE(quick.WaitForCount(1));
+    slow.fRelease = true;
 }
 } // namespace
 
