@@ -40,8 +40,7 @@ template <class TOpenPort, class TList>
 void WatchOpenPorts(const std::vector<std::shared_ptr<TOpenPort>>& ports, TList list)
 {
     std::optional<std::vector<CMIDIPortSpec>> listing;
-    // A copy: a port that reopens must not find the vector changed, and
-    // none is added or removed meanwhile, but the walk stays safe.
+    // A copy, so that the walk stays safe whatever a port's change sets off.
     const std::vector<std::shared_ptr<TOpenPort>> open = ports;
     for (const auto& port : open)
     {
@@ -57,6 +56,7 @@ void WatchOpenPorts(const std::vector<std::shared_ptr<TOpenPort>>& ports, TList 
             port->Reopen();
     }
 }
+
 // A new user of a vanished port has it opened anew, or fails as a first
 // opening fails.
 template <class TOpenPort> void ReopenForNewUser(TOpenPort& open)
@@ -64,7 +64,6 @@ template <class TOpenPort> void ReopenForNewUser(TOpenPort& open)
     if (!open.IsPresent() && !open.Reopen())
         ThrowTonewellResult(kTonewellPortGone);
 }
-
 } // namespace
 
 // ---- CMIDIPortSpec
@@ -516,6 +515,10 @@ void CMIDIHub::WatchPorts() noexcept
     catch (const std::exception& e)
     {
         BF_TRACE("CMIDIHub::WatchPorts: %s", e.what());
+    }
+    catch (...)
+    {
+        BF_TRACE("CMIDIHub::WatchPorts: unknown exception");
     }
 }
 

@@ -68,9 +68,10 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     } listener(fVistal);
     const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});
     fHub.AddInputListener(id, &listener);
-    std::thread sender([] {
+    // Ports are opened on the loop's thread alone.
+    std::thread sender([port = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))] {
         std::this_thread::sleep_for(20ms);
-        NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))->Send(nullptr, {0xB0, 0x07, 0x40});
+        port->Send(nullptr, {0xB0, 0x07, 0x40});
     });
     Run();
     sender.join();

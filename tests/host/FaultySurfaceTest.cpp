@@ -193,7 +193,9 @@ TEST_F(FaultySurfaceTest, ASlowCodecHoldsUpNoOtherPort)
     SendFader(u"Loopback B", 3);
     ASSERT_TRUE(WaitUntil([&] { return fHub.GetQueuedInputCount() > 0; }));
     EXPECT_LT(std::chrono::steady_clock::now() - sent, 200ms);
-    std::thread other([&] { SendFader(u"Loopback B", 4); });
+    std::thread other([port = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback B"))] {
+        port->Send(nullptr, {0xB0, 0x00, 4});
+    });
     fHub.DeleteActiveControlSurface(slow);
     other.join();
     EXPECT_TRUE(WaitUntil([&] { return fHub.GetQueuedInputCount() >= 2; }));

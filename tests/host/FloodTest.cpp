@@ -56,8 +56,7 @@ TEST(FloodTest, TheLoopKeepsItsPaceAndTheQueueCountsWhatItLoses)
     u64 sent = 0;
     std::chrono::steady_clock::time_point floodStart;
     std::chrono::steady_clock::time_point floodEnd;
-    std::thread flood([&] {
-        const auto sender = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"));
+    std::thread flood([&, sender = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))] {
         floodStart = std::chrono::steady_clock::now();
         for (auto tick = floodStart; tick < floodStart + kFloodTime; tick += 1ms)
         {
@@ -89,7 +88,9 @@ TEST(FloodTest, TheLoopKeepsItsPaceAndTheQueueCountsWhatItLoses)
     const std::string told = std::to_string(lost) + " inputs were lost, since they came faster than the panels took "
                                                     "them (at most 5000 can wait).\n";
     EXPECT_EQ(lost > 0 ? told : "", text);
+    // The end of the run may have stopped the surface already.
     hub.RemoveInputListener(id, &panel);
-    hub.DeleteActiveControlSurface(id);
+    if (hub.GetSurfaceCount() != 0)
+        hub.DeleteActiveControlSurface(id);
 }
 } // namespace
