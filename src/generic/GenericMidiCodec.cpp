@@ -77,7 +77,7 @@ private:
 class CIdentityListener : public IMIDIEventGetter
 {
 public:
-    explicit CIdentityListener(std::string_view mask) : fMask(mask) {}
+    explicit CIdentityListener(const TAnswerTest& isAnswer) : fIsAnswer(isAnswer) {}
 
     void SetPort(u32 inPort) { fPort = inPort; }
     const std::vector<u32>& GetFoundPorts() const { return fFound; }
@@ -86,14 +86,14 @@ public:
     {
         for (u32 i = 0; i < count; ++i)
         {
-            if (MatchesIdentityMask(fMask, events[i].fData, std::min(events[i].fSize, kMaxMIDIEventSize)))
+            if (fIsAnswer(events[i].fData, std::min(events[i].fSize, kMaxMIDIEventSize)))
                 fFound.push_back(fPort);
         }
         return kCodecOK;
     }
 
 private:
-    std::string_view fMask;
+    const TAnswerTest& fIsAnswer;
     u32 fPort = 0;
     std::vector<u32> fFound;
 };
@@ -277,44 +277,49 @@ u32 CGenericMidiCodec::ICodec2_ProbeForControlSurface(IMIDIProber& prober, const
         const CGenericMidiCodecConfig& config = FindConfig(info);
         if (config.fIdentityRequest.empty() || config.fIdentityResponse.empty())
             return;
-        u32 outPortCount = 0;
-        u32 inPortCount = 0;
-        ThrowCodecResult(prober.IMIDIProber_GetOutPortCount(&outPortCount));
-        ThrowCodecResult(prober.IMIDIProber_GetInPortCount(&inPortCount));
-        if (outPortCount == 0 || inPortCount == 0)
-            return;
-        TMIDIEvent request{};
-        request.fSize = u32(std::min<std::size_t>(config.fIdentityRequest.size(), kMaxMIDIEventSize));
-        std::copy_n(config.fIdentityRequest.begin(), request.fSize, request.fData);
-        for (u32 outPort = 0; outPort < outPortCount; ++outPort)
-            ProbeOutPort(prober, outPort, inPortCount, request, config, results);
+        const std::string_view mask = config.fIdentityResponse;
+        ProbeByIdentity(prober, config.fIdentityRequest,
+                        [mask](const u8* data, u32 size) { return MatchesIdentityMask(mask, data, size); },
+                        config.fInPortCount, MakeUniqueName(config), results);
     });
 }
 
-void CGenericMidiCodec::ProbeOutPort(IMIDIProber& prober, u32 outPort, u32 inPortCount, const TMIDIEvent& request,
-                                     const CGenericMidiCodecConfig& config, IProbeResultGetter& results)
+void ProbeByIdentity(IMIDIProber& prober, const std::vector<u8>& request, const TAnswerTest& isAnswer,
+                     u32 modelInPortCount, const std::string& uniqueName, IProbeResultGetter& results)
 {
-    ThrowCodecResult(prober.IMIDIProber_SendEvents(outPort, 1, &request));
-    CIdentityListener listener(config.fIdentityResponse);
-    const auto end = std::chrono::steady_clock::now() + kProbeListenTime;
-    while (std::chrono::steady_clock::now() < end)
-    {
-        for (u32 inPort = 0; inPort < inPortCount; ++inPort)
-        {
-            listener.SetPort(inPort);
-            ThrowCodecResult(prober.IMIDIProber_GetEvents(inPort, listener));
-        }
-        std::this_thread::yield();
-    }
-    const std::vector<u32>& found = listener.GetFoundPorts();
-    if (found.empty())
+    u32 outPortCount = 0;
+    u32 inPortCount = 0;
+    ThrowCodecResult(prober.IMIDIProber_GetOutPortCount(&outPortCount));
+    ThrowCodecResult(prober.IMIDIProber_GetInPortCount(&inPortCount));
+    if (outPortCount == 0 || inPortCount == 0)
         return;
-    u32 portMap[kPortMapSize];
-    std::fill(std::begin(portMap), std::end(portMap), kUnusedPort);
-    portMap[0] = outPort;
-    for (std::size_t k = 0; k < found.size() && k < kMaxPortCount && k < config.fInPortCount; ++k)
-        portMap[kPortMapFirstInPort + k] = found[k];
-    ThrowCodecResult(results.IProbeResultGetter_Take(MakeUniqueName(config).c_str(), portMap));
+    TMIDIEvent event{};
+    event.fSize = u32(std::min<std::size_t>(request.size(), kMaxMIDIEventSize));
+    std::copy_n(request.begin(), event.fSize, event.fData);
+    for (u32 outPort = 0; outPort < outPortCount; ++outPort)
+    {
+        ThrowCodecResult(prober.IMIDIProber_SendEvents(outPort, 1, &event));
+        CIdentityListener listener(isAnswer);
+        const auto end = std::chrono::steady_clock::now() + kProbeListenTime;
+        while (std::chrono::steady_clock::now() < end)
+        {
+            for (u32 inPort = 0; inPort < inPortCount; ++inPort)
+            {
+                listener.SetPort(inPort);
+                ThrowCodecResult(prober.IMIDIProber_GetEvents(inPort, listener));
+            }
+            std::this_thread::yield();
+        }
+        const std::vector<u32>& found = listener.GetFoundPorts();
+        if (found.empty())
+            continue;
+        u32 portMap[kPortMapSize];
+        std::fill(std::begin(portMap), std::end(portMap), kUnusedPort);
+        portMap[0] = outPort;
+        for (std::size_t k = 0; k < found.size() && k < kMaxPortCount && k < modelInPortCount; ++k)
+            portMap[kPortMapFirstInPort + k] = found[k];
+        ThrowCodecResult(results.IProbeResultGetter_Take(uniqueName.c_str(), portMap));
+    }
 }
 
 u32 CGenericMidiCodec::ICodec2_Destroy()

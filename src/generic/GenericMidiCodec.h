@@ -26,6 +26,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -69,6 +70,17 @@ bool IsDefinitionFileName(const std::filesystem::path& name);
 // never matches.
 bool MatchesIdentityMask(std::string_view mask, const u8* data, u32 size);
 
+// Whether a message answers an identity request.
+using TAnswerTest = std::function<bool(const u8* data, u32 size)>;
+
+// Probes for one model by its identity request: the request goes out on each
+// output port in turn, and every input port is listened to for 25 ms. Each
+// output port that gets an answer is one surface found, with the input ports
+// that answered, at most modelInPortCount of them. The wait is a busy loop on
+// the calling thread. Throws what the prober's and the getter's statuses stand for.
+void ProbeByIdentity(NSKinvarCodec::IMIDIProber& prober, const std::vector<u8>& request, const TAnswerTest& isAnswer,
+                     u32 modelInPortCount, const std::string& uniqueName, NSKinvarCodec::IProbeResultGetter& results);
+
 class CGenericMidiCodec : public NSKinvarCodec::ICodec2
 {
 public:
@@ -107,9 +119,6 @@ public:
 private:
     template <class Body> NSKinvarCodec::u32 Guarded(Body&& body);
     const CGenericMidiCodecConfig& FindConfig(const NSKinvarCodec::TControlSurfaceInfo& info) const;
-    void ProbeOutPort(NSKinvarCodec::IMIDIProber& prober, u32 outPort, u32 inPortCount,
-                      const NSKinvarCodec::TMIDIEvent& request, const CGenericMidiCodecConfig& config,
-                      NSKinvarCodec::IProbeResultGetter& results);
 
     TScanPlacesSource fPlaces;
     TConfigMap fConfigs;

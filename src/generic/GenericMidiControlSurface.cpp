@@ -18,9 +18,6 @@ using NSKinvarCodec::kCodecOK;
 
 namespace
 {
-// A rule can span this many consecutive messages of one port.
-constexpr std::size_t kMessagesPerRule = 3;
-
 TText16 Decimal(u32 value)
 {
     const std::string digits = std::to_string(value);
@@ -32,12 +29,6 @@ TText16 InPortName(u32 port, u32 count)
     if (count == 1)
         return GetGenericCodecText(kTextMIDIInput);
     return NSTextPackage::SubstituteParameters(GetGenericCodecText(kTextMIDIInputNumbered), 0, {Decimal(port + 1)});
-}
-
-// Appends the valid bytes of a message.
-u8* AppendMessage(u8* destination, const TMIDIEvent& event)
-{
-    return std::copy_n(event.fData, event.fSize, destination);
 }
 } // namespace
 
@@ -77,7 +68,7 @@ void FillControlSurfaceInfo(const CGenericMidiCodecConfig& config, TControlSurfa
 }
 
 CGenericMidiControlSurface::CGenericMidiControlSurface(CGenericMidiCodecConfig config)
-    : fConfig(std::move(config)), fRuleIndex(fConfig.fItems)
+    : fConfig(std::move(config)), fDispatcher(fConfig.fItems)
 {
 }
 
@@ -181,56 +172,18 @@ u32 CGenericMidiControlSurface::IControlSurface_HandleMIDIEvent(const TMIDIEvent
     });
 }
 
-// The message alone first; then behind the newest waiting message; then behind
-// the two. What completes no rule waits, newest first, at most two of them
-// when the next message comes.
 void CGenericMidiControlSurface::HandleMessage(const TMIDIEvent& event, u32 inPort)
 {
-    if (fInputHandler == nullptr)
-        return;
-    std::deque<TMIDIEvent>& buffer = fInputBuffers[inPort];
-    if (Dispatch(event.fData, event.fSize, event.fTime))
-    {
-        buffer.clear();
-        return;
-    }
-    while (buffer.size() >= kMessagesPerRule)
-        buffer.pop_back();
-    if (!buffer.empty())
-    {
-        u8 joined[kMessagesPerRule * kMaxMIDIEventSize];
-        u8* end = AppendMessage(AppendMessage(joined, buffer[0]), event);
-        if (Dispatch(joined, u32(end - joined), event.fTime))
-        {
-            buffer.clear();
-            return;
-        }
-        if (buffer.size() == 2)
-        {
-            end = AppendMessage(AppendMessage(AppendMessage(joined, buffer[1]), buffer[0]), event);
-            if (Dispatch(joined, u32(end - joined), event.fTime))
-            {
-                buffer.clear();
-                return;
-            }
-        }
-    }
-    buffer.push_front(event);
-}
-
-bool CGenericMidiControlSurface::Dispatch(const u8* data, u32 size, u64 time)
-{
     TRuleMatch match;
-    if (!fRuleIndex.FindMatch(data, size, match))
-        return false;
+    if (fInputHandler == nullptr || !fDispatcher.Dispatch(event, inPort, match))
+        return;
     TItemInput input{};
-    input.fTime = time;
+    input.fTime = event.fTime;
     input.fItemIndex = match.fItemIndex;
     input.fValue1 = match.fValue1;
     input.fValue2 = match.fValue2;
     input.fValue3 = match.fValue3;
     ThrowCodecResult(fInputHandler->IControlSurfaceInputHandler_HandleInput(this, &input));
-    return true;
 }
 
 u32 CGenericMidiControlSurface::IControlSurface_SetItemStates(u32, const TItemState*, ITextGetter&)

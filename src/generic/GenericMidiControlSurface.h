@@ -8,22 +8,17 @@
 // output kind kOutputNone, item states are received and dropped, and neither
 // the frames nor the end of a run send anything.
 //
-// A rule may span up to three consecutive messages of one port (an NRPN such as
-// "B0 63 xx B0 62 yy B0 06 zz" matches when its third message arrives): each
-// port keeps the last two messages that completed no rule. The surface does no
-// scaling, no clamping and no change detection: every match is one input, with
-// the values that the rule's expressions made.
+// Incoming messages are decoded by CRuleDispatcher, also across up to three
+// consecutive messages of one port.
 //
 // No lock inside: the host calls a surface from one thread at a time.
 
 #include "generic/GenericMidiCodecConfig.h"
-#include "generic/RuleIndex.h"
+#include "generic/RuleDispatcher.h"
 
 #include "codec/KinvarCodec.h"
 #include "foundation/Types.h"
 
-#include <array>
-#include <deque>
 #include <string>
 
 namespace NSGenericMidiCodec
@@ -74,17 +69,14 @@ public:
     virtual ~CGenericMidiControlSurface();
 
     // How many messages wait on that port for a rule to complete.
-    std::size_t GetBufferedCount(u32 inPort) const { return fInputBuffers.at(inPort).size(); }
+    std::size_t GetBufferedCount(u32 inPort) const { return fDispatcher.GetBufferedCount(inPort); }
 
 private:
     template <class Body> NSKinvarCodec::u32 Guarded(Body&& body);
     void HandleMessage(const NSKinvarCodec::TMIDIEvent& event, u32 inPort);
-    bool Dispatch(const u8* data, u32 size, u64 time);
 
     CGenericMidiCodecConfig fConfig;
-    // Newest at the front; what completed no rule yet.
-    std::array<std::deque<NSKinvarCodec::TMIDIEvent>, NSKinvarCodec::kMaxPortCount> fInputBuffers;
     NSKinvarCodec::IControlSurfaceInputHandler* fInputHandler = nullptr;
-    CRuleIndex fRuleIndex;
+    CRuleDispatcher fDispatcher;
 };
 } // namespace NSGenericMidiCodec

@@ -134,8 +134,8 @@ CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
                                              const std::vector<CMIDIPortSpec>& inPorts,
                                              const std::vector<CMIDIPortSpec>& outPorts,
                                              std::shared_ptr<IControlSurfaceInputHandler> handler,
-                                             const TControlSurfaceInfo& info)
-    : fOwnHandler(std::move(handler)), fFailures(SurfaceLabel(info)), fInfo(info),
+                                             const TControlSurfaceInfo& info, ISurfacePorts& ports)
+    : fOwnHandler(std::move(handler)), fFailures(SurfaceLabel(info)), fPorts(ports), fInfo(info),
       fName(GetRecordText(info.fModel))
 {
     BF_TRACE("Creating Control Surface: %s %s", Narrow(GetRecordText(fInfo.fManufacturer)).c_str(),
@@ -153,9 +153,9 @@ CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
                                              const std::vector<CMIDIPortSpec>& inPorts,
                                              const std::vector<CMIDIPortSpec>& outPorts,
                                              IControlSurfaceInputHandler* handler,
-                                             const TControlSurfaceInfo& info)
+                                             const TControlSurfaceInfo& info, ISurfacePorts& ports)
     : CActiveControlSurface(codec, inPorts, outPorts,
-                            std::shared_ptr<IControlSurfaceInputHandler>(handler, [](auto*) {}), info)
+                            std::shared_ptr<IControlSurfaceInputHandler>(handler, [](auto*) {}), info, ports)
 {
 }
 
@@ -227,7 +227,7 @@ void CActiveControlSurface::OpenInPorts(const std::vector<CMIDIPortSpec>& inPort
         }
         try
         {
-            fInPorts.push_back(std::make_shared<NSMIDIHub::CMIDIInPort>(inPorts[i], this));
+            fInPorts.push_back({inPorts[i], fPorts.Listen(inPorts[i], this)});
         }
         catch (...)
         {
@@ -251,7 +251,7 @@ void CActiveControlSurface::OpenOutPorts(const std::vector<CMIDIPortSpec>& outPo
         }
         try
         {
-            fOutPorts.push_back(NSMIDIHub::GetMIDIHub().GetSender(outPorts[i]));
+            fOutPorts.push_back(fPorts.GetSender(outPorts[i]));
         }
         catch (...)
         {
@@ -297,11 +297,16 @@ void CActiveControlSurface::SendStartupEvents()
     {
         if (!fOutPorts[port])
             continue;
-        CMIDIEventGetter getter(fOutPorts[port], kThrottleOn);
+        CMIDIEventGetter getter = MeteredGetter(port);
         CCodecTextGetter messages;
         const u32 status = fControlSurface->IControlSurface_GetStartupEvents(getter, port, messages);
         ApplyTextRule(messages, status);
     }
+}
+
+CMIDIEventGetter CActiveControlSurface::MeteredGetter(u32 port) const
+{
+    return CMIDIEventGetter(fOutPorts[port], kThrottleOn, [&ports = fPorts](u32 ms) { ports.WaitForWire(ms); });
 }
 
 void CActiveControlSurface::SendShutdownEvents() noexcept
@@ -312,7 +317,7 @@ void CActiveControlSurface::SendShutdownEvents() noexcept
         {
             if (!fOutPorts[port])
                 continue;
-            CMIDIEventGetter getter(fOutPorts[port], kThrottleOn);
+            CMIDIEventGetter getter = MeteredGetter(port);
             CCodecTextGetter messages;
             const u32 status = fControlSurface->IControlSurface_GetShutdownEvents(getter, port, messages);
             ApplyTextRule(messages, status);
@@ -369,12 +374,12 @@ u32 CActiveControlSurface::FindInPort(const CMIDIPortSpec& port) const
 {
     for (u32 i = 0; i < fInPorts.size(); ++i)
     {
-        if (!fInPorts[i])
+        if (!fInPorts[i].fListening)
         {
-            BF_ASSERT(fInPorts[i] != nullptr);
+            BF_ASSERT(fInPorts[i].fListening != nullptr);
             throw XProgrammingError();
         }
-        if (fInPorts[i]->GetSpec() == port)
+        if (fInPorts[i].fSpec == port)
             return i;
     }
     BF_ASSERT(false);

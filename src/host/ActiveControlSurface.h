@@ -20,8 +20,10 @@
 #include "codec/CodecSupport.h"
 #include "codec/KinvarCodec.h"
 #include "foundation/Types.h"
+#include "host/MIDIEventGetter.h"
 #include "host/OutputTraffic.h"
 #include "host/SurfaceFailures.h"
+#include "host/SurfacePorts.h"
 #include "midi/MIDIHub.h"
 
 #include <memory>
@@ -53,17 +55,20 @@ public:
     //                                in the log
     //   the codec refuses            ThrowCodecResult's exception for its
     //                                status
-    // Ports opened so far close again.
+    // Ports opened so far close again. The ports are had through ports, which
+    // must outlive the surface.
     CActiveControlSurface(const TCodecPtr& codec, const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts,
                           const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts,
                           NSKinvarCodec::IControlSurfaceInputHandler* handler,
-                          const NSKinvarCodec::TControlSurfaceInfo& info);
+                          const NSKinvarCodec::TControlSurfaceInfo& info,
+                          ISurfacePorts& ports = GetHubSurfacePorts());
     // The same with a handler of the surface's own, kept until the surface
     // has been destroyed.
     CActiveControlSurface(const TCodecPtr& codec, const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts,
                           const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts,
                           std::shared_ptr<NSKinvarCodec::IControlSurfaceInputHandler> handler,
-                          const NSKinvarCodec::TControlSurfaceInfo& info);
+                          const NSKinvarCodec::TControlSurfaceInfo& info,
+                          ISurfacePorts& ports = GetHubSurfacePorts());
     // Withdraws the input handler, sends the surface's end messages (a failure
     // there ends only that step), closes the ports, and destroys the surface
     // last.
@@ -116,6 +121,15 @@ private:
     void SendStartupEvents();
     void SendShutdownEvents() noexcept;
     u32 FindInPort(const NSMIDIHub::CMIDIPortSpec& port) const;
+    CMIDIEventGetter MeteredGetter(u32 port) const;
+
+    // An input port: its address, and its input reaching Receive while
+    // fListening lives; fListening is empty where the port is not assigned.
+    struct TInPort
+    {
+        NSMIDIHub::CMIDIPortSpec fSpec;
+        std::shared_ptr<void> fListening;
+    };
 
     // Declared first so that they go last: a message may still be on its way
     // in while the ports close, and the codec holds the handler until its
@@ -126,11 +140,12 @@ private:
     // codec after that.
     bool fEnding = false;
     CSurfaceFailures fFailures;
+    ISurfacePorts& fPorts;
     TControlSurfacePtr fControlSurface;
     NSKinvarCodec::TControlSurfaceInfo fInfo;
     TText16 fName;
     std::vector<NSKinvarCodec::TItemState> fItemStates;
-    std::vector<std::shared_ptr<NSMIDIHub::CMIDIInPort>> fInPorts;
+    std::vector<TInPort> fInPorts;
     std::vector<std::shared_ptr<NSMIDIHub::IMIDISender>> fOutPorts;
     std::vector<COutputTraffic> fTraffic;
     // What the codec said of its items at the start, for CheckInput.

@@ -36,7 +36,7 @@ private:
 };
 } // namespace
 
-CKinvarHUB::CKinvarHUB() = default;
+CKinvarHUB::CKinvarHUB(ISurfacePorts& ports) : fPorts(ports) {}
 
 std::shared_ptr<CActiveControlSurface> CKinvarHUB::GetSurface(u32 id) const
 {
@@ -57,7 +57,7 @@ u32 CKinvarHUB::CreateActiveControlSurface(const TCodecPtr& codec, const TContro
     // Counted before anything else: a construction that fails uses up its id.
     const u32 id = ++fNextSurfaceId;
     auto surface = std::make_shared<CActiveControlSurface>(
-        codec, inPorts, outPorts, std::make_shared<CSurfaceInputHandler>(*this, id), info);
+        codec, inPorts, outPorts, std::make_shared<CSurfaceInputHandler>(*this, id), info, fPorts);
     surface->SetName(name);
     BF_ASSERT(id != 0);
     fSurfaces[id] = std::move(surface);
@@ -158,8 +158,9 @@ void CKinvarHUB::DeliverInput(const TQueuedInput& element)
 {
     const u32 id = element.fSurfaceId != 0 ? element.fSurfaceId : FindSurfaceId(element.fSurface);
     const auto surface = fSurfaces.find(id);
-    if (surface == fSurfaces.end() || !surface->second->CheckInput(element.fInput))
+    if (surface == fSurfaces.end())
         return;
+    const bool fits = surface->second->CheckInput(element.fInput);
     std::vector<IInputListener*> listeners;
     for (const auto& [listener, listenerId] : fInputListeners)
     {
@@ -171,8 +172,12 @@ void CKinvarHUB::DeliverInput(const TQueuedInput& element)
     {
         // An earlier listener may have removed this one.
         const auto found = fInputListeners.find(listener);
-        if (found != fInputListeners.end() && found->second == id)
+        if (found == fInputListeners.end() || found->second != id)
+            continue;
+        if (fits)
             listener->IInputListener_OnInput(&element.fInput);
+        else
+            listener->IInputListener_OnDroppedInput(&element.fInput);
     }
 }
 
@@ -188,6 +193,7 @@ void CKinvarHUB::DriveOutput(u32 framesPerSecond)
     // codec call runs a nested event loop).
     const std::vector<std::pair<u32, std::shared_ptr<CActiveControlSurface>>> surfaces(fSurfaces.begin(),
                                                                                         fSurfaces.end());
+    std::exception_ptr failure;
     for (const auto& [id, surface] : surfaces)
     {
         if (!fSurfaces.contains(id))
@@ -199,8 +205,12 @@ void CKinvarHUB::DriveOutput(u32 framesPerSecond)
         catch (...)
         {
             // The surface has said so in the log; its frame alone is lost.
+            if (!failure)
+                failure = std::current_exception();
         }
     }
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 void CKinvarHUB::WatchPortsWhenDue()
@@ -209,7 +219,7 @@ void CKinvarHUB::WatchPortsWhenDue()
     if (fSurfaces.empty() || now < fNextPortWatchMs)
         return;
     fNextPortWatchMs = now + kPortWatchIntervalMs;
-    NSMIDIHub::GetMIDIHub().WatchPorts();
+    fPorts.WatchPorts();
 }
 
 void CKinvarHUB::ReportLostInput()

@@ -53,6 +53,9 @@ class IInputListener
 {
 public:
     virtual void IInputListener_OnInput(const NSKinvarCodec::TItemInput* input) = 0;
+    // An input that the hub dropped, since it doesn't fit its item (the log
+    // says why). For runners that report it; the panel has nothing to do.
+    virtual void IInputListener_OnDroppedInput(const NSKinvarCodec::TItemInput* input) { (void)input; }
 
 protected:
     ~IInputListener() = default;
@@ -81,7 +84,8 @@ inline constexpr u32 kWireBytesPerSecond = 3125;
 class CKinvarHUB final : public NSKinvarCodec::IControlSurfaceInputHandler
 {
 public:
-    CKinvarHUB();
+    // The surfaces have their ports through ports, which outlives the hub.
+    explicit CKinvarHUB(ISurfacePorts& ports = GetHubSurfacePorts());
     CKinvarHUB(const CKinvarHUB&) = delete;
     CKinvarHUB& operator=(const CKinvarHUB&) = delete;
 
@@ -115,7 +119,8 @@ public:
     std::pair<u32, u32> GetOutputTraffic(u32 id, u32 outPort, i64 milliseconds) const;
 
     // Empties the input queue, calling for each element the listeners of its
-    // surface; an input that doesn't fit its item is reported and dropped.
+    // surface; an input that doesn't fit its item is reported and dropped
+    // (IInputListener_OnDroppedInput).
     // After kInputDriveBudgetMs it stops and posts kInputEvent for the rest.
     // A listener may set item states, and may add or remove listeners and
     // surfaces (a nested event loop may): the walk is on copies, and a
@@ -124,7 +129,8 @@ public:
     // Looks after the ports and the lost input (see above), then one output
     // frame of every surface in id order, each asked for
     // kWireBytesPerSecond / framesPerSecond bytes (framesPerSecond above 0).
-    // A surface that fails loses its own frame; the others run on.
+    // A surface that fails loses its own frame; the others run on, and the
+    // first failure is thrown after them.
     void DriveOutput(u32 framesPerSecond);
 
     // On a MIDI thread: queues the input and posts kInputEvent when the queue
@@ -148,6 +154,7 @@ private:
     void WatchPortsWhenDue();
     void ReportLostInput();
 
+    ISurfacePorts& fPorts;
     std::map<u32, std::shared_ptr<CActiveControlSurface>> fSurfaces;
     std::mutex fInputLock;
     std::map<IInputListener*, u32> fInputListeners;

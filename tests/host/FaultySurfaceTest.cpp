@@ -57,6 +57,18 @@ protected:
         return fHub.CreateActiveControlSurface(FaultyCodec(), Model(model), u"Name", {InPort(in)}, {OutPort(out)});
     }
 
+    // One frame; a surface's failure leaves the hub after the others had theirs, and the frame clock drops it.
+    void Frame()
+    {
+        try
+        {
+            fHub.DriveOutput(30);
+        }
+        catch (const std::exception&)
+        {
+        }
+    }
+
     void SendFader(const char16_t* cable, u8 value)
     {
         NSMIDIHub::GetMIDIHub().GetSender(OutPort(cable))->Send(nullptr, {0xB0, 0x00, value});
@@ -122,7 +134,7 @@ TEST_F(FaultySurfaceTest, EachFaultIsSaidOnceAndTheOtherSurfaceRunsOn)
             state.fValue = value;
             fHub.SetItemState(healthy, 0, state);
             fHub.SetItemState(faulty, 0, state);
-            fHub.DriveOutput(30);
+            Frame();
         }
         EXPECT_EQ((std::vector<i64>{1, 2, 3}), listener.fValues) << NSTextPackage::UTF8FromText16(model);
         EXPECT_EQ(3u, fHub.GetOutputTraffic(healthy, 0, 1000).first) << NSTextPackage::UTF8FromText16(model);

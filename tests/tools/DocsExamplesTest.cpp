@@ -78,7 +78,7 @@ TEST(DocsExamples, PrintWhatThePagesShow)
         const TPage page = ReadPage(entry.path());
         const CScratchFolder scratch;
         const fs::path folder = scratch.Write(".page", "").parent_path();
-        for (const char* examples : {"Codecs/MIDI Codecs", "Maps"})
+        for (const char* examples : {"Codecs/MIDI Codecs", "Codecs/Lua Codecs", "Maps"})
             for (const auto& example : fs::directory_iterator(kKinvar / examples))
                 fs::copy_file(example.path(), folder / example.path().filename());
         for (const auto& [name, content] : page.fFiles)

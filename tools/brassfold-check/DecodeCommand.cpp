@@ -1,7 +1,8 @@
 // brassfold-check decode FILE [MESSAGE...] [--identity]
 //
-// Creates the file's surface through the generic codec, with an input handler,
-// and hands it each message in order on input port 0: the MESSAGE arguments
+// Creates the file's surface through the generic codec, or a script's first
+// model through the scripted codec host, with an input handler, and hands it
+// each message in order on input port 0: the MESSAGE arguments
 // (hex bytes such as "B0 07 40"), or else one message per line of standard
 // input. Each input that the surface passes on prints one line: item name,
 // fValue1, fValue2, fValue3, TAB between them, in decimal; an input that the
@@ -10,8 +11,11 @@
 
 #include "Assertions.h"
 #include "CheckCommand.h"
+#include "CodecFile.h"
 #include "DefinitionReport.h"
 #include "Diagnostics.h"
+#include "ScriptCodec.h"
+#include "SurfaceText.h"
 #include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
@@ -34,31 +38,6 @@ constexpr const char* kIdentityOption = "--identity";
 // A rule may span this many messages of one port.
 constexpr std::size_t kMessagesPerRule = 3;
 
-// Pairs of hex digits, blanks and TABs anywhere between the digits.
-std::optional<std::vector<u8>> ParseHexMessage(const std::string& text)
-{
-    std::vector<u8> bytes;
-    int high = -1;
-    for (const char c : text)
-    {
-        if (c == ' ' || c == '\t' || c == '\r')
-            continue;
-        const int digit = NSGenericMidiCodec::HexDigitValue(char16(static_cast<unsigned char>(c)));
-        if (digit < 0)
-            return std::nullopt;
-        if (high < 0)
-        {
-            high = digit;
-            continue;
-        }
-        bytes.push_back(u8(high * 16 + digit));
-        high = -1;
-    }
-    if (high >= 0 || bytes.size() > kMaxMIDIEventSize)
-        return std::nullopt;
-    return bytes;
-}
-
 // Keeps the inputs of one message, for the decoder to print and judge.
 class CInputCollector : public IControlSurfaceInputHandler
 {
@@ -72,57 +51,29 @@ public:
     }
 };
 
-// What the host would object to in an input, or nothing: the host's own
-// check decides, the words are the tool's.
-std::optional<std::string> HostObjection(const TItemInput& input, const TItemInfo& info, std::size_t& column)
-{
-    {
-        const CHeldAssertions silent(CHeldAssertions::EKind::kSilent);
-        if (IsItemInputValid(input, info))
-            return std::nullopt;
-    }
-    column = 0;
-    const auto outside = [](const char* what, i64 value, i64 low, i64 high) {
-        return std::string(what) + " " + std::to_string(value) + ", outside " + std::to_string(low) + " to " +
-               std::to_string(high);
-    };
-    switch (info.fInputKind)
-    {
-    case kInputDelta:
-        return "a step of 0";
-    case kInputKeyboard:
-        if (input.fValue1 < 0 || input.fValue1 > 1)
-            return outside("the key state", input.fValue1, 0, 1);
-        column = input.fValue2 < 0 || input.fValue2 > 127 ? 1 : 2;
-        return column == 1 ? outside("the key", input.fValue2, 0, 127)
-                           : outside("the velocity", input.fValue3, 0, 127);
-    default:
-        return outside("the value", input.fValue1, info.fMin, info.fMax);
-    }
-}
-
 class CDecoder
 {
 public:
     CDecoder(TCommandContext& context, const std::string& file, const TDefinitionCheck& check)
-        : fContext(context), fFile(file), fConfig(*check.fConfig), fLayout(LayoutOf(fConfig, check.fRows))
+        : fContext(context), fFile(file), fConfig(&*check.fConfig), fLayout(LayoutOf(*fConfig, check.fRows))
     {
     }
 
+    // A script's: the host's objections to an input are its own errors.
+    CDecoder(TCommandContext& context, const std::string& file) : fContext(context), fFile(file) {}
+
     int Run()
     {
-        TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec(NSGenericMidiCodec::TScanPlaces{{}, {fFile}}),
-                        codec_deleter());
-        std::vector<TControlSurfaceInfo> infos;
-        {
-            // The scan reads the file again: what its read asserted was shown.
-            const CHeldAssertions repeat(CHeldAssertions::EKind::kRepeatRead);
-            infos = GetControlSurfacesForCodec(codec, {});
-        }
-        if (infos.empty())
+        const auto codec = MakeDefinitionCodec(fFile);
+        if (!codec)
             return UsageError(fContext, fFile + ": no surface model");
+        return Run({codec->fCodec, codec->fModels[0]});
+    }
+
+    int Run(const TCodecSurface& model)
+    {
         u32 status = NSKinvarCodec::kCodecOK;
-        TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(infos[0], &status),
+        TControlSurfacePtr surface(model.first->ICodec2_CreateControlSurface(model.second, &status),
                                    codecsurface_deleter());
         ThrowCodecResult(status);
         fItems = GetItemInfos(*surface);
@@ -168,7 +119,7 @@ private:
         }
         if (fContext.HasOption(kIdentityOption))
             fContext.fOut << "Identity Response\t"
-                          << (NSGenericMidiCodec::MatchesIdentityMask(fConfig.fIdentityResponse, bytes->data(),
+                          << (NSGenericMidiCodec::MatchesIdentityMask(fConfig->fIdentityResponse, bytes->data(),
                                                                       u32(bytes->size()))
                                   ? "match\n"
                                   : "no match\n");
@@ -182,6 +133,7 @@ private:
         for (const TItemInput& input : fInputs.fInputs)
             Print(input);
         fContext.fOut.flush();
+        FlushScriptPrints(fContext);
         if (messages.HasText())
             fContext.fError << UTF8(messages.GetText()) << "\n";
         if (status != NSKinvarCodec::kCodecOK)
@@ -202,12 +154,11 @@ private:
 
     void Print(const TItemInput& input)
     {
+        fContext.fOut << ItemInputLine(input, *fItems) << '\n';
         const bool known = input.fItemIndex < fItems->size();
-        const std::string name = known ? UTF8(GetRecordText((*fItems)[input.fItemIndex].fName))
-                                       : std::string("#").append(std::to_string(input.fItemIndex));
-        fContext.fOut << name << '\t' << input.fValue1 << '\t' << input.fValue2 << '\t' << input.fValue3 << '\n';
         std::size_t column = 0;
-        const auto objection = known ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
+        const auto objection =
+            known && fConfig != nullptr ? HostObjection(input, (*fItems)[input.fItemIndex], column) : std::nullopt;
         if (!objection)
             return;
         const TRow* rule = FindRuleRow(input);
@@ -226,7 +177,7 @@ private:
     // messages, as the surface joins them; null when none does.
     const TRow* FindRuleRow(const TItemInput& input) const
     {
-        const auto& rules = fConfig.fItems.at(input.fItemIndex).fRules;
+        const auto& rules = fConfig->fItems.at(input.fItemIndex).fRules;
         for (std::size_t rule = 0; rule < rules.size() && rule < fLayout.fRuleRows[input.fItemIndex].size(); ++rule)
         {
             for (std::size_t count = 1; count <= fRecent.size(); ++count)
@@ -245,7 +196,8 @@ private:
 
     TCommandContext& fContext;
     std::string fFile;
-    const CGenericMidiCodecConfig& fConfig;
+    // Null for a script.
+    const CGenericMidiCodecConfig* fConfig = nullptr;
     TDefinitionLayout fLayout;
     std::shared_ptr<TItemInfoList> fItems;
     CInputCollector fInputs;
@@ -260,6 +212,14 @@ int RunDecode(TCommandContext& context)
     const std::string& file = context.fArguments[0];
     if (!IsReadableFile(context, file))
         return kExitUsage;
+    if (IsScriptFile(file))
+    {
+        if (context.HasOption(kIdentityOption))
+            return UsageError(context, "--identity takes a definition file; a script's identity shows in auto-detection");
+        int exitCode = kExitOK;
+        const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+        return surfaces ? CDecoder(context, file).Run(surfaces->front()) : exitCode;
+    }
     const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);
     ReportDefinitionWarnings(context, file, check.fRows, check.fConfig ? &*check.fConfig : nullptr);
     if (!check.fConfig)

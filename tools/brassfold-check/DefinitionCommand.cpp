@@ -2,10 +2,13 @@
 //
 // Reads each definition file as the generic codec's scan does. A refused file
 // prints the scan's message; an accepted one its manufacturer, model, item
-// count and rule count. Then the warnings of the file.
+// count and rule count. Then the warnings of the file. A script (".luacodec")
+// goes through the scripted codec host: the host's message, or a line for
+// each of its models with its item count.
 
 #include "CheckCommand.h"
 #include "DefinitionReport.h"
+#include "ScriptCodec.h"
 #include "TextHints.h"
 
 #include "generic/GenericMidiCodec.h"
@@ -26,6 +29,25 @@ void PrintAccepted(TCommandContext& context, const std::string& file,
                  << CountOf(config.fItems.size(), "item", "items") << ", " << CountOf(rules, "rule", "rules") << "\n";
 }
 
+// A script's models, each made into a surface for its item count.
+int CheckScript(TCommandContext& context, const std::string& file)
+{
+    int exitCode = kExitOK;
+    const auto surfaces = LoadScriptCodec(context, file, context.fOut, exitCode);
+    for (const auto& [codec, info] : surfaces.value_or(TCodecSurfaceList()))
+    {
+        NSKinvarCodec::u32 status = NSKinvarCodec::kCodecOK;
+        const TControlSurfacePtr surface(codec->ICodec2_CreateControlSurface(info, &status), codecsurface_deleter());
+        ThrowCodecResult(status);
+        if (context.fFormat != EOutputFormat::kGcc)
+            context.fOut << file << ": " << UTF8(GetRecordText(info.fManufacturer)) << ", "
+                         << UTF8(GetRecordText(info.fModel)) << ", "
+                         << CountOf(GetItemInfos(*surface)->size(), "item", "items") << "\n";
+    }
+    FlushScriptPrints(context);
+    return exitCode;
+}
+
 int RunDefinition(TCommandContext& context)
 {
     if (context.fArguments.empty())
@@ -36,6 +58,12 @@ int RunDefinition(TCommandContext& context)
         if (!IsReadableFile(context, file))
         {
             exitCode = kExitUsage;
+            continue;
+        }
+        if (IsScriptFile(file))
+        {
+            const int result = CheckScript(context, file);
+            exitCode = result == kExitUsage || exitCode == kExitOK ? result : exitCode;
             continue;
         }
         const TDefinitionCheck check = CheckDefinition(context, file, ERefusalStream::kOutput);

@@ -19,6 +19,8 @@ void Report(TCommandContext& context, const TDiagnostic& diagnostic)
     if (warning)
         ++context.fWarningCount;
     std::ostream& out = context.fOut;
+    if (diagnostic.fSeverity == ESeverity::kNote)
+        return PrintGccLine(out, diagnostic, "note", diagnostic.fMessage);
     if (context.fFormat == EOutputFormat::kGcc)
     {
         PrintGccLine(out, diagnostic, warning ? "warning" : "error", diagnostic.fMessage);

@@ -22,6 +22,7 @@ enum class ESeverity
 {
     kError,
     kWarning,
+    kNote, // a line of context of its own, such as what a codec said
 };
 
 struct TDiagnostic

@@ -2,7 +2,9 @@
 //
 // Validates a mapping file as the workbench's "Validate Map File" does,
 // against the surface models of the generic codec over one definition file or
-// over the definition files below a folder. Prints "Kinvar map is ok!", or the
+// over the definition files below a folder, and of the scripts among them:
+// a script given as the file, and the scripts below the folder and below the
+// "Lua Codecs" folder beside it. Prints "Kinvar map is ok!", or the
 // error text exactly as the workbench's log receives it, or the one line that
 // says that no loaded codec offers the file's surface; then the warnings.
 
@@ -11,6 +13,7 @@
 #include "DefinitionReport.h"
 #include "Diagnostics.h"
 #include "MapReport.h"
+#include "ScriptCodec.h"
 
 #include "codec/CodecSupport.h"
 #include "foundation/FileHandling.h"
@@ -19,6 +22,7 @@
 #include "generic/GenericMidiCodec.h"
 #include "map/MapValidation.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -94,6 +98,47 @@ TCodecSurfaceList LoadSurfaces(TCommandContext& context, const NSGenericMidiCode
     return surfaces;
 }
 
+// Takes the scripts out of the places' files, and finds those of the folders.
+std::vector<std::filesystem::path> TakeScripts(NSGenericMidiCodec::TScanPlaces& places)
+{
+    namespace fs = std::filesystem;
+    std::vector<fs::path> scripts;
+    std::erase_if(places.fFiles, [&](const fs::path& file) {
+        return IsScriptFile(file) && (scripts.push_back(file), true);
+    });
+    for (const fs::path& folder : places.fFolders)
+    {
+        for (const fs::path& place : {folder, folder.parent_path() / "Lua Codecs"})
+        {
+            std::error_code error;
+            for (auto it = fs::recursive_directory_iterator(place, error); !error && it != fs::end(it);
+                 it.increment(error))
+            {
+                if (it->is_regular_file(error) && IsScriptFile(it->path()))
+                    scripts.push_back(fs::weakly_canonical(it->path(), error));
+            }
+        }
+    }
+    std::sort(scripts.begin(), scripts.end());
+    scripts.erase(std::unique(scripts.begin(), scripts.end()), scripts.end());
+    return scripts;
+}
+
+// The models of the scripts; a script that the host refuses is told on the
+// error stream and makes the check fail.
+void AddScriptSurfaces(TCommandContext& context, const std::vector<std::filesystem::path>& scripts,
+                       TCodecSurfaceList& surfaces, int& exitCode)
+{
+    for (const auto& script : scripts)
+    {
+        int result = kExitOK;
+        const auto scriptSurfaces = LoadScriptCodec(context, script, context.fError, result);
+        if (scriptSurfaces)
+            surfaces.insert(surfaces.end(), scriptSurfaces->begin(), scriptSurfaces->end());
+        exitCode = std::max(exitCode, result);
+    }
+}
+
 int RunMap(TCommandContext& context)
 {
     std::string problem;
@@ -112,11 +157,16 @@ int RunMap(TCommandContext& context)
             return UsageError(context, folder.string() + ": no such folder");
     }
     LoadTextResource(2000);
-    const TCodecSurfaceList surfaces = LoadSurfaces(context, arguments->fPlaces);
+    NSGenericMidiCodec::TScanPlaces places = arguments->fPlaces;
+    const std::vector<std::filesystem::path> scripts = TakeScripts(places);
+    TCodecSurfaceList surfaces = LoadSurfaces(context, places);
+    int scriptsExitCode = kExitOK;
+    AddScriptSurfaces(context, scripts, surfaces, scriptsExitCode);
     const TText16 text = NSKinvar::ReadMapText(arguments->fMapFile);
     const NSKinvar::TMapCheckResult result = NSKinvar::CheckMapText(surfaces, text);
     const CFileRows rows = ReadMapRows(text, result.fFaults);
-    const int exitCode = ReportMapCheck(context, arguments->fMapFile, result, rows, surfaces);
+    const int exitCode =
+        std::max(ReportMapCheck(context, arguments->fMapFile, result, rows, surfaces), scriptsExitCode);
     ReportMapWarnings(context, arguments->fMapFile, rows);
     if (result.fMap)
     {

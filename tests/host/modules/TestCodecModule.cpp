@@ -70,8 +70,9 @@ const std::pair<const char*, EFault> kFaultModels[] = {{"State Box", EFault::kNo
 
 // Items: 0 "Fader" (in and out, 0 to 127), 1 "Lamp" (0 to 1), 2 "Display" (text), 3 "Mode" (three states).
 // Start on port p: F0 7D 01 p F7, in two records; end: F0 7D 02 p F7. A frame sends B0 item value for every
-// enabled item whose state changed since the last frame on that port. Input: B0 00 v is the fader's value v;
-// F0 7D 7F F7 fails with "Unknown message"; any other message is the value 0 with fValue2 its size.
+// enabled item whose state changed since the last frame on that port; a Display text "fail" fails it with
+// "Cannot show fail". Input: B0 00 v is the fader's value v, B1 00 v the fader's value v + 128 (out of its
+// range); F0 7D 7F F7 fails with "Unknown message"; any other message is the value 0 with fValue2 its size.
 class CStateSurface final : public IControlSurface
 {
 public:
@@ -146,8 +147,8 @@ public:
         }
         TItemInput input{};
         input.fTime = event->fTime;
-        const bool fader = event->fSize == 3 && data[0] == 0xB0 && data[1] == 0;
-        input.fValue1 = fader ? data[2] : 0;
+        const bool fader = event->fSize == 3 && (data[0] == 0xB0 || data[0] == 0xB1) && data[1] == 0;
+        input.fValue1 = fader ? data[2] + (data[0] == 0xB1 ? 128 : 0) : 0;
         input.fValue2 = fader ? 0 : event->fSize;
         std::lock_guard lock(fHandlerLock);
         if (fHandler == nullptr)
@@ -168,7 +169,7 @@ public:
         fStates.assign(states, states + count);
         return kCodecOK;
     }
-    u32 IControlSurface_GetOutputEvents(u32, u32 port, IMIDIEventGetter& getter, ITextGetter&) override
+    u32 IControlSurface_GetOutputEvents(u32, u32 port, IMIDIEventGetter& getter, ITextGetter& messages) override
     {
         if (fFault == EFault::kBadStatus)
             return kCodecIllegalCallSequence;
@@ -181,6 +182,11 @@ public:
         }
         if (port >= kMaxPortCount || fStates.size() != kItemCount)
             return kCodecInvalidArgument;
+        if (TextOf(fStates[2].fValueText, kMaxValueTextLength + 1) == "fail")
+        {
+            messages.ITextGetter_Take(u"Cannot show fail");
+            return kCodecInvalidArgument;
+        }
         std::vector<TItemState>& shown = fShown[port];
         shown.resize(kItemCount);
         std::vector<TMIDIEvent> events;
