@@ -1,13 +1,19 @@
 // The round trip over JACK, measured by JACK's own tool: jack_midi_latency_test
-// sends through a loop and reports the latency of what comes back. A server
-// of our own runs with the dummy driver (smaller periods make it report
-// xruns on a loaded machine), under a name that nothing else uses, and the
-// tool runs twice against it:
+// sends through a loop and reports the latency of what comes back, in frames
+// from the message's place in the cycle it was sent to its place in the cycle
+// it came back. A server of our own runs with the dummy driver at 256 frames
+// (smaller periods make it report xruns on a loaded machine), in synchronous
+// mode, so that a client that is late on a shared machine holds up the cycle
+// rather than losing its MIDI, under a name that nothing else uses; the tool
+// runs twice against it:
 //
 // - direct: a minimal plain JACK client that copies its MIDI in to its MIDI
 //   out in its process callback, the peer's figure;
 // - through the hub: a JACK in port of the MIDI hub whose every message the
-//   hub sends out again on a JACK out port, from the port's delivery thread.
+//   hub sends out again on a JACK out port, from the port's delivery thread
+//   (the out port has no other user here). The out port hands it to JACK at
+//   the start of the next cycle, so its figure is that cycle's start less the
+//   message's place in the cycle it was sent.
 //
 // Prints the tool's report of each run, then its mean latencies and what the
 // hub adds; the goal is that it adds at most one period.
@@ -72,6 +78,8 @@ public:
         if (fLock < 0 || flock(fLock, LOCK_EX | LOCK_NB) != 0)
             Fail("another bench holds the server name");
         setenv("JACK_DEFAULT_SERVER", kServer, 1);
+        // Until the server is up, libjack says at every try that it isn't.
+        jack_set_error_function([](const char*) {});
         const std::string frames = std::to_string(kFrames);
         const std::string rate = std::to_string(kRate);
         fPid = fork();
@@ -81,12 +89,18 @@ public:
             const int null = open("/dev/null", O_WRONLY);
             dup2(null, 1);
             dup2(null, 2);
-            execlp("jackd", "jackd", "--no-realtime", "-d", "dummy", "-r", rate.c_str(), "-p", frames.c_str(),
+            execlp("jackd", "jackd", "--no-realtime", "--sync", "-d", "dummy", "-r", rate.c_str(), "-p", frames.c_str(),
                    nullptr);
             _exit(127);
         }
         if (fPid < 0 || !WaitUntil([&] { return (fClient = jack_client_open("bf-bench", JackNoStartServer, nullptr)); }))
             Fail("jackd (Debian package jackd2) did not start with the dummy driver");
+        // An anchor for the hub's ports, which open on a port that is listed:
+        // an out port to listen to (kept empty, for JACK mixes it into ours)
+        // and an in port to send to.
+        fAnchorOut = jack_port_register(fClient, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+        jack_port_register(fClient, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+        jack_set_process_callback(fClient, &CServer::Process, this);
         jack_activate(fClient);
     }
 
@@ -111,18 +125,17 @@ public:
         return name;
     }
 
-    // An anchor for the hub's ports, which open on a port that is listed:
-    // an out port to listen to and an in port to send to. Nothing flows on it.
-    void MakeAnchor()
+private:
+    static int Process(jack_nframes_t frames, void* self)
     {
-        jack_port_register(fClient, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-        jack_port_register(fClient, "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+        jack_midi_clear_buffer(jack_port_get_buffer(static_cast<CServer*>(self)->fAnchorOut, frames));
+        return 0;
     }
 
-private:
     int fLock = -1;
     pid_t fPid = -1;
     jack_client_t* fClient = nullptr;
+    jack_port_t* fAnchorOut = nullptr;
 };
 
 // The plain client of the direct run: copies in to out in the same cycle.
@@ -161,7 +174,8 @@ private:
     jack_port_t* fOut = nullptr;
 };
 
-// The hub's relay: every message of its in port goes out on its out port.
+// The hub's relay: every message of its in port goes out on its out port, on
+// the in port's delivery thread.
 class CRelay final : public IMIDIReceiver
 {
 public:
@@ -205,7 +219,6 @@ int main()
         direct = RunTool("bf-echo:in", "bf-echo:out", "direct");
     }
 
-    server.MakeAnchor();
     NSTonewell::CTonewellLibrary library({NSTonewell::EBackend::kJACK});
     CMIDIHub hub(library);
     std::optional<CMIDIPortSpec> from;
