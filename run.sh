@@ -1,7 +1,15 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and starts Brassfold.
+# Installs what is missing, builds, and starts the Brassfold workbench with the
+# bundled examples among its data folders ("Load MIDI Codecs" lists them, and
+# the file dialogs open on them). MIDI runs on the loopback cables besides
+# whatever ALSA and JACK offer.
 set -euo pipefail
 cd "$(dirname "$0")"
+
+if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
+  echo "run.sh: there is no display to show the workbench on; start it on a virtual one with: xvfb-run ./run.sh" >&2
+  exit 1
+fi
 
 jobs=${BRASSFOLD_JOBS:-$(nproc)}
 
@@ -9,27 +17,5 @@ scripts/install-deps
 cmake --preset default >/dev/null
 cmake --build --preset default -j "$jobs"
 
-bin=build/default/bin
-if [ -x "$bin/brassfold" ]; then
-  exec "$bin/brassfold" "$@"
-fi
-
-# Until the workbench window exists, the check tool shows what the codec
-# machinery makes of the bundled examples: their definitions, a few decoded
-# messages of each surface, and their mapping files.
-if [ -x "$bin/brassfold-check" ]; then
-  echo "The workbench window is not built yet; showing the bundled examples with brassfold-check instead."
-  exec scripts/show-examples "$bin/brassfold-check"
-fi
-
-echo "Brassfold is not runnable yet: neither the workbench nor brassfold-check is built."
-echo "Built so far, in $PWD/build/default:"
-for lib in build/default/lib/lib*.a; do
-  [ -e "$lib" ] || continue
-  name=$(basename "$lib" .a)
-  echo "  library ${name#lib}"
-done
-for program in "$bin"/*; do
-  [ -x "$program" ] && [ -f "$program" ] && echo "  program $(basename "$program")"
-done
-echo "Run ./test.sh to build and run every test."
+export XDG_DATA_DIRS="$PWD/examples:${XDG_DATA_DIRS:-/usr/local/share:/usr/share}"
+exec build/default/bin/brassfold "$@"

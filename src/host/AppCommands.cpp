@@ -4,10 +4,15 @@
 #include "foundation/Exceptions.h"
 #include "foundation/Failures.h"
 #include "foundation/FileHandling.h"
+#include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
+#include "foundation/TextResource.h"
 #include "generic/GenericMidiCodec.h"
 #include "host/CodecDebugger.h"
 #include "host/CodecModules.h"
 #include "map/MapValidation.h"
+
+#include <functional>
 
 using namespace NSKinvarCodec;
 namespace fs = std::filesystem;
@@ -16,14 +21,20 @@ namespace
 {
 constexpr char16 kScriptHostName[] = u"LuaHost.kinvarcodec";
 
-// The open-file request of one kind of file.
-TOpenDialogRequest FileRequest(const char16* prompt, const char16* extension, u32 dialogId)
+constexpr u32 kCodecLoadFailedText = 20;
+
+// The open-file request of one kind of file, opening in the first data folder
+// of that kind, if there is one.
+TOpenDialogRequest FileRequest(const char16* prompt, const char16* extension, u32 dialogId,
+                               const TFolderList& folders)
 {
     TOpenDialogRequest request;
     request.fPrompt = prompt;
     request.fFileTypes.push_back({extension, extension, kTextFileType});
     request.fFlags = 0;
     request.fDialogId = dialogId;
+    if (!folders.empty())
+        request.fStartFolder = folders.front();
     return request;
 }
 
@@ -59,14 +70,31 @@ void AppendCodecSurfaces(const TCodecPtr& codec)
         gCodecSurfaces.emplace_back(codec, info);
 }
 
-void ChooseCodecFile(IVistal& vistal, const fs::path& scriptHostModule)
+namespace
+{
+void ChooseCodecFileWith(IVistal& vistal, const std::function<fs::path()>& findScriptHost)
 {
     const std::vector<fs::path> filesSelected = DoBlockingAppModalOpenDialog(
-        vistal, FileRequest(u"Select Codec File", u".luacodec", 123));
+        vistal, FileRequest(u"Select Codec File", u".luacodec", 123, GetLuaCodecFolders()));
     if (filesSelected.empty())
         return;
     const fs::path& codecAddress = filesSelected.front();
-    AppendCodecSurfaces(LoadCodec(scriptHostModule, codecAddress));
+    const fs::path scriptHostModule = findScriptHost();
+    const TCodecPtr codec = LoadCodec(scriptHostModule, codecAddress);
+    // The loader is silent about a module it can't load; the user learns
+    // which one before the listing's assertion stops the command.
+    if (!codec)
+        AddToLog(NSTextPackage::SubstituteParameters(GetText(kCodecLoadFailedText), 0,
+                                                     {scriptHostModule.u16string()}));
+    AppendCodecSurfaces(codec);
+}
+} // namespace
+
+void ChooseCodecFile(IVistal& vistal) { ChooseCodecFileWith(vistal, &GetScriptHostModule); }
+
+void ChooseCodecFile(IVistal& vistal, const fs::path& scriptHostModule)
+{
+    ChooseCodecFileWith(vistal, [&] { return scriptHostModule; });
 }
 
 void AutoDetect(IWorkbenchWindows& windows)
@@ -98,7 +126,8 @@ void LoadMIDICodecs()
 void ValidateMapFileCommand(IVistal& vistal)
 {
     const std::vector<fs::path> filesSelected =
-        DoBlockingAppModalOpenDialog(vistal, FileRequest(u"Select Map File", u".kinvarmap", 124));
+        DoBlockingAppModalOpenDialog(vistal, FileRequest(u"Select Map File", u".kinvarmap", 124,
+                                                         GetMapFolders()));
     if (filesSelected.empty())
         return;
     NSKinvar::ValidateMapFile(gCodecSurfaces, filesSelected.front());

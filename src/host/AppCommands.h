@@ -18,6 +18,8 @@
 // gCodecSurfaces. A cancelled dialog changes nothing. A script host that
 // can't be loaded stops at GetControlSurfacesForCodec's assertion.
 void ChooseCodecFile(IVistal& vistal, const std::filesystem::path& scriptHostModule);
+// With the module of GetScriptHostModule, looked for once a file is chosen.
+void ChooseCodecFile(IVistal& vistal);
 // "LuaHost.kinvarcodec" in the folder of GetTestCodecFolder.
 std::filesystem::path GetScriptHostModule();
 

@@ -73,6 +73,13 @@ void CKinvarHUB::DeleteActiveControlSurface(u32 id)
     fSurfaces.erase(id);
 }
 
+void CKinvarHUB::DeleteAllActiveControlSurfaces()
+{
+    fInputListeners.clear();
+    while (!fSurfaces.empty())
+        DeleteActiveControlSurface(fSurfaces.begin()->first);
+}
+
 TText16 CKinvarHUB::GetName(u32 id) const { return GetSurface(id)->GetName(); }
 
 void CKinvarHUB::GetControlSurfaceInfo(TControlSurfaceInfo* result, u32 id) const

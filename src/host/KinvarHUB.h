@@ -98,6 +98,11 @@ public:
     // The surface stops when its last user lets go; input that it left in
     // the queue is dropped.
     void DeleteActiveControlSurface(u32 id);
+    // Ends every surface, in id order, and forgets every listener: the end of
+    // the run, before the codecs go. A window that still holds an id finds it
+    // unknown afterwards (HasActiveControlSurface).
+    void DeleteAllActiveControlSurfaces();
+    bool HasActiveControlSurface(u32 id) const { return fSurfaces.contains(id); }
 
     TText16 GetName(u32 id) const;
     void GetControlSurfaceInfo(NSKinvarCodec::TControlSurfaceInfo* result, u32 id) const;

@@ -7,6 +7,7 @@
 #include "foundation/TextResource.h"
 #include "host/AppCommands.h"
 #include "host/CodecModules.h"
+#include "host/ProgramEntry.h"
 #include "host/Vistal.h"
 
 namespace
@@ -14,12 +15,33 @@ namespace
 constexpr u32 kProgramTextResource = 2000;
 constexpr u64 kIdleIntervalMs = 10;
 
-TMenuRecord Command(const char16* title, u32 command)
+constexpr i32 kQuitWord = 1;
+constexpr i32 kFileWord = 6;
+constexpr i32 kCtrlKeyWord = 131;
+
+TMenuRecord Command(const TText16& title, u32 command, u32 menu = kTestMenu,
+                    const TText16& shortcut = u"")
 {
-    return TMenuRecord{title, u"", kTestMenu, command, false};
+    return TMenuRecord{title, shortcut, menu, command, false};
 }
 
-TMenuRecord Separator() { return TMenuRecord{u"", u"", kTestMenu, 0, true}; }
+TMenuRecord Separator(u32 menu = kTestMenu) { return TMenuRecord{u"", u"", menu, 0, true}; }
+
+// A word of the framework's string resource ("SSTR" 1000).
+TText16 FrameworkWord(i32 index)
+{
+    return NSVistalUtils::GetStringResource(
+        NSVistalUtils::MakeResourceId(NSVistalUtils::kResourceString, 1000, index));
+}
+
+void ShowAbout()
+{
+    const TStartupParams params = MakeStartupParams();
+    const TText16 caption = params.fAboutItemText.substr(0, params.fAboutItemText.find(u"..."));
+    Alert(u"[NOTE][^0]^1\nA workbench for writing Kinvar control surface codecs and mapping "
+          u"files.\n\n^2[OK]",
+          {caption, params.fApplicationName, params.fCompanyName}, false);
+}
 
 template <class Body> u32 Guard(Body&& body) noexcept
 {
@@ -41,10 +63,20 @@ const std::vector<TMenuRecord>& GetTestMenu()
         Command(u"MIDI Test", kMIDITestCommand),
         Separator(),
         Command(u"Show Log Window", kShowLogWindowCommand),
-        Separator(),
-        Command(u"Load MIDI Codecs", kLoadMIDICodecsCommand),
     };
     return menu;
+}
+
+std::vector<TMenuRecord> GetFileMenu()
+{
+    return {
+        Command(u"Load MIDI Codecs", kLoadMIDICodecsCommand, kFileMenu),
+        Separator(kFileMenu),
+        Command(MakeStartupParams().fAboutItemText, kAboutCommand, kFileMenu),
+        Separator(kFileMenu),
+        Command(FrameworkWord(kQuitWord), kQuitCommand, kFileMenu,
+                FrameworkWord(kCtrlKeyWord) + u"+Q"),
+    };
 }
 
 CMyAppBehavior::CMyAppBehavior(IWorkbenchWindows& windows)
@@ -66,7 +98,10 @@ u32 CMyAppBehavior::OnStart()
 
 u32 CMyAppBehavior::OnEnd()
 {
-    return Guard([] {
+    return Guard([this] {
+        // Running surfaces hold codecs, and their ports deliver input into
+        // codec code: they end first, with their shutdown messages.
+        fHub.DeleteAllActiveControlSurfaces();
         gCodecSurfaces.clear();
         loadedModules.clear();
     });
@@ -91,6 +126,8 @@ u32 CMyAppBehavior::OnBuildMenus(IMenuBuilder& builder)
     return Guard([&] {
         ThrowVistalResult(builder.IMenuBuilder_AddItems(kTestMenu, GetTestMenu()));
         ThrowVistalResult(builder.IMenuBuilder_SetTitle(kTestMenu, u"Test"));
+        ThrowVistalResult(builder.IMenuBuilder_AddItems(kFileMenu, GetFileMenu()));
+        ThrowVistalResult(builder.IMenuBuilder_SetTitle(kFileMenu, FrameworkWord(kFileWord)));
     });
 }
 
@@ -98,7 +135,12 @@ u32 CMyAppBehavior::OnMenuCommand(const TCommandRecord& command, u32* handled)
 {
     u32 status = kVistalOK;
     const u32 guarded = Guard([&] {
-        if (command.fCommand < kCommandCount)
+        if (command.fMenu == kFileMenu)
+        {
+            if (RunFileCommand(command.fCommand))
+                *handled = 1;
+        }
+        else if (command.fCommand < kCommandCount)
         {
             RunCommand(command.fCommand);
             *handled = 1;
@@ -113,7 +155,7 @@ void CMyAppBehavior::RunCommand(u32 command)
     switch (command)
     {
     case kChooseCodecFileCommand:
-        ChooseCodecFile(GetVistal(), GetScriptHostModule());
+        ChooseCodecFile(GetVistal());
         break;
     case kAutoDetectCommand:
         AutoDetect(fWindows);
@@ -130,10 +172,24 @@ void CMyAppBehavior::RunCommand(u32 command)
     case kValidateMapFileCommand:
         ValidateMapFileCommand(GetVistal());
         break;
+    }
+}
+
+bool CMyAppBehavior::RunFileCommand(u32 command)
+{
+    switch (command)
+    {
     case kLoadMIDICodecsCommand:
         LoadMIDICodecs();
-        break;
+        return true;
+    case kAboutCommand:
+        ShowAbout();
+        return true;
+    case kQuitCommand:
+        ThrowVistalResult(GetVistal().IVistal_RequestQuit());
+        return true;
     }
+    return false;
 }
 
 u32 CMyAppBehavior::OnQueryCommand(u32, u32* enabled)

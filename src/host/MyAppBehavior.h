@@ -18,9 +18,14 @@
 
 // The menu of the workbench, number 2, titled "Test".
 inline constexpr u32 kTestMenu = 2;
+// What the workbench adds beyond the "Test" menu lives in a menu of its own,
+// number 1, titled "File", so that the "Test" menu's records and dispatch stay
+// as they are.
+inline constexpr u32 kFileMenu = 1;
 
-// Command ids. Ids and menu positions are not in line: "Validate Map File"
-// (5) stands ahead of "MIDI Test" (3) and "Show Log Window" (4).
+// Command ids of the "Test" menu. Ids and menu positions are not in line:
+// "Validate Map File" (5) stands ahead of "MIDI Test" (3) and "Show Log
+// Window" (4).
 enum ECommand : u32
 {
     kChooseCodecFileCommand = 0,
@@ -29,12 +34,22 @@ enum ECommand : u32
     kMIDITestCommand = 3,
     kShowLogWindowCommand = 4,
     kValidateMapFileCommand = 5,
-    kLoadMIDICodecsCommand = 6,
 };
-inline constexpr u32 kCommandCount = 7;
+inline constexpr u32 kCommandCount = 6;
+
+// Command ids of the "File" menu, apart from those of the "Test" menu.
+enum EFileCommand : u32
+{
+    kLoadMIDICodecsCommand = 100,
+    kAboutCommand = 101,
+    kQuitCommand = 102,
+};
 
 // The records of the "Test" menu, commands and separators alternating.
 const std::vector<TMenuRecord>& GetTestMenu();
+// The records of the "File" menu: "Load MIDI Codecs", "About Brassfold..."
+// and "Quit" (Ctrl+Q), with the framework's words ("SSTR" 1000).
+std::vector<TMenuRecord> GetFileMenu();
 
 class CMyAppBehavior : public IVistalRunBehavior, public IControlSurfaceSelectionListener
 {
@@ -45,16 +60,19 @@ public:
 
     // Loads the program's texts ("TXT" 2000) unless they are loaded.
     u32 OnStart() override;
-    // Empties gCodecSurfaces, then loadedModules: codecs die before the
-    // modules that hold their code.
+    // Ends every running surface through the hub (shutdown messages go out,
+    // ports close), then empties gCodecSurfaces, then loadedModules: surfaces
+    // die before their codecs, codecs before the modules that hold their code.
     u32 OnEnd() override;
     u32 OnQuitCommand() override;
     u32 OnOpenDefaultDocument(u32 ignored) override;
     u32 OnReserved1(u32 ignored) override;
+    // The "Test" menu, then the "File" menu.
     u32 OnBuildMenus(IMenuBuilder& builder) override;
     // Runs the handler of a command id below kCommandCount and sets *handled
-    // to 1; leaves *handled alone for any other id. Then brings the menus up
-    // to date, unless the handler threw.
+    // to 1; leaves *handled alone for any other id. A command of the "File"
+    // menu runs its own handler instead and sets *handled to 1. Then brings
+    // the menus up to date, unless the handler threw.
     u32 OnMenuCommand(const TCommandRecord& command, u32* handled) override;
     u32 OnQueryCommand(u32 ignored, u32* enabled) override;
     // The log flush, the output frame tick, the panels' and the MIDI test
@@ -87,6 +105,7 @@ public:
 
 private:
     void RunCommand(u32 command);
+    bool RunFileCommand(u32 command);
 
     IWorkbenchWindows& fWindows;
     CKinvarHUB& fHub;

@@ -49,6 +49,8 @@ struct TOpenDialogRequest
     u32 fFlags = 0;
     // Lets the toolkit remember where each kind of dialog was last.
     u32 fDialogId = 0;
+    // Where the dialog opens; empty: where the toolkit likes.
+    std::filesystem::path fStartFolder;
 };
 
 // Receives the outcome of an open-file dialog.

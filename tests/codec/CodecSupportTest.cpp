@@ -119,63 +119,6 @@ TEST(ItemStateValidity, JudgesAgainstTheItemOutput)
     }
 }
 
-// A surface of fixed items; a status can be made to fail.
-class CFixedSurface : public IControlSurface
-{
-public:
-    std::vector<TItemInfo> fItems;
-    std::vector<std::vector<std::u16string>> fStateNames;
-    u32 fInfoStatus = kCodecOK;
-
-    u32 IControlSurface_CheckInvariant() override { return 1; }
-    u32 IControlSurface_GetUniqueName(char*) override { return kCodecOK; }
-    u32 IControlSurface_GetInfo(TControlSurfaceInfo*) override { return kCodecOK; }
-    u32 IControlSurface_GetItemCount(u32* count) override
-    {
-        *count = u32(fItems.size());
-        return kCodecOK;
-    }
-    u32 IControlSurface_GetItemInfo(u32 index, TItemInfo* info) override
-    {
-        *info = fItems.at(index);
-        return fInfoStatus;
-    }
-    u32 IControlSurface_GetItemStateName(u32 item, u32 state, char16* name) override
-    {
-        const auto& text = fStateNames.at(item).at(state);
-        std::copy(text.begin(), text.end(), name);
-        name[text.size()] = 0;
-        return kCodecOK;
-    }
-    u32 IControlSurface_GetStartupEvents(IMIDIEventGetter&, u32, ITextGetter&) override { return kCodecOK; }
-    u32 IControlSurface_SetInputHandler(IControlSurfaceInputHandler*) override { return kCodecOK; }
-    u32 IControlSurface_HandleMIDIEvent(const TMIDIEvent*, u32, ITextGetter&) override { return kCodecOK; }
-    u32 IControlSurface_SetItemStates(u32, const TItemState*, ITextGetter&) override { return kCodecOK; }
-    u32 IControlSurface_GetOutputEvents(u32, u32, IMIDIEventGetter&, ITextGetter&) override { return kCodecOK; }
-    u32 IControlSurface_GetShutdownEvents(IMIDIEventGetter&, u32, ITextGetter&) override { return kCodecOK; }
-    u32 IControlSurface_Destroy() override { return kCodecOK; }
-};
-
-TEST(ItemLists, CopyEveryItemAndEveryStateNameOrThrowTheCodecsFailure)
-{
-    CFixedSurface surface;
-    surface.fItems = {MakeInfo(kInputButton, kOutputValue, 0, 1, 2), MakeInfo(kInputValue, kOutputNone, 0, 127)};
-    surface.fStateNames = {{u"Off", u"Blink"}, {}};
-
-    const auto infos = GetItemInfos(surface);
-    ASSERT_EQ(infos->size(), 2u);
-    EXPECT_EQ((*infos)[1].fInputKind, kInputValue);
-
-    const auto names = GetItemStateNames(surface);
-    ASSERT_EQ(names->size(), 2u);
-    EXPECT_EQ((*names)[0], (std::vector<TText16>{u"Off", u"Blink"}));
-    EXPECT_TRUE((*names)[1].empty());
-
-    surface.fInfoStatus = kCodecBadFormat;
-    EXPECT_THROW(GetItemInfos(surface), XBadFormat);
-    EXPECT_THROW(GetItemStateNames(surface), XBadFormat);
-}
-
 TEST(CodecTextGetter, KeepsTheLastTextOfACall)
 {
     CCodecTextGetter getter;

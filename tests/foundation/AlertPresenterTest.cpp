@@ -43,56 +43,6 @@ public:
 };
 } // namespace
 
-TEST(AlertPresenter, RecordValidityRules)
-{
-    const TAlertRecord good = MakeRecord(kAlertIconNote, u"", u"b", {u"1", u"2", u"3"});
-    ASSERT_TRUE(IsValidAlertRecord(good));
-    const std::pair<const char*, void (*)(TAlertRecord&)> breakers[] = {
-        {"icon 22", [](TAlertRecord& r) { r.icon = 22; }},
-        {"icon 27", [](TAlertRecord& r) { r.icon = 27; }},
-        {"empty first button", [](TAlertRecord& r) { r.button1[0] = 0; }},
-        {"gap before the third button", [](TAlertRecord& r) { r.button2[0] = 0; }},
-        {"unterminated body", [](TAlertRecord& r) { std::fill(std::begin(r.body), std::end(r.body), u'x'); }},
-        {"unterminated third button",
-         [](TAlertRecord& r) { std::fill(std::begin(r.button3), std::end(r.button3), u'x'); }}};
-    for (const auto& [what, breaker] : breakers)
-    {
-        TAlertRecord record = good;
-        breaker(record);
-        EXPECT_FALSE(IsValidAlertRecord(record)) << what;
-    }
-}
-
-TEST(AlertPresenter, LibraryOpenFailureTellsTheUserOnceAndEndsTheProgramQuietly)
-{
-    CFakePresenter presenter;
-    const int result = GuardProgramEntry(
-        []() -> int
-        {
-            try
-            {
-                throw std::runtime_error("no MIDI");
-            }
-            catch (...)
-            {
-                ThrowLibraryOpenFailure("MIDI");
-            }
-        });
-    EXPECT_EQ(result, -1);
-    ASSERT_EQ(presenter.fBoxes.size(), 1u);
-    EXPECT_EQ(presenter.fBoxes[0].fCaption, "Application");
-    EXPECT_EQ(presenter.fBoxes[0].fText,
-              "Failed to open MIDI support library\r\nApplication can not run");
-    EXPECT_EQ(presenter.fBoxes[0].fButtons, EBoxButtons::kStopOK);
-    EXPECT_THROW(ThrowLibraryOpenFailure("GUI"), NSException::XAlertAlreadyShown);
-    EXPECT_EQ(presenter.fBoxes[1].fText,
-              "Failed to open GUI support library\r\nApplication can not run");
-
-    ShowLastResortBox("Only one line", "");
-    EXPECT_EQ(presenter.fBoxes[2].fText, "Only one line");
-    EXPECT_EQ(GuardProgramEntry([] { return 0; }), 0);
-}
-
 TEST(AlertPresenter, StandardErrorAnswersAtOnce)
 {
     IAlertPresenter& presenter = GetAlertPresenter();

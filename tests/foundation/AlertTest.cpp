@@ -57,21 +57,6 @@ TEST(DoAlert, ShowsTheRecordAndReturnsThePresentersButton)
         "std::invalid_argument");
 }
 
-TEST(Alert, MapsThePressedButtonTo33To35)
-{
-    CFakePresenter presenter;
-    const std::pair<u32, u32> cases[] = {{564, 33}, {565, 34}, {566, 35}};
-    for (const auto& [pressed, result] : cases)
-    {
-        presenter.fPressed = pressed;
-        EXPECT_EQ(Alert(u"[NOTE]b[1][2][3]", false), result);
-    }
-    presenter.fPressed = 0;
-    CExpectAssertions expect;
-    EXPECT_EQ(Alert(u"[NOTE]b[1][2][3]", false), 33u);
-    EXPECT_EQ(expect.Count(), 1u);
-}
-
 TEST(Alert, DepthIsRaisedOnlyWhileShowing)
 {
     CFakePresenter presenter;
@@ -86,26 +71,12 @@ TEST(Alert, DepthIsRaisedOnlyWhileShowing)
     EXPECT_EQ(GetAlertDepth(), 0);
 }
 
-namespace
-{
-class CRecordingHandler final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>& parameters) override
-    {
-        fTexts.push_back(text);
-        fParameters = parameters;
-    }
-    std::vector<TText16> fTexts;
-    std::vector<TText16> fParameters;
-};
-} // namespace
 
 TEST(Alert, InterceptionStackTakesAlertsAwayFromThePresenter)
 {
     CFakePresenter presenter;
-    CRecordingHandler lower;
-    CRecordingHandler upper;
+    NSTesting::CAlertRecorder lower;
+    NSTesting::CAlertRecorder upper;
     {
         CAlertInterception first(lower);
         {

@@ -11,40 +11,6 @@ using NSTesting::KindThrownBy;
 using NSVistalUtils::MakeAlertRecordFromText;
 using NSVistalUtils::ParseAlertText;
 
-TEST(AlertParser, TakesTheTextApart)
-{
-    const struct
-    {
-        const char16_t *fText, *fIcon, *fCaption, *fBody;
-        std::vector<TText16> fButtons;
-    } cases[] = {
-        {u"[STOP]Unknown exception.[OK]", u"STOP", u"", u"Unknown exception.", {u"OK"}},
-        {u"[WARN][T]B[Y][N]", u"WARN", u"T", u"B", {u"Y", u"N"}},
-        // Text behind a label continues the body.
-        {u"[NOTE]A[x]B[y]", u"NOTE", u"", u"AB", {u"x", u"y"}},
-        {u"[NOTE]A[x][y][z]tail", u"NOTE", u"", u"Atail", {u"x", u"y", u"z"}},
-        // Escapes in caption, body and label.
-        {u"[NOTE][Cap\\]t\\\\ion]Bo\\[dy\\][B\\]u\\[t]", u"NOTE", u"Cap]t\\ion", u"Bo[dy]", {u"B]u[t"}},
-        // No escape directly behind the icon tag: the backslash is body text.
-        {u"[NONE]\\[OK]", u"NONE", u"", u"\\", {u"OK"}},
-        {u"[NONE]]x[OK]", u"NONE", u"", u"]x", {u"OK"}},
-        {u"[NONE][]body[OK]", u"NONE", u"", u"body", {u"OK"}},
-        {u"[NONE][Only caption][OK]", u"NONE", u"Only caption", u"", {u"OK"}},
-        {u"[NONE]x[]", u"NONE", u"", u"x", {u""}},
-        // The tag is checked for length only; the words come later.
-        {u"[stop]x[OK]", u"stop", u"", u"x", {u"OK"}},
-        {u"[WARN]\u00e9\u2029\U0001F3B9[\u00fc]", u"WARN", u"", u"\u00e9\u2029\U0001F3B9", {u"\u00fc"}}};
-    for (std::size_t i = 0; i < std::size(cases); ++i)
-    {
-        const auto& c = cases[i];
-        const NSVistalUtils::TAlertText parts = ParseAlertText(c.fText);
-        EXPECT_EQ(parts.fIcon, c.fIcon) << "case " << i;
-        EXPECT_EQ(parts.fCaption, c.fCaption) << "case " << i;
-        EXPECT_EQ(parts.fBody, c.fBody) << "case " << i;
-        EXPECT_EQ(parts.fButtons, c.fButtons) << "case " << i;
-    }
-}
-
 TEST(AlertParser, RefusesIncompleteTexts)
 {
     const char16_t* texts[] = {
@@ -97,37 +63,5 @@ TEST(AlertRecord, IconWordsAndButtonLayouts)
         EXPECT_EQ(record.icon, c.fIcon);
         EXPECT_EQ(record.buttonLayout, c.fLayout);
         EXPECT_TRUE(IsValidAlertRecord(record));
-    }
-}
-
-TEST(AlertRecord, FieldsAreFilledAndTheRestIsZero)
-{
-    const TAlertRecord record = MakeAlertRecordFromText(u"[WARN][T]B[Y][N]", false);
-    EXPECT_EQ(record.icon, kAlertIconWarn);
-    EXPECT_EQ(record.buttonLayout, kAlertLayoutTwoButtons);
-    EXPECT_EQ(AlertRecordText(record.caption), u"T");
-    EXPECT_EQ(AlertRecordText(record.body), u"B");
-    EXPECT_EQ(AlertRecordText(record.button1), u"Y");
-    EXPECT_EQ(AlertRecordText(record.button2), u"N");
-    for (char16 unit : record.button3)
-        ASSERT_EQ(unit, 0);
-    for (std::size_t i = 1; i < kAlertTextCapacity; ++i)
-        ASSERT_EQ(record.body[i], 0) << i;
-}
-
-TEST(AlertRecord, EveryTextIsLimitedTo1023Units)
-{
-    const TText16 fits(1023, u'x');
-    const TText16 tooLong(1024, u'x');
-    const auto make = [](const TText16& caption, const TText16& body, const TText16& button)
-    { return TText16(u"[NOTE][") + caption + u"]" + body + u"[" + button + u"]"; };
-    const TAlertRecord record = MakeAlertRecordFromText(make(fits, fits, fits), false);
-    EXPECT_EQ(AlertRecordText(record.body).size(), 1023u);
-    EXPECT_TRUE(IsValidAlertRecord(record));
-    for (const TText16& text :
-         {make(tooLong, u"b", u"OK"), make(u"c", tooLong, u"OK"), make(u"c", u"b", tooLong)})
-    {
-        EXPECT_EQ(KindThrownBy([&] { MakeAlertRecordFromText(text, false); }),
-                  "std::invalid_argument");
     }
 }

@@ -60,17 +60,6 @@ TEST(Assert, WithoutHookThrowsLogicErrorAfterTheThrowSiteTrace)
     EXPECT_THROW(SVerify("here.cpp", 13), std::logic_error);
 }
 
-TEST(Assert, HookedAssertionReturnsAndIsRecorded)
-{
-    NSTesting::CExpectAssertions expect;
-    BF_ASSERT(1 + 1 == 3);
-    BF_VERIFY(false);
-    BF_ASSERT(true);
-    ASSERT_EQ(expect.Count(), 2u);
-    EXPECT_FALSE(expect.Records()[0].fVerify);
-    EXPECT_TRUE(expect.Records()[1].fVerify);
-}
-
 TEST(Assert, TraceWithoutHookDoesNothingAndWithHookIsCutAt1024Bytes)
 {
     {

@@ -1,21 +1,11 @@
 #include "foundation/Debugger.h"
 
-#include "AssertionRecorder.h"
 #include "FakePresenter.h"
-#include "TempTree.h"
-#include "foundation/LogFile.h"
 #include "foundation/LogText.h"
-#include "foundation/ThreadDebugger.h"
-#include "foundation/TraceLogger.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -48,13 +38,6 @@ protected:
     }
 };
 
-std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 } // namespace
 
 TEST_F(DebugChannel, IndentationAndPrefixStandInFrontOfTheText)
@@ -71,17 +54,6 @@ TEST_F(DebugChannel, IndentationAndPrefixStandInFrontOfTheText)
     Outdent(); // no guard, and no indentation below zero
     WriteLine("x");
     EXPECT_EQ(gOutput, (std::vector<std::string>{"x\n", "|  |  x\n", "|  P: x\n", "x\n"}));
-}
-
-TEST_F(DebugChannel, LongLineAtDeepIndentationIsKeptWhole)
-{
-    for (int i = 0; i < 100; ++i)
-        Indent();
-    const std::string text(1024, 'y');
-    WriteLine(text);
-    ASSERT_EQ(gOutput.size(), 1u);
-    EXPECT_EQ(gOutput[0].size(), 300 + 1024 + 1u);
-    EXPECT_TRUE(gOutput[0].ends_with(text + "\n"));
 }
 
 TEST_F(DebugChannel, ScriptLinesAlsoReachTheLogWindow)
@@ -109,78 +81,6 @@ TEST_F(DebugChannel, ScriptLinesAlsoReachTheLogWindow)
         // Every line still takes the normal way on the main thread.
         EXPECT_EQ(gOutput, std::vector<std::string>{"P " + c.fText + "\n"});
     }
-}
-
-TEST_F(DebugChannel, LogWindowTextFromManyThreadsIsKeptWhole)
-{
-    constexpr int kThreads = 4;
-    constexpr int kLines = 500;
-    std::vector<std::thread> writers;
-    for (int t = 0; t < kThreads; ++t)
-    {
-        writers.emplace_back(
-            []
-            {
-                for (int i = 0; i < kLines; ++i)
-                    WriteLine("[Lua] 0123456789");
-            });
-    }
-    TText16 taken;
-    for (int round = 0; round < 50; ++round)
-        FlushPendingLog([&](const TText16& text) { taken += text; });
-    for (std::thread& writer : writers)
-        writer.join();
-    taken += TakePendingLog();
-    EXPECT_EQ(taken.size(), std::size_t(kThreads * kLines * 16));
-    EXPECT_FALSE(FlushPendingLog([](const TText16&) { ADD_FAILURE() << "nothing pending"; }));
-}
-
-TEST_F(DebugChannel, LogFileGetsTheBareTextOfEachMainThreadLine)
-{
-    NSTesting::CTempTree folder;
-    NSTesting::CEnvironment environment;
-    environment.Set("XDG_DOCUMENTS_DIR", folder.Root().string());
-    std::filesystem::path path;
-    {
-        CLogFile file("Bench");
-        path = file.GetPath();
-        EXPECT_EQ(path.parent_path(), folder.Root());
-        std::thread worker(
-            []
-            {
-                WriteLine("[Lua] from the worker");
-                WriteLine("a plain line from the worker");
-            });
-        worker.join();
-        // A worker's lines reach the log window only.
-        EXPECT_EQ(TakePendingLog(), u"[Lua] from the worker");
-        EXPECT_TRUE(gOutput.empty());
-        EXPECT_FALSE(std::filesystem::exists(path));
-        Indent();
-        SetLinePrefix("P ");
-        WriteLine("first");
-        WriteLine("[Lua] second");
-    }
-    WriteLine("after the handle is gone");
-    EXPECT_EQ(ReadFile(path), "first\n[Lua] second\n");
-}
-
-TEST_F(DebugChannel, LogFileNameAndFolder)
-{
-    NSTesting::CEnvironment environment;
-    environment.Set("TZ", "UTC");
-    tzset();
-    EXPECT_EQ(NSDebugger::MakeLogFileName("Bench", 0), "Bench 700101 000000.log");
-    EXPECT_EQ(NSDebugger::MakeLogFileName("x", 1700000000), "x 231114 221320.log");
-
-    NSTesting::CTempTree home;
-    environment.Set("HOME", home.Root().string());
-    environment.Set("XDG_DOCUMENTS_DIR", "/somewhere/Docs");
-    EXPECT_EQ(NSDebugger::GetLogFolder(), "/somewhere/Docs");
-    environment.Set("XDG_DOCUMENTS_DIR", std::nullopt);
-    EXPECT_EQ(NSDebugger::GetLogFolder(), "");
-    const std::filesystem::path documents = home.MakeFolder("Documents");
-    EXPECT_EQ(NSDebugger::GetLogFolder(), documents);
 }
 
 TEST_F(DebugChannel, AssertionReportTextsAndLengthLimitsAndIgnoreGoesOnWithTheDepthRestored)
@@ -226,118 +126,3 @@ TEST_F(DebugChannel, AssertionReportTextsAndLengthLimitsAndIgnoreGoesOnWithTheDe
     }
 }
 
-namespace
-{
-std::vector<std::string> gEarlierTraces;
-void EarlierTraceHook(const char*, i32, const char* text)
-{
-    gEarlierTraces.emplace_back(text);
-}
-} // namespace
-
-TEST_F(DebugChannel, HookInstallersConnectTheSlotsAndGiveThemBack)
-{
-    const TAssertionHook recorder = GetAssertionHook();
-    const TTraceHook savedTrace = GetTraceHook();
-    NSTesting::CFakePresenter presenter;
-    SetTraceHook(&EarlierTraceHook);
-    gEarlierTraces.clear();
-    {
-        CAssertionHookInstaller assertion;
-        CVerifyHookInstaller verify;
-        CTraceHookInstaller trace;
-        SAssert("a.cpp", 3);
-        SVerify("v.cpp", 4);
-        DebugTrace("t.cpp", 5, "traced %d", 5);
-    }
-    EXPECT_EQ(GetAssertionHook(), recorder);
-    EXPECT_EQ(GetTraceHook(), &EarlierTraceHook);
-    SetTraceHook(savedTrace);
-
-    EXPECT_EQ(gOutput,
-              (std::vector<std::string>{"a.cpp(3): ASSERT failure: ASSERT\n",
-                                        "v.cpp(4): ASSERT failure: Verify\n", "traced 5\n"}));
-    EXPECT_EQ(presenter.fBoxes.size(), 2u);
-    EXPECT_EQ(gEarlierTraces, std::vector<std::string>{"traced 5"});
-}
-
-TEST_F(DebugChannel, SecondInstallerIsAnAssertionAndChangesNothing)
-{
-    const TTraceHook savedTrace = GetTraceHook();
-    NSTesting::CExpectAssertions expect;
-    {
-        CTraceHookInstaller first;
-        const TTraceHook installed = GetTraceHook();
-        {
-            CTraceHookInstaller second;
-            EXPECT_EQ(GetTraceHook(), installed);
-            DebugTrace("t.cpp", 1, "once");
-        }
-        EXPECT_EQ(GetTraceHook(), installed);
-        CVerifyHookInstaller verify;
-        CVerifyHookInstaller verifyAgain;
-    }
-    EXPECT_EQ(GetTraceHook(), savedTrace);
-    EXPECT_EQ(expect.Count(), 2u);
-    EXPECT_EQ(gOutput, std::vector<std::string>{"once\n"});
-}
-
-TEST_F(DebugChannel, TraceLoggerTeesTracesIntoItsFileUntilItEnds)
-{
-    NSTesting::CTempTree folder;
-    const std::filesystem::path path = folder / "trace.txt";
-    const TTraceHook savedTrace = GetTraceHook();
-    SetTraceHook(&EarlierTraceHook);
-    gEarlierTraces.clear();
-    {
-        STraceLogger logger(path);
-        DebugTrace("t.cpp", 1, "top %d", 1);
-        Indent();
-        Indent();
-        DebugTrace("t.cpp", 2, "deeper");
-        Outdent();
-        Outdent();
-        logger.SetEnabled(false);
-        DebugTrace("t.cpp", 3, "not in the file");
-        logger.SetEnabled(true);
-    }
-    EXPECT_EQ(GetTraceHook(), &EarlierTraceHook);
-    DebugTrace("t.cpp", 4, "after the end");
-    SetTraceHook(savedTrace);
-
-    const std::string text = ReadFile(path);
-    EXPECT_TRUE(text.starts_with("top 1\n        deeper\n")) << text;
-    EXPECT_NE(text.find("\nSession Ended\n"), std::string::npos) << text;
-    EXPECT_EQ(text.find("not in the file"), std::string::npos);
-    EXPECT_EQ(text.find("after the end"), std::string::npos);
-    EXPECT_EQ(gEarlierTraces,
-              (std::vector<std::string>{"top 1", "deeper", "not in the file", "after the end"}));
-}
-
-TEST_F(DebugChannel, ThreadPackageReportsReachTheChannelOnlyThroughADebugger)
-{
-    ASSERT_EQ(NSMosswort::GetDebugger(), nullptr);
-    EXPECT_THROW(NSMosswort::OnAssertionFailed(BF_MOSSWORT_HERE(false), "lost"), std::logic_error);
-    NSMosswort::Trace(BF_MOSSWORT_HERE(true), "nobody %s", "listens");
-    NSMosswort::ExceptionThrown(BF_MOSSWORT_HERE(false));
-    EXPECT_EQ(GetIndentLevel(), 0);
-    EXPECT_TRUE(gOutput.empty());
-
-    NSTesting::CFakePresenter presenter;
-    {
-        NSKinvarCodecUtils::CMosswortDebugger debugger;
-        EXPECT_EQ(NSMosswort::GetDebugger(), &debugger);
-        const NSMosswort::CLocation where{"thread.cpp", 77, "Run", true};
-        NSMosswort::Trace(where, "worker %d started", 3);
-        {
-            NSMosswort::COutdentScope scope(where.fIndentAfter);
-            NSMosswort::ExceptionThrown(where);
-        }
-        NSMosswort::OnAssertionFailed(where, "stuck");
-    }
-    EXPECT_EQ(NSMosswort::GetDebugger(), nullptr);
-    EXPECT_EQ(gOutput, (std::vector<std::string>{"worker 3 started\n",
-                                                 "|  Exception thrown in Run at thread.cpp(77)\n",
-                                                 "thread.cpp(77): ASSERT failure: stuck\n"}));
-    EXPECT_EQ(presenter.fBoxes.size(), 1u);
-}

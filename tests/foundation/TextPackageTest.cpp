@@ -105,29 +105,6 @@ TEST(TextConversion, ASCIIReplacementRules)
     EXPECT_EQ(expect.Count(), 1u);
 }
 
-TEST(ByteOrderMarks, AreFoundInTheirOrder)
-{
-    const struct
-    {
-        std::string fBytes;
-        EByteOrderMark fMark;
-        u32 fLength;
-    } cases[] = {{std::string("\xFF\xFE\x00\x00", 4), kBOMUTF32LE, 4},
-                 {std::string("\x00\x00\xFE\xFF", 4), kBOMUTF32BE, 4},
-                 {"\xEF\xBB\xBF" "a", kBOMUTF8, 3},
-                 {"\xFE\xFF" "ab", kBOMUTF16BE, 2},
-                 {"\xFF\xFE" "a", kBOMUTF16LE, 2}, // too short for UTF-32
-                 {"\xFF\xFE" "ab", kBOMUTF16LE, 2},
-                 {"abc", kBOMNone, 0}, {"", kBOMNone, 0}, {"\xEF\xBB", kBOMNone, 0}};
-    for (const auto& c : cases)
-    {
-        CRawByteReader reader(c.fBytes.data(), c.fBytes.size());
-        const TByteOrderMark mark = DetectByteOrderMark(reader, 0, c.fBytes.size());
-        EXPECT_EQ(mark.fMark, c.fMark) << c.fBytes.size() << " bytes, mark " << c.fMark;
-        EXPECT_EQ(mark.fLength, c.fLength) << c.fBytes.size() << " bytes, mark " << c.fMark;
-    }
-}
-
 TEST(TextFromBytes, AcceptsUTF8WithOrWithoutMarkAndRefusesTheOthers)
 {
     const std::string marked = "\xEF\xBB\xBF" "1 {x}";
@@ -144,17 +121,6 @@ TEST(TextFromBytes, AcceptsUTF8WithOrWithoutMarkAndRefusesTheOthers)
     const std::string utf16 = "\xFF\xFE" "a\0";
     CRawByteReader utf16Reader(utf16.data(), utf16.size());
     EXPECT_THROW(Text16FromBytes(utf16Reader, 0, utf16.size(), u'?'), XIllegalTextFormat);
-}
-
-TEST(TextFromBytes, ReaderRefusesARangeOutsideItsBlock)
-{
-    const char block[4] = {1, 2, 3, 4};
-    CRawByteReader reader(block, sizeof block);
-    char out[8];
-    CExpectAssertions expect;
-    EXPECT_THROW(reader.IByteReader_Read(2, 3, out), NSException::XRead);
-    EXPECT_THROW(reader.IByteReader_Read(~u64{0}, 2, out), NSException::XRead);
-    EXPECT_EQ(expect.Count(), 2u);
 }
 
 TEST(TextCopy, IsLimitedAndAlwaysTerminated)

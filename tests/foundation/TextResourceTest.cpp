@@ -113,44 +113,6 @@ TEST(TextResources, StringResourcesReadEveryFrameworkTextBack)
     }
 }
 
-TEST(TextTable, EmptyTableAndUnknownIdsAreAssertions)
-{
-    CTextTable table;
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(table.Get(1), u"");
-        EXPECT_GE(expect.Count(), 1u);
-    }
-    table.Load(TStringMap{{65535, u"last"}, {0, u"first"}});
-    table.Load(TStringMap{{7, u"ignored"}}); // the first fill wins
-    EXPECT_EQ(table.Get(65535), u"last");
-    EXPECT_EQ(table.Get(0), u"first");
-    for (const u32 unknown : {7u, 65536u, 65536u + 65535u})
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(table.Get(unknown), u"") << unknown;
-        EXPECT_EQ(expect.Count(), 1u) << unknown;
-    }
-}
-
-TEST(ResourceIds, KindIsCheckedAndUnfilledKindsFindNothing)
-{
-    EXPECT_EQ(MakeResourceId(kResourceString, 1000, 11), 410000011);
-    EXPECT_EQ(GetStringResource(410000011), u"Save changes to the document \"^0\" before closing?");
-    // No "SALR", "SMNU" or "SHLP" resource is filled.
-    EXPECT_EQ(GetAlertResource(MakeResourceId(kResourceAlert, 1000, 1)), u"");
-    EXPECT_EQ(GetMenuResource(MakeResourceId(kResourceMenu, 1000, 1)), u"");
-    EXPECT_EQ(GetHelpResource(MakeResourceId(kResourceHelp, 1000, 1)), u"");
-    EXPECT_EQ(GetStringResource(MakeResourceId(kResourceString, 1000, 99)), u"");
-
-    for (const i32 wrong : {-1, MakeResourceId(kResourceMenu, 1000, 1), 0})
-    {
-        CExpectAssertions expect;
-        EXPECT_EQ(GetStringResource(wrong), u"") << wrong;
-        EXPECT_GE(expect.Count(), 1u) << wrong;
-    }
-}
-
 // Stands in for the GUI library.
 class CRecordingSource final : public IResourceTextSource
 {

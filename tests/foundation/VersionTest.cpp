@@ -1,12 +1,8 @@
 #include "foundation/Version.h"
 
-#include "foundation/Exceptions.h"
-#include "foundation/Media.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 using namespace NSCorbelan;
 
@@ -24,86 +20,4 @@ TEST(Version, TextFormsReadBackToTheSameText)
     }
 }
 
-TEST(Version, TextShowsOnlyTheFieldsThatSaySomething)
-{
-    EXPECT_EQ(CVersion().GetText(), "0.0");
-    EXPECT_EQ(CVersion(1, 3, 0).GetText(), "1.3");
-    EXPECT_EQ(CVersion(1, 3, 6, CVersion::kStageBeta, 7).GetText(), "1.3.6b7");
-    EXPECT_EQ(CVersion(1, 3, 0, CVersion::kStageRelease, 9).GetText(), "1.3")
-        << "a release has no stage revision to show";
-    EXPECT_EQ(CVersion(2, 0, 0, CVersion::kStageRelease, 0, 12).GetText(), "2.0 (build 12)");
-
-    const CVersion parsed = CVersion::FromText("1.3.6b7 (build 45)");
-    EXPECT_EQ(parsed, CVersion(1, 3, 6, CVersion::kStageBeta, 7, 45));
-    EXPECT_EQ(CVersion::FromText("1.3.0"), CVersion(1, 3));
-}
-
-TEST(Version, MalformedTextIsBadFormat)
-{
-    for (const std::string text :
-         {"", "1", "1.", ".1", "1.x", "1.2.", "1.2b", "1.2q3", "1.2 (build )", "1.2 (build 3",
-          "1.2.3 ", " 1.2", "-1.0", "1.2 (build 3)x", "4294967296.0", "1.2.3.4", "1,2"})
-    {
-        SCOPED_TRACE(text);
-        EXPECT_THROW(CVersion::FromText(text), NSException::XBadFormat);
-    }
-    EXPECT_THROW(CVersion::FromText(TText16(u"1.2\u00e9")), NSException::XBadFormat);
-}
-
-struct TBinaryCase
-{
-    CVersion fVersion;
-    std::vector<u8> fBytes;
-};
-
-TEST(Version, BinaryFormsHaveTheDocumentedLayoutAndReadBack)
-{
-    const std::vector<TBinaryCase> cases = {
-        {CVersion(1, 3, 6, CVersion::kStageBeta, 7), {1, 3, 6, 2, 7}},
-        {CVersion(), {0, 0, 0, 4, 0}},
-        {CVersion(255, 255, 255, CVersion::kStageFinal, 255), {255, 255, 255, 3, 255}},
-        {CVersion(1, 2, 0, CVersion::kStageRelease, 0, 300),
-         {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 1, 0, 0, 0, 2, 0,   0,
-          0,    0,    0,    0,    0,    4, 0, 0, 0, 0, 0, 0, 1, 0x2C}},
-        {CVersion(256, 0), {0xBC, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0,
-                            0,    0,    0,    0,    0,    4, 0, 0, 0, 0, 0, 0, 0, 0}},
-    };
-    for (const auto& [version, bytes] : cases)
-    {
-        SCOPED_TRACE(version.GetText());
-        COwnedMemoryMedia media;
-        version.Write(media);
-        EXPECT_EQ(media.GetContent(), bytes);
-        media.SetPosition(0);
-        EXPECT_EQ(CVersion::Read(media), version);
-        EXPECT_EQ(media.GetPosition(), bytes.size()) << "the whole record is consumed";
-    }
-}
-
-TEST(Version, ShortOrBrokenRecordsAreBadFormat)
-{
-    std::vector<u8> longForm = {0xBC, 0xFF, 0xFF, 0xFF, 0xFF};
-    longForm.resize(CVersion::kLongFormSize - 1, 0);
-    const std::vector<std::vector<u8>> cases = {
-        {},
-        {1, 3, 6, 2},    // four bytes left
-        {1, 3, 6, 5, 0}, // stage past the release
-        longForm,        // long form one byte short
-    };
-    for (const auto& bytes : cases)
-    {
-        COwnedMemoryMedia media(bytes);
-        EXPECT_THROW(CVersion::Read(media), NSException::XBadFormat) << bytes.size() << " bytes";
-    }
-}
-
-TEST(Version, ReadStartsAtThePositionOfTheMedium)
-{
-    COwnedMemoryMedia media(std::vector<u8>{9, 9, 9, 1, 2, 3, 4, 5});
-    media.SetPosition(3);
-    EXPECT_EQ(CVersion::Read(media), CVersion(1, 2, 3, CVersion::kStageRelease, 5));
-
-    media.SetPosition(4);
-    EXPECT_THROW(CVersion::Read(media), NSException::XBadFormat) << "only four bytes remain";
-}
 } // namespace

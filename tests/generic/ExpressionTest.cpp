@@ -26,12 +26,9 @@ TEST(ExpressionEvaluation, GivesTheLanguagesResult)
         i32 fResult;
     };
     const TCase cases[] = {
-        {u"5", 15, 77, 931, 5}, {u"z", 15, 77, 931, 931}, {u"-y", 15, 77, 931, -77}, {u"1+8", 15, 77, 931, 9},
-        {u"7+-1", 15, 77, 931, 6}, {u"((110+3)-(7*7))/8", 15, 77, 931, 8}, {u"1+2*3", 15, 77, 931, 7},
-        {u"2*3+1", 15, 77, 931, 7}, {u"x+y-z", 1, 2, 3, 0}, {u"((x + y) / 3) * z - 7", 22, 8, 2, 13},
-        {u"-0", 15, 77, 931, 0}, {u"2*3*4", 0, 0, 0, 24},
-        // One reduction at most: the trailing "-4" binds to the right.
-        {u"1-2*3-4", 0, 0, 0, -1}, {u"(1-2*3)-4", 0, 0, 0, -9}, {u"10-2-3", 0, 0, 0, 5}, {u"X*Y", 3, 4, 0, 12},
+        // The format's own examples are the check tool's decode cases. One reduction at most: the
+        // trailing "-4" of "1-2*3-4" binds to the right.
+        {u"(1-2*3)-4", 0, 0, 0, -9}, {u"10-2-3", 0, 0, 0, 5}, {u"X*Y", 3, 4, 0, 12},
         // Operands without an operator: blanks go first, then the last operand counts.
         {u"x y", 15, 77, 931, 77}, {u"1 2", 0, 0, 0, 12}, {u"1(2)", 0, 0, 0, 2}, {u"(1)-2", 0, 0, 0, -1},
         // 32-bit arithmetic that wraps, and the division rules.

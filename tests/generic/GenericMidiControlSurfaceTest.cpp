@@ -52,22 +52,6 @@ protected:
     CRecordingInputHandler fHandler;
 };
 
-TEST_F(GenericSurfaceInput, PassesEachMatchOnWithItsTimeAndValues)
-{
-    fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127", "Pan\tvalue\t-64\t63"},
-                           {"B0 07 xx\tFader\tx\t\t\t", "B0 0A xx\tPan\tx-64\t\t\t"});
-    Connect();
-    EXPECT_EQ(Send({0xB0, 0x0A, 0x00}, 0, 1234), kCodecOK);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x40}), kCodecOK);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x40}), kCodecOK) << "no change detection";
-    ASSERT_EQ(fHandler.fInputs.size(), 3u);
-    EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, -64);
-    EXPECT_EQ(fHandler.fInputs[0].fTime, 1234u);
-    EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 0u);
-    EXPECT_EQ(fHandler.fInputs[1].fValue1, 64);
-}
-
 // Without a handler a message is dropped unbuffered and can't combine with a
 // later one; with one, the second message completes the rule.
 TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
@@ -86,17 +70,6 @@ TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
     ASSERT_EQ(fHandler.fInputs.size(), 1u);
     EXPECT_EQ(fHandler.fInputs[0].fValue1, 4);
     EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
-}
-
-TEST_F(GenericSurfaceInput, ReadsAnNRPNFromThreeMessages)
-{
-    fSurface = MakeSurface({}, {"Param\tvalue\t0\t16383"}, {"B0 63 xx B0 62 yy B0 06 zz\tParam\tx*128+y\tz\t\t"});
-    Connect();
-    for (const TBytes& message : {TBytes{0xB0, 0x63, 0x01}, TBytes{0xB0, 0x62, 0x05}, TBytes{0xB0, 0x06, 0x40}})
-        Send(message);
-    ASSERT_EQ(fHandler.fInputs.size(), 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, 133);
-    EXPECT_EQ(fHandler.fInputs[0].fValue2, 0x40);
 }
 
 TEST_F(GenericSurfaceInput, KeepsAtMostTheLatestTwoWhenTheNextMessageComes)
@@ -161,19 +134,6 @@ TEST_F(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
     EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 39u);
     EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 40u);
     EXPECT_EQ(fHandler.fInputs[2].fItemIndex, 40u);
-}
-
-// The handler's failure is the surface's; a port beyond the count is refused.
-TEST_F(GenericSurfaceInput, ReturnsTheHandlersFailureAndRefusesAPortBeyondItsCount)
-{
-    fSurface = MakeSurface({}, {"Fader\tvalue\t0\t127"}, {"B0 07 xx\tFader\tx\t\t\t"});
-    Connect();
-    fHandler.fStatus = kCodecBadFormat;
-    EXPECT_EQ(Send({0xB0, 0x07, 0x01}), kCodecBadFormat);
-    NSTesting::CExpectAssertions expect;
-    Send({0xB0, 0x07, 0x01}, 3);
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_EQ(Send({0xB0, 0x07, 0x01}, 16), kCodecInvalidArgument);
 }
 
 TEST(GenericSurface, DescribesItsModelAndItems)
@@ -256,32 +216,5 @@ TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
     ASSERT_EQ(shutdown.fCalls.size(), 1u);
     EXPECT_TRUE(shutdown.fCalls[0].empty());
 }
-TEST(GenericSurface, TakesMessagesOfUpTo1024Bytes)
-{
-    TSurface surface = MakeSurface({}, {"Dump\tvalue\t0\t127"}, {"F0 7D xx\tDump\tx\t\t\t"});
-    CRecordingInputHandler handler;
-    surface->IControlSurface_SetInputHandler(&handler);
-    TMIDIEvent event = MakeEvent({0xF0, 0x7D, 0x05});
-    event.fSize = kMaxMIDIEventSize;
-    event.fData[kMaxMIDIEventSize - 1] = 0xF7;
-    CCodecTextGetter messages;
-    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecOK);
-    EXPECT_EQ(handler.fInputs.size(), 1u);
-    event.fSize = kMaxMIDIEventSize + 1;
-    EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, 0, messages), kCodecInvalidArgument);
-}
 
-TEST(GenericSurface, RefusesToSendASetupMessageOver1024Bytes)
-{
-    CGenericMidiCodecConfig config = ReadConfig(DefinitionText("Acme", "Box", {}, {}, {}));
-    config.fSetupMessages.assign(1, TMIDIBytes(kMaxMIDIEventSize + 1, 0x01));
-    TSurface surface(new CGenericMidiControlSurface(std::move(config)));
-    CRecordingEventGetter getter;
-    CCodecTextGetter messages;
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(surface->IControlSurface_GetStartupEvents(getter, 0, messages), kCodecUnknownError)
-        << "sysex data too large";
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_TRUE(getter.fCalls.empty());
-}
 } // namespace

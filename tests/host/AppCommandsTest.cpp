@@ -50,11 +50,11 @@ protected:
         fFolder.Write(fs::path(relative).filename(), text.str());
         SetCodecFolderOverride(fFolder.Path().string());
         u32 handled = 0;
-        ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, kLoadMIDICodecsCommand}, &handled));
+        ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kFileMenu, kLoadMIDICodecsCommand}, &handled));
         EXPECT_EQ(1u, handled);
     }
 
-    CTemporaryFolder fFolder;
+    CTempFolder fFolder;
     CFakeVistal fVistal;
     CVistalInstallation fInstallation{fVistal};
     CFakeWindows fWindows;
@@ -64,9 +64,12 @@ protected:
 
 TEST_F(AppCommandsTest, ChoosingAScriptAppendsItsModelsEachTime)
 {
+    SetCodecFolderOverride(fFolder.Path().string());
     ChooseCodecFile(fVistal, TestCodec("GOOD")); // cancelled
+    SetCodecFolderOverride("");
     EXPECT_TRUE(gCodecSurfaces.empty());
     const TOpenDialogRequest& request = fVistal.fOpenRequests.at(0);
+    EXPECT_EQ(fFolder.Path(), request.fStartFolder);
     EXPECT_EQ(u"Select Codec File", request.fPrompt);
     ASSERT_EQ(1u, request.fFileTypes.size());
     EXPECT_EQ(u".luacodec", request.fFileTypes[0].fDescription);
@@ -79,10 +82,13 @@ TEST_F(AppCommandsTest, ChoosingAScriptAppendsItsModelsEachTime)
     ChooseCodecFile(fVistal, TestCodec("GOOD"));
     EXPECT_EQ((std::vector<std::u16string>{u"Acme/One", u"Acme/Two", u"Acme/One", u"Acme/Two"}), LoadedModels());
 
+    LoadTextResource(2000);
+    fLog.Text();
     NSTesting::CExpectAssertions expect;
     EXPECT_THROW(ChooseCodecFile(fVistal, fFolder.Path() / "LuaHost.kinvarcodec"), XProgrammingError);
     EXPECT_EQ(1u, expect.Count());
     EXPECT_EQ(4u, gCodecSurfaces.size());
+    EXPECT_EQ(u"Failed to load codec: " + (fFolder.Path() / "LuaHost.kinvarcodec").u16string() + u".", fLog.Text());
 }
 
 // A surface simulated on "Loopback A" answers on "Loopback B": detection opens its panel there.
@@ -108,7 +114,7 @@ TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
     u32 handled = 0;
     ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, kAutoDetectCommand}, &handled));
     EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 1", "ProgressEnd",
-                                        "OpenHardwarePanel", "CloseProgress"}),
+                                        "OpenHardwarePanel out Loopback A in Loopback B", "CloseProgress"}),
               fWindows.fCalls);
     ASSERT_EQ(1u, fWindows.fPanelSurfaces.size());
     TControlSurfaceInfo running{};

@@ -31,7 +31,7 @@ protected:
         return field(GetControlSurfacesForCodec(codec).at(0));
     }
 
-    CTemporaryFolder fFolder;
+    CTempFolder fFolder;
     CLogCapture fLog;
 };
 

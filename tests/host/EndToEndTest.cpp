@@ -46,7 +46,17 @@ protected:
     CHeadlessVistal fVistal{fFrames};
     CVistalInstallation fInstallation{fVistal};
     CFakeWindows fWindows;
-    CMyAppBehavior fBehavior{fWindows, fHub, fFrames};
+    struct CBehavior final : CMyAppBehavior
+    {
+        using CMyAppBehavior::CMyAppBehavior;
+        u32 OnEnd() override
+        {
+            if (fBeforeEnd)
+                fBeforeEnd();
+            return CMyAppBehavior::OnEnd();
+        }
+        std::function<void()> fBeforeEnd;
+    } fBehavior{fWindows, fHub, fFrames};
 };
 
 // Decoded on the delivery thread, input reaches the listener on the loop's thread through the posted event.
@@ -79,8 +89,7 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     EXPECT_EQ(std::this_thread::get_id(), listener.fThread);
     EXPECT_EQ(64, listener.fInputs[0].fValue1);
     EXPECT_NE(0u, listener.fInputs[0].fTime);
-    fHub.RemoveInputListener(id, &listener);
-    fHub.DeleteActiveControlSurface(id);
+    EXPECT_FALSE(fHub.HasActiveControlSurface(id)); // the end of the run stopped it
 }
 
 TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
@@ -105,12 +114,15 @@ TEST_F(EndToEndTest, ItemStatesLeaveAsMIDIAtTheNextFrame)
     state.fEnabled = 1;
     state.fValue = 100;
     fHub.SetItemState(id, 0, state);
+    std::pair<u32, u32> traffic;
+    fBehavior.fBeforeEnd = [&] { traffic = fHub.GetOutputTraffic(id, 0, 1000); };
     Run();
-    const auto [framesPerSecond, bytesPerSecond] = fHub.GetOutputTraffic(id, 0, 1000);
-    EXPECT_GE(framesPerSecond, 1u);
-    EXPECT_EQ(3u, bytesPerSecond);
-    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}}), wire.fMessages.Messages());
-    fHub.DeleteActiveControlSurface(id);
+    EXPECT_GE(traffic.first, 1u);
+    EXPECT_EQ(3u, traffic.second);
+    // The end of the run stops the surface, whose shutdown message goes out last.
+    ASSERT_TRUE(wire.fMessages.WaitForCount(3));
+    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}, {0xF0, 0x7D, 0x02, 0x00, 0xF7}}),
+              wire.fMessages.Messages());
 }
 
 // With nobody reading, the 5001st input is lost, and one post stands for them all.

@@ -2,6 +2,7 @@
 
 #include "foundation/Debugger.h"
 #include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"
 #include "host/KinvarHUB.h"
@@ -43,26 +44,6 @@ TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> out
     return info;
 }
 
-CTemporaryFolder::CTemporaryFolder()
-    : fPath(fs::temp_directory_path() / ("brassfold-host-" + std::to_string(std::random_device()())))
-{
-    fs::create_directories(fPath);
-}
-
-CTemporaryFolder::~CTemporaryFolder()
-{
-    std::error_code ignored;
-    fs::remove_all(fPath, ignored);
-}
-
-fs::path CTemporaryFolder::Write(const fs::path& relative, const std::string& content) const
-{
-    const fs::path file = fPath / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
-    return file;
-}
-
 namespace
 {
 std::vector<std::string> gDebugLines;
@@ -88,20 +69,8 @@ std::size_t CDebugCapture::LineCount() const { return gDebugLines.size(); }
 CLogCapture::CLogCapture() { TakePendingLog(); }
 TText16 CLogCapture::Text() { return TakePendingLog(); }
 
-namespace
-{
-CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    ADD_FAILURE() << "no loopback port";
-    return {};
-}
-} // namespace
-
-CMIDIPortSpec InPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetInPorts(), cable); }
-CMIDIPortSpec OutPort(const char16_t* cable) { return FindPort(NSMIDIHub::GetMIDIHub().GetOutPorts(), cable); }
+CMIDIPortSpec InPort(const char16_t* cable) { return NSMIDITesting::FindPortNamed(NSMIDIHub::GetMIDIHub().GetInPorts(), cable); }
+CMIDIPortSpec OutPort(const char16_t* cable) { return NSMIDITesting::FindPortNamed(NSMIDIHub::GetMIDIHub().GetOutPorts(), cable); }
 
 CMIDIPortSpec MissingPort(bool input)
 {
@@ -109,52 +78,18 @@ CMIDIPortSpec MissingPort(bool input)
     return CMIDIPortSpec(CPortAddress(EBackend::kLoopback, input ? EDirection::kIn : EDirection::kOut, "Nowhere", 0));
 }
 
-void CRecordingReceiver::Receive(const CMIDIPortSpec&, const u64*, const TBinary& data)
-{
-    std::lock_guard lock(fLock);
-    fMessages.push_back(data);
-}
-
-bool CRecordingReceiver::WaitForCount(std::size_t count) const
-{
-    return WaitUntil([&] { return Count() >= count; });
-}
-
-std::vector<TBinary> CRecordingReceiver::Messages() const
-{
-    std::lock_guard lock(fLock);
-    return fMessages;
-}
-
-std::size_t CRecordingReceiver::Count() const
-{
-    std::lock_guard lock(fLock);
-    return fMessages.size();
-}
-
 u32 CFakeVistal::IVistal_PostCustomEvent(u32 event, u32 data)
 {
     EXPECT_EQ(kInputEvent, event);
     EXPECT_EQ(0u, data);
     ++fPostCount;
-    return fPostStatus;
+    return kVistalOK;
 }
 
 u32 CFakeVistal::IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener)
 {
     fOpenRequests.push_back(request);
     return listener.IOpenDialogListener_Chosen(fFilesToChoose);
-}
-
-u32 CFakeVistal::IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags)
-{
-    TWindow& window = *fWindows.emplace_back(std::make_unique<TWindow>());
-    window.fType = windowType;
-    window.fFlags = flags;
-    IDocumentWindowBehavior* behavior = nullptr;
-    const u32 status = creator.IDocumentWindowCreator_Create(window, &behavior);
-    window.fBehavior.reset(behavior);
-    return status;
 }
 
 namespace
@@ -195,7 +130,11 @@ void CFakeWindows::IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, c
                                                        const std::vector<CMIDIPortSpec>& inPorts,
                                                        const std::vector<CMIDIPortSpec>& outPorts)
 {
-    Call("OpenHardwarePanel");
+    std::string ports;
+    for (const auto* list : {&outPorts, &inPorts})
+        for (const CMIDIPortSpec& port : *list)
+            ports += (list == &outPorts ? " out " : " in ") + NSTextPackage::UTF8FromText16(port.GetDisplayName());
+    Call("OpenHardwarePanel" + ports);
     fPanelSurfaces.push_back(GetKinvarHUB().CreateActiveControlSurface(codec, info, u"Name", inPorts, outPorts));
 }
 

@@ -8,6 +8,11 @@
 #include "host/WorkbenchWindows.h"
 #include "midi/MIDIHub.h"
 
+#include "AssertionRecorder.h"
+#include "MIDITestSupport.h"
+#include "TempFolder.h"
+#include "WaitUntil.h"
+
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -22,18 +27,9 @@ using namespace std::chrono_literals;
 using NSMIDIHub::CMIDIPortSpec;
 using NSMIDIHub::TBinary;
 
-// Long enough for a loaded machine, short enough to fail fast.
-template <class Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 10s)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
+using NSTesting::WaitUntil;
+using NSTesting::CTempFolder;
+using NSTesting::CAlertRecorder;
 
 // The test modules by kind: "GOOD", "NO_FACTORY", "FAILING_FACTORY", "STATES".
 std::filesystem::path TestCodec(const char* kind);
@@ -41,19 +37,6 @@ std::filesystem::path NotALibrary();
 // The "STATES" module's codec, loaded once, and its "State Box" with the ports' optional flags given.
 const TCodecPtr& StatesCodec();
 NSKinvarCodec::TControlSurfaceInfo StateBox(std::vector<bool> inOptional, std::vector<bool> outOptional);
-
-// A fresh folder below the temporary folder, removed with its content.
-class CTemporaryFolder
-{
-public:
-    CTemporaryFolder();
-    ~CTemporaryFolder();
-    const std::filesystem::path& Path() const { return fPath; }
-    std::filesystem::path Write(const std::filesystem::path& relative, const std::string& content) const;
-
-private:
-    std::filesystem::path fPath;
-};
 
 // Lines of the debug channel while it lives. Main thread.
 class CDebugCapture
@@ -77,31 +60,12 @@ public:
     TText16 Text();
 };
 
-// The texts of the alerts while it is installed (with CAlertInterception).
-class CAlertRecorder final : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
-};
-
 CMIDIPortSpec InPort(const char16_t* cable);
 CMIDIPortSpec OutPort(const char16_t* cable);
 // A loopback port that does not exist.
 CMIDIPortSpec MissingPort(bool input);
 
-class CRecordingReceiver final : public NSMIDIHub::IMIDIReceiver
-{
-public:
-    void Receive(const CMIDIPortSpec& port, const u64* time, const TBinary& data) override;
-    bool WaitForCount(std::size_t count) const;
-    std::vector<TBinary> Messages() const;
-    std::size_t Count() const;
-
-private:
-    mutable std::mutex fLock;
-    std::vector<TBinary> fMessages;
-};
+using NSMIDITesting::CRecordingReceiver;
 
 // Records what it is asked; answers with the statuses and files set in it.
 class CFakeVistal final : public IVistal
@@ -120,33 +84,18 @@ public:
     }
     u32 IVistal_ShowOpenDialog(const TOpenDialogRequest& request, IOpenDialogListener& listener) override;
     u32 IVistal_Yield() override { return kVistalOK; }
-    u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator& creator, u32 windowType, u32 flags) override;
+    u32 IVistal_CreateDocumentWindow(IDocumentWindowCreator&, u32, u32) override { return kVistalOK; }
 
     // Posts may come on MIDI threads.
     std::atomic<std::size_t> fPostCount{0};
-    std::atomic<u32> fPostStatus{kVistalOK};
     u32 fQuitStatus = kVistalOK;
     int fUpdateCount = 0;
     std::vector<TOpenDialogRequest> fOpenRequests;
     // What the open dialogs answer; empty: cancelled.
     std::vector<std::filesystem::path> fFilesToChoose;
-
-    struct TWindow final : public IVistalWindow
-    {
-        u32 IVistalWindow_Close() override
-        {
-            ++fCloseCount;
-            return kVistalOK;
-        }
-        u32 fType = 0;
-        u32 fFlags = 0;
-        int fCloseCount = 0;
-        std::unique_ptr<IDocumentWindowBehavior> fBehavior;
-    };
-    std::vector<std::unique_ptr<TWindow>> fWindows;
 };
 
-// Records the calls in order; the one named in fThrowIn throws. A panel's surface is started through the
+// Records the calls in order (a panel with its ports); the one named in fThrowIn throws. A panel's surface is started through the
 // process's hub, as the GUI does, and deleted with this object.
 class CFakeWindows final : public IWorkbenchWindows
 {

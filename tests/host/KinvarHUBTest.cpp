@@ -45,20 +45,6 @@ protected:
     CKinvarHUB fHub;
 };
 
-TEST_F(KinvarHUBTest, OnePostStandsForEverythingQueuedSinceTheQueueWasEmpty)
-{
-    TItemInput input{};
-    EXPECT_EQ(::kCodecOK, fHub.IControlSurfaceInputHandler_HandleInput(nullptr, &input));
-    EXPECT_EQ(::kCodecOK, fHub.IControlSurfaceInputHandler_HandleInput(nullptr, &input));
-    EXPECT_EQ(1u, fVistal.fPostCount);
-    fHub.DriveInput(); // no surface holds the pointer: dropped
-    EXPECT_EQ(0u, fHub.GetQueuedInputCount());
-    fVistal.fPostStatus = 12005;
-    EXPECT_EQ(NSKinvarCodec::kCodecBadFormat, fHub.IControlSurfaceInputHandler_HandleInput(nullptr, &input));
-    EXPECT_EQ(2u, fVistal.fPostCount);
-    fHub.DriveInput();
-}
-
 TEST_F(KinvarHUBTest, ListenersHearTheirOwnSurfaceAndInputOfDeletedSurfacesIsDropped)
 {
     const u32 first = Start(u"Loopback A");

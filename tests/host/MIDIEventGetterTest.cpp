@@ -40,45 +40,6 @@ std::vector<TMIDIEvent> Events(const std::vector<TBinary>& messages)
     return events;
 }
 
-TEST(MIDIEventGetterTest, SendsWholeMessages)
-{
-    struct TCase
-    {
-        const char* fName;
-        std::vector<std::vector<TBinary>> fCalls; // the records of each Take
-        std::vector<TBinary> fSent;
-    };
-    const TCase cases[] = {
-        {"ShortMessagesAsTheyCome", {{{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}}, {{0x90, 0x3C, 0x7F}, {0xB0, 0x07, 0x40}}},
-        {"SysexInOneRecord", {{{0xF0, 0x01, 0xF7}}}, {{0xF0, 0x01, 0xF7}}},
-        {"SysexOverThreeRecords", {{{0xF0, 0x01}, {0x02, 0x03}, {0x04, 0xF7}, {0xC0, 0x05}}},
-         {{0xF0, 0x01, 0x02, 0x03, 0x04, 0xF7}, {0xC0, 0x05}}},
-        // No state survives a call: the next call's data bytes go out as a message of their own.
-        {"AnOpenSysexDiesWithItsCall", {{{0xF0, 0x01}}, {{0x02, 0xF7}}}, {{0x02, 0xF7}}},
-        {"NothingAtAll", {{}}, {}}};
-    for (const TCase& c : cases)
-    {
-        SCOPED_TRACE(c.fName);
-        auto sender = std::make_shared<CRecordingSender>();
-        CMIDIEventGetter getter(sender, kThrottleOff);
-        for (const auto& call : c.fCalls)
-        {
-            const std::vector<TMIDIEvent> events = Events(call);
-            EXPECT_EQ(::kCodecOK, getter.IMIDIEventGetter_Take(events.data(), static_cast<u32>(events.size())));
-        }
-        EXPECT_EQ(c.fSent, sender->fSent);
-        u32 bytes = 0;
-        for (const TBinary& sent : sender->fSent)
-            bytes += static_cast<u32>(sent.size());
-        EXPECT_EQ(bytes, getter.GetByteCount());
-        // A message goes with the time of the record that completes it.
-        if (!sender->fTimes.empty())
-        {
-            EXPECT_EQ(100u + c.fCalls.back().size() - 1, sender->fTimes.back());
-        }
-    }
-}
-
 // Faults end the call with a status, no exception reaches the codec, and the getter keeps the first for the log.
 TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
 {

@@ -9,8 +9,12 @@
 #include "host/CodecModules.h"
 #include "host/ProgramEntry.h"
 #include "foundation/Exceptions.h"
+#include "foundation/FileHandling.h"
+#include "foundation/TextPackage.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 using namespace NSHostTesting;
 using namespace NSKinvarCodec;
@@ -29,42 +33,72 @@ protected:
     CMyAppBehavior fBehavior{fWindows, fHub, fClock};
 };
 
-TEST_F(MyAppBehaviorTest, TheTestMenuAlternatesCommandsAndSeparators)
+// Each command record of both menus, dispatched as the toolkit does, reaches the handler that its title names.
+TEST_F(MyAppBehaviorTest, EveryMenuCommandReachesTheHandlerItsTitleNames)
 {
+    // Menu titles in order, then the records of all menus.
     class CBuilder final : public IMenuBuilder
     {
     public:
-        u32 IMenuBuilder_AddItems(u32 menu, const std::vector<TMenuRecord>& records) override
+        u32 IMenuBuilder_AddItems(u32, const std::vector<TMenuRecord>& records) override
         {
-            fMenu = menu;
-            fRecords = records;
+            fRecords.insert(fRecords.end(), records.begin(), records.end());
             return kVistalOK;
         }
         u32 IMenuBuilder_SetTitle(u32 menu, const TText16& title) override
         {
-            fTitle = menu == fMenu ? title : u"?";
+            fTitles.push_back(std::to_string(menu) + " " + NSTextPackage::UTF8FromText16(title));
             return kVistalOK;
         }
-        u32 fMenu = 0;
         std::vector<TMenuRecord> fRecords;
-        TText16 fTitle;
+        std::vector<std::string> fTitles;
     } builder;
-    EXPECT_EQ(kVistalOK, fBehavior.OnBuildMenus(builder));
-    EXPECT_EQ(2u, builder.fMenu);
-    EXPECT_EQ(u"Test", builder.fTitle);
-    std::u16string items;
+    ASSERT_EQ(kVistalOK, fBehavior.OnBuildMenus(builder));
+    EXPECT_EQ((std::vector<std::string>{"2 Test", "1 File"}), builder.fTitles);
+    EXPECT_EQ(11u, GetTestMenu().size());
+    const std::map<TText16, std::string> effects = {
+        {u"Choose Codec File", "Select Codec File"}, {u"AutoDetect", "OpenProgress"},
+        {u"Create ControlSurface", "OpenSelectionDialog"}, {u"Validate Map File", "Select Map File"},
+        {u"MIDI Test", "OpenMIDITestWindow"}, {u"Show Log Window", "OpenLogWindow"},
+        {u"Load MIDI Codecs", "models"}, {u"About Brassfold...", "alert"}, {u"Quit", "quit"}};
+    LoadTextResource(2000);
+    SetCodecFolderOverride(BRASSFOLD_TEST_DATA_DIR "/map");
+    fVistal.fQuitStatus = kFirstApplicationResult;
+    CAlertRecorder alerts;
+    CAlertInterception interception(alerts);
+    std::size_t commands = 0;
     for (const TMenuRecord& record : builder.fRecords)
-        items += (record.fSeparator ? u"-" : record.fTitle + u" " + char16_t(u'0' + record.fCommand)) + u"|";
-    EXPECT_EQ(u"Choose Codec File 0|-|AutoDetect 1|-|Create ControlSurface 2|-|Validate Map File 5|-|MIDI Test 3|-|"
-              u"Show Log Window 4|-|Load MIDI Codecs 6|",
-              items);
+    {
+        if (record.fSeparator)
+            continue;
+        ++commands;
+        fWindows.fCalls.clear();
+        fVistal.fOpenRequests.assign(1, TOpenDialogRequest());
+        alerts.fTexts.clear();
+        const std::size_t models = gCodecSurfaces.size();
+        u32 handled = 0;
+        const u32 status = fBehavior.OnMenuCommand({record.fMenu, record.fCommand}, &handled);
+        const std::string prompt = NSTextPackage::UTF8FromText16(fVistal.fOpenRequests.back().fPrompt);
+        const std::string effect = status == kFirstApplicationResult ? "quit"
+                                   : !alerts.fTexts.empty()          ? "alert"
+                                   : gCodecSurfaces.size() > models  ? "models"
+                                   : fWindows.fCalls.empty()         ? prompt
+                                                                     : fWindows.fCalls.front();
+        EXPECT_EQ(effects.at(record.fTitle), effect) << NSTextPackage::UTF8FromText16(record.fTitle);
+        EXPECT_EQ(status == kVistalOK ? 1u : 0u, handled);
+    }
+    SetCodecFolderOverride("");
+    gCodecSurfaces.clear();
+    EXPECT_EQ(effects.size(), commands);
+    EXPECT_EQ(u"Ctrl+Q", builder.fRecords.back().fShortcut);
 }
 
 // The menus are brought up to date after every command that did not throw.
 TEST_F(MyAppBehaviorTest, CommandsAreDispatchedByIdAndTheMenusUpdatedAfterwards)
 {
     const std::pair<u32, const char*> cases[] = {
-        {2, "OpenSelectionDialog"}, {3, "OpenMIDITestWindow"}, {4, "OpenLogWindow"}, {7, nullptr}, {1000, nullptr}};
+        {2, "OpenSelectionDialog"}, {3, "OpenMIDITestWindow"}, {4, "OpenLogWindow"}, {7, nullptr},
+        {kLoadMIDICodecsCommand, nullptr}};
     for (const auto& [command, windowCall] : cases)
     {
         fWindows.fCalls.clear();
@@ -134,20 +168,6 @@ TEST_F(MyAppBehaviorTest, StartLoadsTheTextsAndAnErrorPointsTheUserToTheLog)
     EXPECT_EQ(1u, expect.Count());
 }
 
-TEST_F(MyAppBehaviorTest, TheDefaultDocumentIsTheDummyWindow)
-{
-    EXPECT_EQ(kVistalOK, fBehavior.OnOpenDefaultDocument(0));
-    ASSERT_EQ(1u, fVistal.fWindows.size());
-    CFakeVistal::TWindow& window = *fVistal.fWindows[0];
-    EXPECT_EQ(std::make_pair(0x700000u, 1u), std::make_pair(window.fType, window.fFlags));
-    EXPECT_EQ(1, fVistal.fUpdateCount);
-    window.fBehavior->IDocumentWindowBehavior_Activated(0);
-    window.fBehavior->IDocumentWindowBehavior_Activated(1);
-    EXPECT_EQ(2, fVistal.fUpdateCount);
-    window.fBehavior->IDocumentWindowBehavior_CloseRequested();
-    EXPECT_EQ(1, window.fCloseCount);
-}
-
 // A toolkit that refuses to run has not taken the behaviour over: the entry destroys it, once.
 TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
 {
@@ -174,15 +194,23 @@ TEST(ProgramEntryTest, TheBehaviourIsTheToolkitsOnlyWhenItRan)
     EXPECT_EQ(2, destroyed);
 }
 
-// Codecs go before their modules, or a codec's Destroy would run in an unloaded module.
-TEST_F(MyAppBehaviorTest, TheEndDropsTheCodecsBeforeTheirModules)
+// Surfaces go before their codecs, and codecs before their modules: a running surface's ports would deliver
+// into an unloaded module, and a codec's Destroy would run in one.
+TEST_F(MyAppBehaviorTest, TheEndStopsRunningSurfacesThenDropsTheCodecsThenTheirModules)
 {
-    CTemporaryFolder folder;
-    TCodecPtr codec = LoadCodec(TestCodec("GOOD"), folder.Write("s.luacodec", "A\tB\n"));
+    CTempFolder folder;
+    TCodecPtr codec = LoadCodec(TestCodec("GOOD"), folder.Write("s.luacodec", "Acme\tState Box\n"));
     gCodecSurfaces.emplace_back(codec, GetControlSurfacesForCodec(codec).at(0));
+    CRecordingReceiver shutdown;
+    NSMIDIHub::CMIDIInPort port(InPort(u"Loopback B"), &shutdown);
+    fHub.CreateActiveControlSurface(codec, gCodecSurfaces[0].second, u"Box", {InPort(u"Loopback A")},
+                                    {OutPort(u"Loopback B"), CMIDIPortSpec()});
     std::weak_ptr<ICodec2> weak = codec;
     codec.reset();
     EXPECT_EQ(kVistalOK, fBehavior.OnEnd());
+    EXPECT_EQ(0u, fHub.GetSurfaceCount());
+    ASSERT_TRUE(shutdown.WaitForCount(2)); // the setup message, then the shutdown message
+    EXPECT_EQ((TBinary{0xF0, 0x7D, 0x02, 0x00, 0xF7}), shutdown.Messages()[1]);
     EXPECT_TRUE(weak.expired());
     EXPECT_TRUE(gCodecSurfaces.empty());
     EXPECT_TRUE(loadedModules.empty());

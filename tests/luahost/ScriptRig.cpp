@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 
 namespace NSLuaHostTesting
@@ -40,24 +39,12 @@ std::string Hex(const TMIDIEvent& event)
 
 CScriptRig::CScriptRig()
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "brassfold-lua-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    fFolder = pattern;
     TakeLog();
-}
-
-CScriptRig::~CScriptRig()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(fFolder, ignored);
 }
 
 std::filesystem::path CScriptRig::Write(const std::string& text, const std::string& name) const
 {
-    const std::filesystem::path file = fFolder / name;
-    std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
-    return file;
+    return fFolder.Write(name, text);
 }
 
 TCodecPtr CScriptRig::Load(const std::string& text, const std::string& name) const

@@ -3,6 +3,7 @@
 // of their own and loaded through LuaHost.kinvarcodec as "Choose Codec File"
 // loads them, and a running surface with recording sinks.
 
+#include "TempFolder.h"
 #include "codec/CodecSupport.h"
 
 #include <filesystem>
@@ -23,9 +24,6 @@ class CScriptRig
 {
 public:
     CScriptRig();
-    ~CScriptRig();
-    CScriptRig(const CScriptRig&) = delete;
-    CScriptRig& operator=(const CScriptRig&) = delete;
 
     std::filesystem::path Write(const std::string& text, const std::string& name = "Test.luacodec") const;
     // The codec, or empty when the host refused the script: the log says why.
@@ -34,7 +32,7 @@ public:
     static std::string TakeLog();
 
 private:
-    std::filesystem::path fFolder;
+    NSTesting::CTempFolder fFolder;
 };
 
 // The first model of a codec, made into a surface that records its input and

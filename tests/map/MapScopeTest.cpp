@@ -1,4 +1,3 @@
-#include "map/ControlSurfaceMap.h"
 #include "map/MapScope.h"
 
 #include "MapTestSupport.h"
@@ -67,17 +66,6 @@ TEST(MapScope, FindsEntriesByScoreAndGroupsByName)
     EXPECT_EQ(plain.FindMapEntry(key, {}).GetValue(), 5);
     EXPECT_TRUE(plain.IsItemMapped(key, {}));
     EXPECT_FALSE(plain.IsItemMapped(TMapKey{1, 60}, {}));
-}
-
-TEST(MapScope, KinvarableFilterAnswersNewNamesAndTheWalkComparesCaseless)
-{
-    VMapScope scope = ScopeWithGroups();
-    scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({0, kAnyGroupValue}, u"Volume", 0, 0));
-    EXPECT_TRUE(scope.IsKinvarableMapped(u"Volume", {0, kAnyGroupValue}));
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"Volume", {1, kAnyGroupValue}));
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"Pan", {0, kAnyGroupValue}));
-    // The filter hashes the name as written: another case is a new name.
-    EXPECT_FALSE(scope.IsKinvarableMapped(u"VOLUME", {0, kAnyGroupValue}));
 }
 
 // The filter keeps a few bits as a list and many as a set of bits. Whichever
@@ -173,30 +161,4 @@ TEST(MapScope, CopiesShareUntilWrittenAndWarnOncePerSharedList)
                            "VMapScope::AddMapEntry() - Copy On Write in action: fItemMap (performance warning)"}));
 }
 
-TEST(MapScope, CheckRefusesNotesOutsideTheKeyboardModesPastTheStatesAndTwinValues)
-{
-    const auto check = [](TMapKey key, VMapEntry entry) {
-        VMapScope scope(NSMapTesting::MakeItems());
-        scope.AddMapEntry(key, entry);
-        return scope.Check();
-    };
-    EXPECT_FALSE(check(TMapKey{2, 128}, VMapEntry({}, u"Piano", 0, 0)));
-    EXPECT_FALSE(check(TMapKey{1, kNoNote}, VMapEntry({}, u"Play", 0, 2))); // 2 states
-    VMapScope scope(NSMapTesting::MakeItems());
-    scope.AddMapEntry(TMapKey{0, kNoNote}, VMapEntry({}, u"Volume", 0, 9)); // no states: any mode
-    scope.AddMapEntry(TMapKey{2, 127}, VMapEntry({}, u"Top", 0, 0));
-    EXPECT_TRUE(scope.Check());
-    scope.AddGroup(u"G", {u"x", u"X"});
-    EXPECT_FALSE(scope.Check());
-}
-
-TEST(ControlSurfaceMap, FindsScopesWhateverTheirCase)
-{
-    VControlSurfaceMap map(u"Acme", u"Box", NSMapTesting::MakeItems());
-    VMapScope scope(map.GetItems());
-    map.AddScope({u"Host", u"Mixer"}, scope);
-    EXPECT_NE(map.FindScope({u"HOST", u"mixer"}), nullptr);
-    EXPECT_EQ(map.FindScope({u"Host", u"Mixer 2"}), nullptr);
-    EXPECT_TRUE(map.Check());
-}
 } // namespace

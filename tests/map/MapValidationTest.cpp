@@ -1,6 +1,8 @@
 #include "map/MapValidation.h"
 
+#include "AssertionRecorder.h"
 #include "MapTestSupport.h"
+#include "TempFolder.h"
 
 #include "foundation/Alert.h"
 #include "foundation/Exceptions.h"
@@ -11,19 +13,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace fs = std::filesystem;
 using namespace NSKinvar;
 
 namespace
 {
-class CAlertRecorder : public IAlertHandler
-{
-public:
-    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>&) override { fTexts.push_back(text); }
-    std::vector<TText16> fTexts;
-};
+using NSTesting::CAlertRecorder;
 
 // The surfaces of the generic codec over the test's definition file, a map
 // file in a temporary folder, and the log and alerts that the command makes.
@@ -39,47 +35,17 @@ protected:
         fCodec = TCodecPtr(NSGenericMidiCodec::CreateGenericMidiCodec(places), codec_deleter());
         for (const auto& info : GetControlSurfacesForCodec(fCodec))
             fSurfaces.emplace_back(fCodec, info);
-        fFolder = fs::temp_directory_path() / ("brassfold-map-" + std::to_string(::getpid()));
-        fs::create_directories(fFolder);
     }
-    void TearDown() override { fs::remove_all(fFolder); }
 
-    fs::path WriteMap(const std::string& text)
-    {
-        const fs::path file = fFolder / "test.kinvarmap";
-        std::ofstream(file, std::ios::binary) << text;
-        return file;
-    }
+    fs::path WriteMap(const std::string& text) { return fFolder.Write("test.kinvarmap", text); }
 
     std::string Log() { return NSTextPackage::UTF8FromText16(TakePendingLog()); }
 
     TCodecPtr fCodec;
     TCodecSurfaceList fSurfaces;
-    fs::path fFolder;
+    NSTesting::CTempFolder fFolder;
     CAlertRecorder fAlerts;
 };
-
-TEST_F(ValidateMapFileTest, AGoodFileGetsTheAlertAndLeavesTheLogAlone)
-{
-    CAlertInterception interception(fAlerts);
-    const fs::path file = WriteMap(NSMapTesting::Header() + "Scope\tHost\tMixer\nMap\tfader 1\t\tVolume\n");
-    ValidateMapFile(fSurfaces, file);
-    EXPECT_EQ(fAlerts.fTexts, (std::vector<TText16>{u"[NOTE]Kinvar map is ok![Close]"}));
-    EXPECT_EQ(Log(), "");
-}
-
-TEST_F(ValidateMapFileTest, AFaultyFileLogsItsErrorsAndFailsTheCommand)
-{
-    CAlertInterception interception(fAlerts);
-    const fs::path file = WriteMap(NSMapTesting::Header() +
-                                   "Scope\tHost\tMixer\nMap\tFader 9\t\tA\nMap\tKeys\tC3\t1\nMap\tMaster\t\tB\n");
-    EXPECT_THROW(ValidateMapFile(fSurfaces, file), NSKinvar::XBadFormat);
-    EXPECT_EQ(Log(), "Map File Errors:\n"
-                     "Line  7: Map entry with unknown control surface item.\n"
-                     "Line  8: Map entry: keyboard key cannot be mapped to constant or group assignment.\n"
-                     "Line  9: Map entry with unknown control surface item.\n");
-    EXPECT_TRUE(fAlerts.fTexts.empty());
-}
 
 TEST_F(ValidateMapFileTest, AFileForAnUnloadedSurfaceLogsOneLineWithoutLineNumbers)
 {

@@ -1,5 +1,4 @@
-// Auto-detection: the run over the models, the prober's ports, the port maps,
-// the buffering input ports, and the generic codec against a simulated surface.
+// Auto-detection: the run over the models, the prober's ports and the port maps.
 
 #include "midi/AutoDetect.h"
 
@@ -9,8 +8,6 @@
 #include "codec/CodecSupport.h"
 #include "foundation/Exceptions.h"
 #include "foundation/LogText.h"
-#include "generic/GenericMidiCodec.h"
-#include "midi/TonewellLibrary.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +19,6 @@ using namespace NSKinvarCodec;
 using namespace NSKinvarSetupUtils;
 using namespace NSMIDITesting;
 using NSMIDIHub::CMIDIHub;
-using NSMIDIHub::CMIDIInPort;
 using NSMIDIHub::CMIDIPortSpec;
 
 namespace
@@ -141,13 +137,6 @@ protected:
     CMIDIHub fHub{fLibrary};
 };
 
-TEST_F(AutoDetectTest, NoModelsFindNothing)
-{
-    CProgressLog progress;
-    EXPECT_TRUE(AutodetectControlSurfaces({}, &progress, fHub).empty());
-    EXPECT_EQ((std::vector<std::string>{"begin", "count 0", "end"}), progress.fLines);
-}
-
 // A model without finds adds no entry and no OnSurfaceFound; every port is
 // open during the run and closed after it.
 TEST_F(AutoDetectTest, OnlyModelsFoundMakeEntries)
@@ -217,35 +206,6 @@ TEST_F(AutoDetectTest, PortMapsCloseUp)
     EXPECT_TRUE(result[0][0].fOutPorts[0].IsEmpty());
 }
 
-// A port that can't be opened is left out. The senders then count without
-// it while the output addresses keep it, so a probe that sends on sender 0 and
-// reports output 0 has sent on x:B and names x:A: kept as it is.
-TEST_F(AutoDetectTest, FailedPortsShiftTheSendersOnly)
-{
-    fLibrary.fOutNames = {"x:A", "x:B", "x:C"};
-    fLibrary.fFailingNames = {"x:A"};
-    u32 outCount = 0;
-    u32 inCount = 0;
-    const TProbe probe = [&](IMIDIProber& prober, const TControlSurfaceInfo& info,
-                             IProbeResultGetter& results, ITextGetter& messages)
-    {
-        prober.IMIDIProber_GetOutPortCount(&outCount);
-        prober.IMIDIProber_GetInPortCount(&inCount);
-        const TMIDIEvent event{5, 2, {0xC0, 0x01}};
-        EXPECT_EQ(kOK, prober.IMIDIProber_SendEvents(0, 1, &event));
-        return Reporting({0}, {0})(prober, info, results, messages);
-    };
-    const auto result =
-        AutodetectControlSurfaces({{MakeCodec(probe), MakeInfo(u"M", {0}, {0})}}, nullptr, fHub);
-    EXPECT_EQ(2u, outCount);
-    EXPECT_EQ(1u, inCount);
-    ASSERT_EQ(1u, fLibrary.fSent.size());
-    EXPECT_EQ("x:B", fLibrary.fSent[0].fPort);
-    EXPECT_EQ(5u, fLibrary.fSent[0].fTime);
-    EXPECT_EQ(u"JACK: x:A", result[0][0].fOutPorts[0].GetDisplayName());
-    EXPECT_EQ(u"JACK: x:B", result[0][0].fInPorts[0].GetDisplayName());
-}
-
 // A failing probe ends the run: its text reaches the log first, the later
 // models aren't tried and OnEnd isn't called.
 TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
@@ -271,124 +231,5 @@ TEST_F(AutoDetectTest, AFailingProbeEndsTheRun)
     EXPECT_EQ((std::vector<std::string>{"begin", "count 2", "model 0"}), progress.fLines);
     EXPECT_NE(TText16::npos, TakePendingLog().find(u"the box did not answer"));
     EXPECT_EQ(0u, fHub.GetOpenInPortCount() + fHub.GetOpenOutPortCount());
-}
-
-TEST_F(AutoDetectTest, AQuietPortStillCallsTheGetter)
-{
-    class CCountingGetter final : public IMIDIEventGetter
-    {
-    public:
-        u32 IMIDIEventGetter_Take(const TMIDIEvent*, u32 count) override
-        {
-            fCounts.push_back(count);
-            return kOK;
-        }
-        std::vector<u32> fCounts;
-    };
-    CMIDIProber prober(fHub);
-    CCountingGetter getter;
-    EXPECT_EQ(kOK, prober.IMIDIProber_GetEvents(1, getter));
-    EXPECT_EQ(std::vector<u32>{0}, getter.fCounts);
-
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(kCodecInvalidArgument, prober.IMIDIProber_GetEvents(2, getter));
-    EXPECT_EQ(1u, expect.Count());
-}
-
-class LoopbackProbeTest : public testing::Test
-{
-protected:
-    NSTonewell::CTonewellLibrary fLibrary{{NSTonewell::EBackend::kLoopback}};
-    CMIDIHub fHub{fLibrary};
-    CMIDIPortSpec fInA = FindPortNamed(fHub.GetInPorts(), u"Loopback A");
-    CMIDIPortSpec fOutA = FindPortNamed(fHub.GetOutPorts(), u"Loopback A");
-    CMIDIPortSpec fOutB = FindPortNamed(fHub.GetOutPorts(), u"Loopback B");
-};
-
-// The buffer takes what the codec boundary takes, clock included, and keeps
-// the first 1000 when nobody reads. A receiver that listens ahead of the
-// buffer tells when the buffer has had a batch: it sees the message behind
-// the batch only after the buffer has taken the batch.
-TEST_F(LoopbackProbeTest, BufferingPortsKeepWhatACodecCanTake)
-{
-    CRecordingReceiver ahead;
-    CMIDIInPort watch(fHub, fInA, &ahead);
-    auto sender = fHub.GetSender(fOutA);
-    const TBinary behind{0xFC};
-    {
-        CBufferingMIDIInPort port(fHub, fInA);
-        for (const TBinary& message : {MakeSysex(1025), MakeSysex(1024), TBinary{0xF8}, behind})
-            sender->Send(nullptr, message);
-        ASSERT_TRUE(ahead.WaitForCount(4));
-        const std::vector<TMIDIEvent> events = port.TakeEvents();
-        ASSERT_GE(events.size(), 2u);
-        EXPECT_EQ(1024u, events[0].fSize);
-        EXPECT_EQ(MakeSysex(1024), TBinary(events[0].fData, events[0].fData + 1024));
-        EXPECT_EQ(3u, events[1].fSize);
-        EXPECT_EQ(0xF8, events[1].fData[0]);
-        EXPECT_NE(0u, events[1].fTime);
-    }
-    CBufferingMIDIInPort port(fHub, fInA);
-    for (int i = 0; i < 1100; ++i)
-        sender->Send(nullptr, {0x90, static_cast<u8>(i & 0x7F), static_cast<u8>(i >> 7)});
-    sender->Send(nullptr, behind);
-    ASSERT_TRUE(ahead.WaitForCount(4 + 1101));
-    const std::vector<TMIDIEvent> events = port.TakeEvents();
-    ASSERT_EQ(CBufferingMIDIInPort::kCapacity, events.size());
-    EXPECT_EQ(0x00, events.front().fData[1]);
-    EXPECT_EQ(999 & 0x7F, events.back().fData[1]);
-    EXPECT_EQ(999 >> 7, events.back().fData[2]);
-}
-
-// A surface simulated on the loopback cables: it listens on "Loopback A" and
-// answers the identity request on "Loopback B". The generic codec's probe,
-// run by auto-detection, finds it with output A and input B.
-TEST_F(LoopbackProbeTest, TheGenericCodecFindsASimulatedSurface)
-{
-    class CResponder final : public NSMIDIHub::IMIDIReceiver
-    {
-    public:
-        CResponder(CMIDIHub& hub, const CMIDIPortSpec& listen, const CMIDIPortSpec& answer)
-            : fAnswer(hub.GetSender(answer)), fPort(hub, listen, this)
-        {
-        }
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
-        {
-            if (data == TBinary{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
-                fAnswer->Send(nullptr,
-                              {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
-        }
-
-    private:
-        std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer;
-        NSMIDIHub::CMIDIInPort fPort;
-    };
-    CResponder responder(fHub, fInA, fOutB);
-
-    const std::filesystem::path definition =
-        std::filesystem::path(BRASSFOLD_TEST_DATA_DIR) / "midi" / "Probe Box.midicodec";
-    const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}),
-                          codec_deleter());
-    const auto models = GetControlSurfacesForCodec(codec);
-    ASSERT_EQ(1u, models.size());
-
-    CProgressLog progress;
-    const auto result = AutodetectControlSurfaces({{codec, models[0]}}, &progress, fHub);
-    ASSERT_EQ(1u, result.size());
-    ASSERT_EQ(1u, result[0].size());
-    const VDetectedKinvarControlSurface& find = result[0][0];
-    EXPECT_EQ(u"Brassfold Tests", find.fManufacturer);
-    EXPECT_EQ(u"Probe Box", find.fModel);
-    ASSERT_EQ(1u, find.fInPorts.size());
-    EXPECT_EQ(u"Loopback B", find.fInPorts[0].GetDisplayName());
-    ASSERT_EQ(1u, find.fOutPorts.size());
-    EXPECT_EQ(u"Loopback A", find.fOutPorts[0].GetDisplayName());
-
-    u32 status = 0;
-    IControlSurface* surface =
-        codec->ICodec2_CreateControlSurfaceByName(find.fUniqueName.c_str(), &status);
-    EXPECT_EQ(kOK, status);
-    ASSERT_NE(nullptr, surface);
-    surface->IControlSurface_Destroy();
 }
 } // namespace

@@ -3,11 +3,10 @@
 #include "midi/TonewellLibrary.h"
 
 #include "MIDITestSupport.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -37,23 +36,6 @@ u32 CountPorts(ITonewell& library)
     return ins + outs;
 }
 
-// Sets an environment variable for the life of the object.
-class CEnvironment
-{
-public:
-    CEnvironment(const char* name, const std::string& value) : fName(name)
-    {
-        if (const char* old = std::getenv(name))
-            fOld = old;
-        setenv(name, value.c_str(), 1);
-    }
-    ~CEnvironment() { fOld ? setenv(fName, fOld->c_str(), 1) : unsetenv(fName); }
-
-private:
-    const char* fName;
-    std::optional<std::string> fOld;
-};
-
 struct TStartCase
 {
     EBackend fBackend;
@@ -67,7 +49,8 @@ struct TStartCase
 TEST(BackendStartTest, WhatCannotStartIsNamedOnTheDebugChannelOnce)
 {
     const std::string server = "bf-absent-" + std::to_string(getpid());
-    CEnvironment name("JACK_DEFAULT_SERVER", server);
+    NSTesting::CEnvironment environment;
+    environment.Set("JACK_DEFAULT_SERVER", server);
     const std::string jack = "JACK: no JACK server \"" + server + "\" is running";
     const std::string alsa = "ALSA: no sequencer device (/dev/snd/seq: No such file or directory)";
     const std::string unknown = "BRASSFOLD_MIDI: \"coreaudio\" is no backend and is left out";

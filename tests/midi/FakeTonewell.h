@@ -1,17 +1,17 @@
 #pragma once
-// A MIDI library that the test drives by hand: it lists the ports it is told,
-// counts opens and closes, keeps the last input handler so that the test can
-// call it, records what is sent, and fails to open when told to.
+// A MIDI library that the test drives by hand: it lists the JACK ports "x:A"
+// and "x:B" each way (shown as "JACK: x:A"), counts opens and closes, and
+// keeps the last input handler so that the test can call it.
 
 #include "midi/PortAddress.h"
 #include "midi/Tonewell.h"
 
-#include <set>
 #include <string>
 #include <vector>
 
 namespace NSMIDITesting
 {
+// Each port counts its end in the library's close counter.
 class CFakeInPort final : public NSTonewell::IMIDIInPort
 {
 public:
@@ -22,48 +22,21 @@ private:
     int& fCloses;
 };
 
-struct TSent
-{
-    std::vector<u8> fBytes;
-    u64 fTime;
-    std::string fPort;
-};
-
 class CFakeOutPort final : public NSTonewell::IMIDISender
 {
 public:
-    CFakeOutPort(std::string name, std::vector<TSent>& sent, int& closes)
-        : fName(std::move(name)), fSent(sent), fCloses(closes)
-    {
-    }
+    explicit CFakeOutPort(int& closes) : fCloses(closes) {}
     ~CFakeOutPort() override { ++fCloses; }
-
-    u32 IMIDISender_SendShort(const NSTonewell::TTonewellShortMessage* message) override
-    {
-        fSent.push_back({{message->fBytes, message->fBytes + 3}, message->fTime, fName});
-        return kTonewellOK;
-    }
-    u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
-    {
-        if (bytes[size - 1] != 0xF7)
-            return NSTonewell::kTonewellInvalidArgument;
-        fSent.push_back({{bytes, bytes + size}, 0, fName});
-        return kTonewellOK;
-    }
+    u32 IMIDISender_SendShort(const NSTonewell::TTonewellShortMessage*) override { return kTonewellOK; }
+    u32 IMIDISender_SendSysex(const u8*, u32) override { return kTonewellOK; }
 
 private:
-    std::string fName;
-    std::vector<TSent>& fSent;
     int& fCloses;
 };
 
-// Its ports are JACK ports of the names given, "x:A" and "x:B" unless told
-// otherwise; the display names read "JACK: x:A".
 class CFakeTonewell final : public NSTonewell::ITonewell
 {
 public:
-    using EDirection = NSTonewell::EDirection;
-
     u32 ITonewell_SetDebugger(NSTonewell::IDebugger*) override { return kTonewellOK; }
     u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler* handler) override
     {
@@ -72,14 +45,12 @@ public:
     }
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
     {
-        return List(EDirection::kIn, fInNames, status);
+        return List(NSTonewell::EDirection::kIn, status);
     }
     std::unique_ptr<NSTonewell::IMIDIInPort>
-    ITonewell_OpenInPort(NSTonewell::IMIDIInHandler* handler, const NSTonewell::IMIDIPortSpec* port,
-                         u32* status) override
+    ITonewell_OpenInPort(NSTonewell::IMIDIInHandler* handler, const NSTonewell::IMIDIPortSpec*, u32* status) override
     {
-        if ((*status = StatusFor(port)) != kTonewellOK)
-            return nullptr;
+        *status = kTonewellOK;
         ++fInOpens;
         fHandler = handler;
         auto opened = std::make_unique<CFakeInPort>(fInCloses);
@@ -88,23 +59,15 @@ public:
     }
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetOutPorts(u32* status) override
     {
-        return List(EDirection::kOut, fOutNames, status);
+        return List(NSTonewell::EDirection::kOut, status);
     }
     std::unique_ptr<NSTonewell::IMIDISender>
-    ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*, const NSTonewell::IMIDIPortSpec* port,
-                          u32* status) override
+    ITonewell_OpenOutPort(NSTonewell::IMIDIOutHandler*, const NSTonewell::IMIDIPortSpec*, u32* status) override
     {
-        if ((*status = StatusFor(port)) != kTonewellOK)
-            return nullptr;
+        *status = kTonewellOK;
         ++fOutOpens;
-        return std::make_unique<CFakeOutPort>(NameOf(port), fSent, fOutCloses);
+        return std::make_unique<CFakeOutPort>(fOutCloses);
     }
-
-    std::vector<std::string> fInNames{"x:A", "x:B"};
-    std::vector<std::string> fOutNames{"x:A", "x:B"};
-    // Opening any port fails with this, and ports of these names always fail.
-    u32 fOpenStatus = kTonewellOK;
-    std::set<std::string> fFailingNames;
 
     NSTonewell::IMIDINotificationHandler* fNotificationHandler = nullptr;
     NSTonewell::IMIDIInHandler* fHandler = nullptr;
@@ -113,27 +76,13 @@ public:
     int fInCloses = 0;
     int fOutOpens = 0;
     int fOutCloses = 0;
-    std::vector<TSent> fSent;
 
 private:
-    static std::unique_ptr<NSTonewell::IMIDIPortList>
-    List(EDirection direction, const std::vector<std::string>& names, u32* status)
+    static std::unique_ptr<NSTonewell::IMIDIPortList> List(NSTonewell::EDirection direction, u32* status)
     {
         *status = kTonewellOK;
         return std::make_unique<NSTonewell::CPortList>(
-            NSTonewell::MakePortAddresses(NSTonewell::EBackend::kJACK, direction, names));
-    }
-
-    static std::string NameOf(const NSTonewell::IMIDIPortSpec* port)
-    {
-        const auto* address = dynamic_cast<const NSTonewell::CPortAddress*>(port);
-        return address != nullptr ? address->GetListedName() : std::string();
-    }
-
-    u32 StatusFor(const NSTonewell::IMIDIPortSpec* port) const
-    {
-        return fFailingNames.count(NameOf(port)) != 0 ? NSTonewell::kTonewellOpenFailed
-                                                      : fOpenStatus;
+            NSTonewell::MakePortAddresses(NSTonewell::EBackend::kJACK, direction, {"x:A", "x:B"}));
     }
 };
 } // namespace NSMIDITesting

@@ -1,12 +1,14 @@
 // The hub on the real loopback cables: messages travel from a hub sender to
-// a hub receiver on the backend's delivery thread.
+// a hub receiver on the backend's delivery thread, and into the buffering
+// ports that auto-detection and the MIDI test window read.
 
+#include "midi/AutoDetect.h"
 #include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
 #include "midi/TonewellSupport.h"
 
 #include "MIDITestSupport.h"
-#include "foundation/AlertPresenter.h"
+#include "FakePresenter.h"
 #include "foundation/Exceptions.h"
 #include "midi/MIDIBytes.h"
 
@@ -18,6 +20,8 @@
 
 using namespace NSMIDIHub;
 using namespace NSMIDITesting;
+using NSKinvarCodec::TMIDIEvent;
+using NSKinvarSetupUtils::CBufferingMIDIInPort;
 
 namespace
 {
@@ -135,46 +139,50 @@ TEST_F(LoopbackTest, ReceiversComeAndGoWhileInputFlows)
     EXPECT_EQ(0u, fHub.GetOpenInPortCount());
 }
 
-// The process's hub runs on the backends that BRASSFOLD_MIDI names; the
-// unit tests name the loopback alone.
-TEST(ProcessHubTest, ListsTheLoopbackCables)
+// The buffer takes what the codec boundary takes, clock included, and keeps
+// the first 1000 when nobody reads. A receiver that listens ahead of the
+// buffer tells when the buffer has had a batch: it sees the message behind
+// the batch only after the buffer has taken the batch.
+TEST_F(LoopbackTest, BufferingPortsKeepWhatACodecCanTake)
 {
-    const std::vector<CMIDIPortSpec> ins = GetMIDIHub().GetInPorts();
-    ASSERT_EQ(2u, ins.size());
-    EXPECT_EQ(u"Loopback A", ins[0].GetDisplayName());
-    EXPECT_EQ(u"Loopback B", ins[1].GetDisplayName());
-    EXPECT_EQ(2u, GetMIDIHub().GetOutPorts().size());
+    CRecordingReceiver ahead;
+    CMIDIInPort watch(fHub, fInA, &ahead);
+    auto sender = fHub.GetSender(fOutA);
+    const TBinary behind{0xFC};
+    {
+        CBufferingMIDIInPort port(fHub, fInA);
+        for (const TBinary& message : {MakeSysex(1025), MakeSysex(1024), TBinary{0xF8}, behind})
+            sender->Send(nullptr, message);
+        ASSERT_TRUE(ahead.WaitForCount(4));
+        const std::vector<TMIDIEvent> events = port.TakeEvents();
+        ASSERT_GE(events.size(), 2u);
+        EXPECT_EQ(1024u, events[0].fSize);
+        EXPECT_EQ(MakeSysex(1024), TBinary(events[0].fData, events[0].fData + 1024));
+        EXPECT_EQ(3u, events[1].fSize);
+        EXPECT_EQ(0xF8, events[1].fData[0]);
+        EXPECT_NE(0u, events[1].fTime);
+    }
+    CBufferingMIDIInPort port(fHub, fInA);
+    for (int i = 0; i < 1100; ++i)
+        sender->Send(nullptr, {0x90, static_cast<u8>(i & 0x7F), static_cast<u8>(i >> 7)});
+    sender->Send(nullptr, behind);
+    ASSERT_TRUE(ahead.WaitForCount(4 + 1101));
+    const std::vector<TMIDIEvent> events = port.TakeEvents();
+    ASSERT_EQ(CBufferingMIDIInPort::kCapacity, events.size());
+    EXPECT_EQ(0x00, events.front().fData[1]);
+    EXPECT_EQ(999 & 0x7F, events.back().fData[1]);
+    EXPECT_EQ(999 >> 7, events.back().fData[2]);
 }
 
 // A library that can't be made shows the box of last resort once in the
 // process, and fails every time.
 TEST(ProcessHubTest, ALibraryOfAnotherNameIsRefused)
 {
-    class CBoxCounter final : public IAlertPresenter
-    {
-    public:
-        CBoxCounter() : fBefore(&GetAlertPresenter()) { SetAlertPresenter(this); }
-        ~CBoxCounter() override { SetAlertPresenter(fBefore); }
-        u32 IAlertPresenter_ShowAlert(const TAlertRecord&, IAlertListener&) override
-        {
-            return 12000;
-        }
-        EBoxAnswer IAlertPresenter_ShowBox(const char* caption, const char* text,
-                                           EBoxButtons) noexcept override
-        {
-            fBoxes.push_back(std::string(caption) + "|" + text);
-            return EBoxAnswer::kOK;
-        }
-        std::vector<std::string> fBoxes;
-
-    private:
-        IAlertPresenter* fBefore;
-    };
-    CBoxCounter presenter;
+    NSTesting::CFakePresenter presenter;
     EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
     EXPECT_THROW(NSTonewellSupport::CreateTonewell("IOther"), XProgrammingError);
-    const std::vector<std::string> expected = {
-        "Application|Failed to open MIDI support library\r\nApplication can not run"};
-    EXPECT_EQ(expected, presenter.fBoxes);
+    ASSERT_EQ(1u, presenter.fBoxes.size());
+    EXPECT_EQ("Application", presenter.fBoxes[0].fCaption);
+    EXPECT_EQ("Failed to open MIDI support library\r\nApplication can not run", presenter.fBoxes[0].fText);
 }
 } // namespace

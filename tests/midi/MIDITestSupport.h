@@ -4,6 +4,8 @@
 
 #include "midi/MIDIHub.h"
 
+#include "WaitUntil.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -17,21 +19,8 @@ namespace NSMIDITesting
 using NSMIDIHub::TBinary;
 using namespace std::chrono_literals;
 
-// Long enough for a loaded machine, short enough to fail fast in CI.
-inline constexpr auto kPatience = 10s;
-
-template <class Predicate>
-bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = kPatience)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate())
-    {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
+using NSTesting::kPatience;
+using NSTesting::WaitUntil;
 
 struct TArrival
 {

@@ -63,27 +63,6 @@ TEST(PortAddressTest, AddressesFindTheirPortsAfterTheListChanged)
     EXPECT_FALSE(FindPort(before[1], {"Pad:Pad MIDI 1 32:0"}).has_value());
 }
 
-TEST(PortAddressTest, EqualityNeedsBackendDirectionNameAndPosition)
-{
-    const CPortAddress in(EBackend::kJACK, EDirection::kIn, "synth:out", 0);
-    const std::vector<std::pair<CPortAddress, bool>> others = {
-        {CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 0), true},
-        {CPortAddress(EBackend::kJACK, EDirection::kOut, "synth:out", 0), false},
-        {CPortAddress(EBackend::kALSA, EDirection::kIn, "synth:out", 0), false},
-        {CPortAddress(EBackend::kJACK, EDirection::kIn, "synth:out", 1), false},
-        {CPortAddress(EBackend::kJACK, EDirection::kIn, "Synth:out", 0), false},
-    };
-    for (const auto& [other, equal] : others)
-    {
-        u32 result = 7;
-        EXPECT_EQ(kTonewellOK, in.IMIDIPortSpec_Equals(&other, &result));
-        EXPECT_EQ(equal ? 1u : 0u, result) << other.GetListedName();
-    }
-    u32 result = 7;
-    EXPECT_EQ(kTonewellOK, in.IMIDIPortSpec_Equals(nullptr, &result));
-    EXPECT_EQ(0u, result);
-}
-
 // Names come from the system: malformed UTF-8 is shown with replacement
 // characters, and a long name is cut without leaving half a pair behind.
 TEST(PortAddressTest, InfoSaysBackendKindPositionAndName)

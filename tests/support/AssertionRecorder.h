@@ -3,6 +3,8 @@
 // CExpectAssertions scope is waiting for fails the running test. Trace lines
 // can be kept the same way, for the tests that read them.
 
+#include "foundation/Alert.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -48,5 +50,19 @@ public:
 
 private:
     void (*fPrevious)(const char*, int, const char*);
+};
+
+// The texts of the alerts, and the parameters of the last, while it is
+// installed (with CAlertInterception).
+class CAlertRecorder final : public IAlertHandler
+{
+public:
+    void IAlertHandler_Alert(const TText16& text, const std::vector<TText16>& parameters) override
+    {
+        fTexts.push_back(text);
+        fParameters = parameters;
+    }
+    std::vector<TText16> fTexts;
+    std::vector<TText16> fParameters;
 };
 } // namespace NSTesting

@@ -57,24 +57,4 @@ TRunResult RunShell(const std::string& commandLine, const std::filesystem::path&
     return RunCommand("cd " + Quoted(folder.string()) + " && " + path + " sh -c " + Quoted(commandLine), {});
 }
 
-CScratchFolder::CScratchFolder()
-{
-    std::string pattern = (std::filesystem::temp_directory_path() / "brassfold-tools-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    fPath = pattern;
-}
-
-CScratchFolder::~CScratchFolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(fPath, ignored);
-}
-
-std::filesystem::path CScratchFolder::Write(const std::string& name, const std::string& content) const
-{
-    const auto file = fPath / name;
-    std::ofstream(file, std::ios::binary) << content;
-    return file;
-}
 } // namespace NSToolTesting

@@ -1,6 +1,8 @@
 #pragma once
 // Runs a program of the build as a whole process, as a codec author's CI does.
 
+#include "TempFolder.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -23,17 +25,5 @@ TRunResult RunTool(const std::string& program, const std::vector<std::string>& a
 TRunResult RunShell(const std::string& commandLine, const std::filesystem::path& folder);
 
 // A fresh folder below the temporary folder, removed with everything in it.
-class CScratchFolder
-{
-public:
-    CScratchFolder();
-    ~CScratchFolder();
-    CScratchFolder(const CScratchFolder&) = delete;
-    CScratchFolder& operator=(const CScratchFolder&) = delete;
-
-    std::filesystem::path Write(const std::string& name, const std::string& content) const;
-
-private:
-    std::filesystem::path fPath;
-};
+using CScratchFolder = NSTesting::CTempFolder;
 } // namespace NSToolTesting

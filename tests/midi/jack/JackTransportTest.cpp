@@ -37,21 +37,9 @@ const char* const kResponderClient = "bf-responder";
 
 void Silent(const char*) {}
 
-std::string FindOnPath(const std::string& program)
+bool JackdInstalled()
 {
-    const char* path = std::getenv("PATH");
-    std::string folders = path != nullptr ? path : "/usr/bin:/bin";
-    std::size_t start = 0;
-    while (start <= folders.size())
-    {
-        const std::size_t end = std::min(folders.find(':', start), folders.size());
-        const std::filesystem::path candidate =
-            std::filesystem::path(folders.substr(start, end - start)) / program;
-        if (access(candidate.c_str(), X_OK) == 0)
-            return candidate;
-        start = end + 1;
-    }
-    return {};
+    return std::system("command -v jackd >/dev/null 2>&1") == 0;
 }
 
 // A jackd of our own, stopped by the destructor.
@@ -69,8 +57,7 @@ public:
     // Null, with the reason in why, when no server could be started.
     static std::unique_ptr<CJackServer> Start(std::string& why)
     {
-        const std::string jackd = FindOnPath("jackd");
-        if (jackd.empty())
+        if (!JackdInstalled())
         {
             why = "jackd is not installed (Debian package jackd2): the JACK tests are skipped";
             return nullptr;
@@ -86,7 +73,7 @@ public:
             if (lock < 0)
                 continue;
             std::unique_ptr<CJackServer> server(new CJackServer(lock));
-            if (server->Launch(jackd, name, why))
+            if (server->Launch(name, why))
                 return server;
         }
         return nullptr;
@@ -138,13 +125,13 @@ private:
         return -1;
     }
 
-    bool Launch(const std::string& jackd, const std::string& name, std::string& why)
+    bool Launch(const std::string& name, std::string& why)
     {
         setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
         // A client that misses its cycle loses that cycle's MIDI. In
         // synchronous mode the server waits for every client, up to the
         // timeout, so that slow builds (sanitizers) lose nothing.
-        const char* argv[] = {jackd.c_str(), "--no-realtime", "--sync", "-t",    "5000",
+        const char* argv[] = {"jackd", "--no-realtime", "--sync", "-t",    "5000",
                               "-d",          "dummy",         "-r",     "48000", "-p",
                               "512",         nullptr};
         fPid = fork();
@@ -154,7 +141,7 @@ private:
             const int null = open("/dev/null", O_WRONLY);
             dup2(null, 1);
             dup2(null, 2);
-            execv(jackd.c_str(), const_cast<char**>(argv));
+            execvp("jackd", const_cast<char**>(argv));
             _exit(127);
         }
         if (fPid < 0)
@@ -301,7 +288,7 @@ protected:
     static void SetUpTestSuite()
     {
         gServer = CJackServer::Start(gWhy);
-        gJackdInstalled = !FindOnPath("jackd").empty();
+        gJackdInstalled = JackdInstalled();
         if (gServer)
             WarmUp();
     }

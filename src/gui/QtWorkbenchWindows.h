@@ -1,0 +1,66 @@
+#pragma once
+// The workbench's own windows on Qt (host/WorkbenchWindows.h): what the run
+// behaviour and the commands open, and the idle steps that reach them.
+//
+// How a window is made here, for every window to come:
+//   - a model without widgets in src/gui (or src/host where the host needs
+//     it), with its unit tests;
+//   - a thin QWidget class that shows the model and forwards the user's
+//     actions, with an accessible name on every control, its Qt callbacks in
+//     GuardWindowCallback (no exception leaves them), and Qt::WA_DeleteOnClose;
+//   - a QPointer to it here (null once the user has closed it), opened by its
+//     IWorkbenchWindows operation (OpenWindow), given its idle step by the
+//     matching Idle... operation, and closed by CloseAll at the end of the run
+//     (CQtVistal::Ending), before OnEnd ends the surfaces and drops the codecs.
+//
+// The user interface thread.
+
+#include "host/WorkbenchWindows.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+
+class CLogWindow;
+class CMIDITestWindow;
+class CQtVistal;
+
+class CQtWorkbenchWindows final : public QObject, public IWorkbenchWindows
+{
+    Q_OBJECT
+
+public:
+    explicit CQtWorkbenchWindows(CQtVistal& vistal);
+    ~CQtWorkbenchWindows() override;
+
+    // The log window; null while none is open.
+    CLogWindow* GetLogWindow() const;
+    // The MIDI test window; null while none is open.
+    CMIDITestWindow* GetMIDITestWindow() const;
+    // Closes every window of the workbench.
+    void CloseAll();
+
+    // Moves the pending log text to the log window, which opens when there is
+    // any (never for none).
+    void IWorkbenchWindows_FlushLog() override;
+    void IWorkbenchWindows_IdlePanels() override;
+    void IWorkbenchWindows_IdleMIDITestWindow() override;
+    void IWorkbenchWindows_OpenSelectionDialog(IControlSurfaceSelectionListener& listener) override;
+    void IWorkbenchWindows_OpenMIDITestWindow() override;
+    void IWorkbenchWindows_OpenLogWindow() override;
+    void IWorkbenchWindows_OpenHardwarePanel(
+        const TCodecPtr& codec, const NSKinvarCodec::TControlSurfaceInfo& info,
+        const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts,
+        const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts) override;
+    std::unique_ptr<IAutoDetectProgressDialog> IWorkbenchWindows_OpenAutoDetectProgress() override;
+
+private:
+    // Shows window, made by make when none is open, and brings it to the front.
+    template <class Window, class Make> Window& OpenWindow(QPointer<Window>& window, Make&& make);
+    // A window that this build does not have yet: a log line and an alert.
+    void NotAvailableYet(const char16* window);
+
+    CQtVistal& fVistal;
+    QPointer<CLogWindow> fLogWindow;
+    QPointer<CMIDITestWindow> fMIDITestWindow;
+};
