@@ -44,20 +44,18 @@ std::vector<TMIDIEvent> Events(const std::vector<TBinary>& messages)
 TEST(MIDIEventGetterTest, FaultsBecomeTheCodecsStatus)
 {
     auto sender = std::make_shared<CRecordingSender>();
-    CMIDIEventGetter getter(sender, kThrottleOff);
-    const std::vector<TMIDIEvent> nested = Events({{0xF0, 0x01}, {0xF0, 0x02, 0xF7}});
-    EXPECT_EQ(23005u, getter.IMIDIEventGetter_Take(nested.data(), 2));
-    EXPECT_EQ(u"a system exclusive message was begun inside another", getter.GetFailure());
-    std::vector<TMIDIEvent> faulty = Events({{0x90}, {0x90}});
-    faulty[0].fSize = 0;
-    faulty[1].fSize = 1025;
-    for (const TMIDIEvent& event : faulty)
+    std::vector<TMIDIEvent> faulty = Events({{0xF0, 0x01}, {0xF0, 0x02, 0xF7}, {0x90}, {0x90}});
+    faulty[2].fSize = 0;
+    faulty[3].fSize = 1025;
+    const std::tuple<std::size_t, u32, std::u16string> cases[] = {
+        {0, 23005, u"a system exclusive message was begun inside another"},
+        {2, 23002, u"an empty MIDI message was handed over"},
+        {3, 23002, u"a MIDI message of 1025 bytes was handed over, more than 1024"}};
+    for (const auto& [first, status, failure] : cases)
     {
-        CMIDIEventGetter fresh(sender, kThrottleOff);
-        EXPECT_EQ(23002u, fresh.IMIDIEventGetter_Take(&event, 1));
-        EXPECT_EQ(event.fSize == 0 ? u"an empty MIDI message was handed over"
-                                   : u"a MIDI message of 1025 bytes was handed over, more than 1024",
-                  fresh.GetFailure());
+        CMIDIEventGetter getter(sender, kThrottleOff);
+        EXPECT_EQ(status, getter.IMIDIEventGetter_Take(&faulty[first], first == 0 ? 2 : 1));
+        EXPECT_EQ(failure, getter.GetFailure());
     }
     sender->fFail = true;
     const std::vector<TMIDIEvent> note = Events({{0x90, 0x3C, 0x7F}});

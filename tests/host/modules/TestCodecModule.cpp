@@ -50,23 +50,11 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
     return event;
 }
 
-// The faulty models' faults, by model name.
-enum class EFault
-{
-    kNone,
-    kBadStatus,  // "Bad Status": message and frame fail with a status, without a word
-    kThrows,     // "Thrower": message and frame throw through the contract
-    kOutOfRange, // "Out Of Range": a message gives the fader 500 and item 9 an input
-    kSleeps,     // "Sleeper": a message takes 300 ms
-    kBadRecords, // "Bad Records": item 1 of input kind 99, item 3 from 2 to 0, empty frame records
-};
-
-const std::pair<const char*, EFault> kFaultModels[] = {{"State Box", EFault::kNone},
-                                                      {"Bad Status", EFault::kBadStatus},
-                                                      {"Thrower", EFault::kThrows},
-                                                      {"Out Of Range", EFault::kOutOfRange},
-                                                      {"Sleeper", EFault::kSleeps},
-                                                      {"Bad Records", EFault::kBadRecords}};
+// FAULTY's models, EFault in their order: messages and frames fail with a status and no word, throw, or take 300 ms;
+// a message gives the fader 500 and item 9 an input; item 1 has input kind 99, item 3 runs from 2 to 0, and frames
+// hand over an empty record.
+enum class EFault { kNone, kBadStatus, kThrows, kOutOfRange, kSleeps, kBadRecords };
+const char* const kModels[] = {"State Box", "Bad Status", "Thrower", "Out Of Range", "Sleeper", "Bad Records"};
 
 // Items: 0 "Fader" (in and out, 0 to 127), 1 "Lamp" (0 to 1), 2 "Display" (text), 3 "Mode" (three states).
 // Start on port p: F0 7D 01 p F7, in two records; end: F0 7D 02 p F7. A frame sends B0 item value for every
@@ -133,12 +121,8 @@ public:
     }
     u32 IControlSurface_HandleMIDIEvent(const TMIDIEvent* event, u32, ITextGetter& messages) override
     {
-        if (fFault == EFault::kBadStatus)
-            return kCodecInvalidArgument;
-        if (fFault == EFault::kThrows)
-            throw std::runtime_error("thrown by the codec");
-        if (fFault == EFault::kSleeps)
-            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        if (const u32 status = Misbehave(kCodecInvalidArgument); status != kCodecOK)
+            return status;
         const u8* data = event->fData;
         if (event->fSize == 4 && data[0] == 0xF0 && data[1] == 0x7D && data[2] == 0x7F)
         {
@@ -171,10 +155,8 @@ public:
     }
     u32 IControlSurface_GetOutputEvents(u32, u32 port, IMIDIEventGetter& getter, ITextGetter& messages) override
     {
-        if (fFault == EFault::kBadStatus)
-            return kCodecIllegalCallSequence;
-        if (fFault == EFault::kThrows)
-            throw std::runtime_error("thrown by the codec");
+        if (const u32 status = Misbehave(kCodecIllegalCallSequence); status != kCodecOK)
+            return status;
         if (fFault == EFault::kBadRecords)
         {
             const TMIDIEvent empty{};
@@ -213,6 +195,16 @@ public:
 
 private:
     static constexpr u32 kItemCount = 4;
+
+    // The faults that messages and frames share: status for a bad status, kCodecOK for none.
+    u32 Misbehave(u32 status) const
+    {
+        if (fFault == EFault::kThrows)
+            throw std::runtime_error("thrown by the codec");
+        if (fFault == EFault::kSleeps)
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return fFault == EFault::kBadStatus ? status : kCodecOK;
+    }
 
     TControlSurfaceInfo fInfo;
     const EFault fFault;
@@ -258,11 +250,11 @@ public:
     IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo& info, u32* status) override
     {
         const std::string model = TextOf(info.fModel, kMaxSurfaceNameLength + 1);
-        for (const auto& [name, fault] : kFaultModels)
-            if (model == name && (kFaulty || fault == EFault::kNone))
+        for (std::size_t i = 0; i < kModelCount; ++i)
+            if (model == kModels[i])
             {
                 *status = kCodecOK;
-                return new (std::nothrow) CStateSurface(info, fault);
+                return new (std::nothrow) CStateSurface(info, EFault(i));
             }
         *status = kCodecBadFormat;
         return nullptr;
@@ -322,16 +314,15 @@ private:
     static constexpr bool kStates = false;
 #endif
 #ifdef BRASSFOLD_TEST_CODEC_FAULTY
-    static constexpr bool kFaulty = true;
+    static constexpr std::size_t kModelCount = std::size(kModels);
 #else
-    static constexpr bool kFaulty = false;
+    static constexpr std::size_t kModelCount = 1;
 #endif
     static std::vector<std::pair<std::string, std::string>> Models()
     {
         std::vector<std::pair<std::string, std::string>> models;
-        for (const auto& [name, fault] : kFaultModels)
-            if (kFaulty || fault == EFault::kNone)
-                models.emplace_back("Brassfold Tests", kStates ? name : "Plain Box");
+        for (std::size_t i = 0; i < kModelCount; ++i)
+            models.emplace_back("Brassfold Tests", kStates ? kModels[i] : "Plain Box");
         return models;
     }
     std::vector<std::pair<std::string, std::string>> fModels = Models();
