@@ -78,8 +78,9 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     } listener(fVistal);
     const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});
     fHub.AddInputListener(id, &listener);
-    // Ports are opened on the loop's thread alone.
-    std::thread sender([port = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))] {
+    // Ports are opened and closed on the loop's thread alone.
+    const auto port = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"));
+    std::thread sender([&port] {
         std::this_thread::sleep_for(20ms);
         port->Send(nullptr, {0xB0, 0x07, 0x40});
     });
