@@ -7,10 +7,12 @@
 #include "foundation/FileHandling.h"
 #include "gui/GuiText.h"
 #include "gui/AutoDetectProgressDialog.h"
+#include "gui/HardwarePanel.h"
 #include "gui/LogWindow.h"
 #include "gui/MIDITestWindow.h"
 #include "gui/QtVistal.h"
 #include "gui/QtWorkbenchWindows.h"
+#include "gui/SelectionDialog.h"
 #include "gui/WorkbenchDriver.h"
 #include "host/MyAppBehavior.h"
 
@@ -53,6 +55,9 @@ private:
     void ShootMIDITestWindow();
     // The progress dialog while the second model is probed.
     void ShootAutoDetect();
+    // The selection dialog with a scripted model on the loopback cables, and
+    // its panel after the hardware moved a fader and pressed a button.
+    void ShootPanel();
     std::filesystem::path WriteBrokenMap();
 
     CQtVistal& fVistal;
@@ -150,6 +155,31 @@ std::filesystem::path CShooter::WriteBrokenMap()
     return copy;
 }
 
+void CShooter::ShootPanel()
+{
+    fVistal.FindMenuAction(u"Create ControlSurface")->trigger();
+    CSelectionDialog* dialog = fWindows.GetSelectionDialog();
+    if (dialog == nullptr)
+        return Save(nullptr, "selection-dialog");
+    const auto pick = [](QComboBox* popup, const char* row) { popup->setCurrentIndex(popup->findText(row)); };
+    pick(dialog->GetSurfacePopup(), "Copperlane Audio Beacon 8");
+    pick(dialog->GetInPortPopup(0), "Loopback A");
+    pick(dialog->GetOutPortPopup(0), "Loopback B");
+    Save(dialog, "selection-dialog");
+    dialog->Choose();
+    const std::vector<CHardwarePanel*> panels = fWindows.GetPanels();
+    // A second of frames for the rates, then the hardware's moves, caught
+    // while they glow.
+    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(1200));
+    NSMIDIHub::CMIDIHub& hub = NSMIDIHub::GetMIDIHub();
+    for (const NSMIDIHub::CMIDIPortSpec& port : hub.GetOutPorts())
+        if (port.GetDisplayName() == u"Loopback A")
+            for (const NSMIDIHub::TBinary& message : {NSMIDIHub::TBinary{0xB0, 0x12, 0x60}, {0x90, 0x19, 0x7F}})
+                hub.GetSender(port)->Send(nullptr, message);
+    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(150));
+    Save(panels.empty() ? nullptr : panels.back(), "hardware-panel");
+}
+
 void CShooter::Shoot()
 {
     QMainWindow* main = fVistal.GetMainWindow();
@@ -190,6 +220,7 @@ void CShooter::Shoot()
     fVistal.FindMenuAction(u"Validate Map File")->trigger();
     ProcessEventsUntil([&] { return fWindows.GetLogWindow() != nullptr; });
     Save(fWindows.GetLogWindow(), "log-window");
+    ShootPanel();
     ShootDialog(u"About Brassfold...", "about", press("OK"));
     ShootMIDITestWindow();
     ShootAutoDetect();

@@ -173,6 +173,12 @@ QAction* CQtVistal::FindMenuAction(const TText16& title) const
     return nullptr;
 }
 
+void CQtVistal::ReportFailure(u32 status)
+{
+    if (fBehaviour != nullptr && status != kVistalOK)
+        CallBehaviour([&] { return fBehaviour->OnError(status); });
+}
+
 void CQtVistal::MenuCommand(u32 menu, u32 command)
 {
     if (fBehaviour == nullptr)

@@ -70,6 +70,9 @@ public:
     // The main window's menu action of that title (as the records give it);
     // null when there is none.
     QAction* FindMenuAction(const TText16& title) const;
+    // A window's action that stands for a command failed with status (not
+    // 12000): the behaviour reports it as it reports a failed command.
+    void ReportFailure(u32 status);
     // The behaviour's menu command, as a menu action delivers it.
     void MenuCommand(u32 menu, u32 command);
 

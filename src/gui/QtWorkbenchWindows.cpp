@@ -1,11 +1,17 @@
 #include "gui/QtWorkbenchWindows.h"
 
-#include "foundation/Alert.h"
+#include "foundation/Failures.h"
 #include "foundation/LogText.h"
+#include "gui/HardwarePanel.h"
 #include "gui/AutoDetectProgressDialog.h"
 #include "gui/LogWindow.h"
 #include "gui/MIDITestWindow.h"
 #include "gui/QtVistal.h"
+#include "gui/SelectionDialog.h"
+#include "host/CodecModules.h"
+#include "host/KinvarHUB.h"
+
+#include <algorithm>
 
 CQtWorkbenchWindows::CQtWorkbenchWindows(CQtVistal& vistal) : fVistal(vistal)
 {
@@ -24,8 +30,11 @@ CLogWindow* CQtWorkbenchWindows::GetLogWindow() const
 
 void CQtWorkbenchWindows::CloseAll()
 {
-    // Hardware panels (issue 15) close here first: each ends its surface
-    // through the hub. Then the MIDI test window, which releases its ports.
+    // Hardware panels close first: each ends its surface through the hub.
+    // Then the MIDI test window, which releases its ports.
+    for (const QPointer<CHardwarePanel>& panel : std::exchange(fPanels, {}))
+        delete panel.data();
+    delete fSelectionDialog.data();
     delete fMIDITestWindow.data();
     delete fLogWindow.data();
 }
@@ -58,20 +67,58 @@ void CQtWorkbenchWindows::IWorkbenchWindows_OpenLogWindow()
     OpenWindow(fLogWindow, [] { return new CLogWindow; });
 }
 
-// ---- Hardware panels and the selection dialog (issue 15) --------------------
+// ---- Hardware panels and the selection dialog ------------------------------
 
-void CQtWorkbenchWindows::IWorkbenchWindows_IdlePanels() {}
-
-void CQtWorkbenchWindows::IWorkbenchWindows_OpenSelectionDialog(IControlSurfaceSelectionListener&)
+CSelectionDialog* CQtWorkbenchWindows::GetSelectionDialog() const
 {
-    NotAvailableYet(u"The control surface selection dialog");
+    return fSelectionDialog;
+}
+
+std::vector<CHardwarePanel*> CQtWorkbenchWindows::GetPanels()
+{
+    std::erase_if(fPanels, [](const QPointer<CHardwarePanel>& panel) { return panel.isNull(); });
+    return {fPanels.begin(), fPanels.end()};
+}
+
+void CQtWorkbenchWindows::IWorkbenchWindows_IdlePanels()
+{
+    for (CHardwarePanel* panel : GetPanels())
+        panel->Idle(fPanelIdleCount);
+}
+
+// The dialog refuses to open when no codec is loaded (its log line, and the
+// command's failure).
+void CQtWorkbenchWindows::IWorkbenchWindows_OpenSelectionDialog(IControlSurfaceSelectionListener& listener)
+{
+    OpenWindow(fSelectionDialog, [this, &listener] {
+        return new CSelectionDialog(
+            gCodecSurfaces, NSMIDIHub::GetMIDIHub(),
+            [this, &listener](const TSurfaceChoice& choice) { return SurfaceChosen(listener, choice); },
+            fVistal.GetDialogParent());
+    });
+}
+
+// A choice that fails (a port that won't open, a codec that refuses) is
+// reported as a failed command is, and the dialog stays for another try.
+bool CQtWorkbenchWindows::SurfaceChosen(IControlSurfaceSelectionListener& listener,
+                                        const TSurfaceChoice& choice)
+{
+    const u32 status = GuardEdge(kVistalEdge, [&] {
+        listener.IControlSurfaceSelectionListener_SurfaceChosen(choice.fCodec, choice.fInfo, choice.fInPorts,
+                                                                choice.fOutPorts);
+    });
+    fVistal.ReportFailure(status);
+    return status == kVistalOK;
 }
 
 void CQtWorkbenchWindows::IWorkbenchWindows_OpenHardwarePanel(
-    const TCodecPtr&, const NSKinvarCodec::TControlSurfaceInfo&,
-    const std::vector<NSMIDIHub::CMIDIPortSpec>&, const std::vector<NSMIDIHub::CMIDIPortSpec>&)
+    const TCodecPtr& codec, const NSKinvarCodec::TControlSurfaceInfo& info,
+    const std::vector<NSMIDIHub::CMIDIPortSpec>& inPorts, const std::vector<NSMIDIHub::CMIDIPortSpec>& outPorts)
 {
-    NotAvailableYet(u"The hardware panel");
+    auto* panel =
+        new CHardwarePanel(std::make_unique<CPanelSurface>(GetKinvarHUB(), codec, info, inPorts, outPorts));
+    fPanels.emplace_back(panel);
+    panel->show();
 }
 
 // ---- The MIDI test window and the auto-detect progress dialog (issue 16) -----
@@ -96,10 +143,4 @@ std::unique_ptr<IAutoDetectProgressDialog>
 CQtWorkbenchWindows::IWorkbenchWindows_OpenAutoDetectProgress()
 {
     return std::make_unique<CAutoDetectProgressDialog>(fVistal, fVistal.GetDialogParent());
-}
-
-void CQtWorkbenchWindows::NotAvailableYet(const char16* window)
-{
-    AddToLog(TText16(window) + u" is not available in this build yet.");
-    Alert(u"[NOTE]^0 is not available in this build yet.[OK]", {window}, false);
 }

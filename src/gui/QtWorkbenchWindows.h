@@ -21,9 +21,14 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <vector>
+
+class CHardwarePanel;
 class CLogWindow;
 class CMIDITestWindow;
 class CQtVistal;
+class CSelectionDialog;
+struct TSurfaceChoice;
 
 class CQtWorkbenchWindows final : public QObject, public IWorkbenchWindows
 {
@@ -35,6 +40,10 @@ public:
 
     // The log window; null while none is open.
     CLogWindow* GetLogWindow() const;
+    // The selection dialog; null while none is open.
+    CSelectionDialog* GetSelectionDialog() const;
+    // The open hardware panels, in the order opened.
+    std::vector<CHardwarePanel*> GetPanels();
     // The MIDI test window; null while none is open.
     CMIDITestWindow* GetMIDITestWindow() const;
     // Closes every window of the workbench.
@@ -57,10 +66,15 @@ public:
 private:
     // Shows window, made by make when none is open, and brings it to the front.
     template <class Window, class Make> Window& OpenWindow(QPointer<Window>& window, Make&& make);
-    // A window that this build does not have yet: a log line and an alert.
-    void NotAvailableYet(const char16* window);
+    // Hands the dialog's choice to listener; false when that failed.
+    bool SurfaceChosen(IControlSurfaceSelectionListener& listener, const TSurfaceChoice& choice);
 
     CQtVistal& fVistal;
     QPointer<CLogWindow> fLogWindow;
+    QPointer<CSelectionDialog> fSelectionDialog;
+    std::vector<QPointer<CHardwarePanel>> fPanels;
+    // The idle steps of all panels, counted together: the statistics of a
+    // panel run when the count is a multiple of ten.
+    u32 fPanelIdleCount = 0;
     QPointer<CMIDITestWindow> fMIDITestWindow;
 };

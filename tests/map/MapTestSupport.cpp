@@ -9,18 +9,6 @@ namespace NSMapTesting
 {
 using namespace NSKinvarCodec;
 
-TItemInfo MakeItem(std::u16string_view name, u32 input, u32 output, i64 min, i64 max, u32 states)
-{
-    TItemInfo item{};
-    SetRecordText(item.fName, name);
-    item.fInputKind = input;
-    item.fOutputKind = output;
-    item.fMin = min;
-    item.fMax = max;
-    item.fStateCount = states;
-    return item;
-}
-
 std::shared_ptr<const NSKinvar::TItemList> MakeItems()
 {
     return std::make_shared<const NSKinvar::TItemList>(NSKinvar::TItemList{

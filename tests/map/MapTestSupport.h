@@ -2,6 +2,7 @@
 // A small surface for map tests: its items and state names, and a reader run
 // over a file text.
 
+#include "TestItems.h"
 #include "map/MapReader.h"
 
 #include <memory>
@@ -12,8 +13,7 @@ namespace NSMapTesting
 // Items: 0 "Fader 1" (value), 1 "Button A" (button, states "Off" and "Blink"),
 // 2 "Keys" (keyboard), 3 "Encoder" (delta), 4 "Display" (text output only).
 std::shared_ptr<const NSKinvar::TItemList> MakeItems();
-NSKinvarCodec::TItemInfo MakeItem(std::u16string_view name, u32 input, u32 output, i64 min, i64 max,
-                                  u32 states);
+using NSTesting::MakeItem;
 NSKinvar::TStateNames MakeStateNames();
 
 // The five header lines for "Acme" "Box", each with its line feed.

@@ -116,11 +116,11 @@ private:
             line.fStrict = true;
         else if (name == "--format")
             return TakeFormat(line, value);
-        else if (const TOptionSpec* spec = FindCommandOption(line, name))
+        else if (const TOptionSpec* option = FindCommandOption(line, name))
         {
-            if (spec->fValueName != nullptr && !value && !TakeValue(value))
-                return name + " needs a " + spec->fValueName;
-            if (spec->fValueName == nullptr && value)
+            if (option->fValueName != nullptr && !value && !TakeValue(value))
+                return name + " needs a " + option->fValueName;
+            if (option->fValueName == nullptr && value)
                 return name + " takes no value";
             line.fOptions.emplace_back(name, value.value_or(""));
         }
