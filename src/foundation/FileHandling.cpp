@@ -191,12 +191,18 @@ fs::path GetTestCodecFolder()
     return GetTestCodecFolderIn(NSHarbryUtils::GetProgramFolder());
 }
 
-// This is the layout of a build tree, where the scripted codec host is built
-// next to the programs; an installed tree has no such folder.
+// A build tree builds the scripted codec host next to the programs; an
+// installed tree keeps it apart, since bin/ holds programs only. The build
+// tree's layout wins where both could be found, so that a build run from its
+// own folder never picks up an older installed module.
 fs::path GetTestCodecFolderIn(const fs::path& programFolder)
 {
-    BF_ASSERT(NSHarbryUtils::FolderExists(programFolder, kCodecFolderName));
-    const fs::path codecs = programFolder / fs::path(kCodecFolderName);
+    const fs::path installed = (programFolder / kInstalledCodecBase).lexically_normal();
+    const bool isInstalledTree = !NSHarbryUtils::FolderExists(programFolder, kCodecFolderName) &&
+                                 NSHarbryUtils::FolderExists(installed, kCodecFolderName);
+    const fs::path base = isInstalledTree ? installed : programFolder;
+    BF_ASSERT(NSHarbryUtils::FolderExists(base, kCodecFolderName));
+    const fs::path codecs = base / fs::path(kCodecFolderName);
     BF_ASSERT(NSHarbryUtils::FolderExists(codecs, kTestingFolderName));
     return codecs / fs::path(kTestingFolderName);
 }

@@ -72,9 +72,16 @@ void SetCodecFolderOverride(std::string folder);
 const std::string& GetCodecFolderOverride();
 void SetMapFolderOverride(std::string folder);
 
-// The folder of the scripted codec host: the program's own folder, then
-// "Codecs", then "Testing". A missing step is an assertion failure; the path is
-// returned all the same.
+// Where an installed tree keeps the scripted codec host's "Codecs" folder,
+// relative to the folder of the installed programs (bin/). The install rules
+// put the module there, out of the way of the programs on the PATH.
+inline constexpr std::string_view kInstalledCodecBase = "../lib/brassfold";
+
+// The folder of the scripted codec host: "Codecs", then "Testing", below the
+// program's own folder as a build tree has it, or else below
+// kInstalledCodecBase as an installed tree has it. When neither tree has
+// "Codecs", or its "Codecs" lacks "Testing", that is an assertion failure; the
+// build tree's path is returned all the same.
 std::filesystem::path GetTestCodecFolder();
 // The same below a given program folder.
 std::filesystem::path GetTestCodecFolderIn(const std::filesystem::path& programFolder);

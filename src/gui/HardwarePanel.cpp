@@ -2,6 +2,8 @@
 
 #include "foundation/Alert.h"
 #include "foundation/Assert.h"
+#include "foundation/Failures.h"
+#include "host/Vistal.h"
 #include "gui/GuiText.h"
 #include "gui/PanelWidgets.h"
 
@@ -287,6 +289,13 @@ void CHardwarePanel::MakeStatePopup(u32 item)
     connect(popup, &QComboBox::activated, this, [this, item](int row) {
         GuardWindowCallback([&] { fModel.ChoosePopupRow(item, static_cast<u32>(std::max(row, 0))); });
     });
+}
+
+void CHardwarePanel::changeEvent(QEvent* event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && HasVistal())
+        GuardWindowCallback([] { ThrowVistalResult(GetVistal().IVistal_UpdateCommands()); });
 }
 
 bool CHardwarePanel::eventFilter(QObject* watched, QEvent* event)

@@ -56,6 +56,8 @@ public:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Coming to the front brings the menus up to date.
+    void changeEvent(QEvent* event) override;
 
 private:
     class CCanvas;

@@ -1,6 +1,7 @@
 #include "gui/PanelWidgets.h"
 
 #include "foundation/Alert.h"
+#include "foundation/Debugger.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -157,6 +158,12 @@ double CPanelSlider::GetAccessibleValue() const { return static_cast<double>(fSo
 double CPanelSlider::GetAccessibleMinimum() const { return static_cast<double>(fSource.fMinimum); }
 double CPanelSlider::GetAccessibleMaximum() const { return static_cast<double>(fSource.fMaximum); }
 void CPanelSlider::SetAccessibleValue(double value) { fSource.fSet(ToValue(value)); }
+
+void CPanelSlider::focusInEvent(QFocusEvent* event)
+{
+    QSlider::focusInEvent(event);
+    WriteLine("ISliderViewHandler_OnFocusReceived");
+}
 
 // ---- CValueLabel ---------------------------------------------------------------------
 

@@ -86,6 +86,10 @@ public:
     double GetAccessibleMaximum() const override;
     void SetAccessibleValue(double value) override;
 
+protected:
+    // Writes its own name to the debug channel and does nothing else.
+    void focusInEvent(QFocusEvent* event) override;
+
 private:
     TValueSource fSource;
 };

@@ -133,6 +133,15 @@ TEST(ProgramFolder, TestCodecFolderIsCodecsTestingAndAssertsWhenAStepIsMissing)
     EXPECT_EQ(GetTestCodecFolderIn(tree.Path()), tree / "Codecs/Testing");
 }
 
+TEST(ProgramFolder, InstalledTreeKeepsTheTestCodecFolderBesideBinAndABuildTreeWins)
+{
+    CTempFolder tree;
+    tree.MakeFolder("lib/brassfold/Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree.MakeFolder("bin")), tree / "lib/brassfold/Codecs/Testing");
+    tree.MakeFolder("bin/Codecs/Testing");
+    EXPECT_EQ(GetTestCodecFolderIn(tree / "bin"), tree / "bin/Codecs/Testing");
+}
+
 // Records what the walk meets, relative to the root; passes over hidden
 // folders and those named skip, and asks for every other one, loops too.
 class CRecordingHandler : public NSHarbryExtras::IDirScannerHandler

@@ -131,6 +131,13 @@ TEST(HardwarePanelTest, InputOnTheChosenCableMovesTheSlidersOfEveryPanelOpen)
         EXPECT_TRUE(first->IsHighlighted(0));
         EXPECT_FALSE(first->IsHighlighted(1));
 
+        // Coming to the front brings the menus up to date.
+        int updates = 0;
+        QObject::connect(&vistal, &CQtVistal::CommandsUpdated, [&] { ++updates; });
+        first->activateWindow();
+        second->activateWindow();
+        EXPECT_TRUE(ProcessEventsUntil([&] { return updates > 0; }));
+
         const u32 kept = second->GetSurfaceId();
         first->close();
         EXPECT_TRUE(ProcessEventsUntil([&] { return windows.GetPanels().size() == 1; }));
