@@ -50,19 +50,39 @@ private:
 };
 } // namespace
 
-bool IsItemInputValid(const TItemInput& input, const TItemInfo& info)
+EItemInputFault FindItemInputFault(const TItemInput& input, const TItemInfo& info)
 {
     const u32 kind = info.fInputKind;
-    if (!BF_CHECK_RECORD(kind == kInputButton || kind == kInputValue || kind == kInputDelta ||
-                         kind == kInputKeyboard))
-        return false;
+    if (kind != kInputButton && kind != kInputValue && kind != kInputDelta && kind != kInputKeyboard)
+        return EItemInputFault::kItemTakesNoInput;
     if (kind == kInputKeyboard)
-        return BF_CHECK_RECORD(IsWithin(input.fValue1, 0, 1)) &&
-               BF_CHECK_RECORD(IsWithin(input.fValue2, 0, kHighestKey)) &&
-               BF_CHECK_RECORD(IsWithin(input.fValue3, 0, kHighestKey));
+    {
+        if (!IsWithin(input.fValue1, 0, 1))
+            return EItemInputFault::kKeyStateOutOfRange;
+        if (!IsWithin(input.fValue2, 0, kHighestKey))
+            return EItemInputFault::kKeyOutOfRange;
+        return IsWithin(input.fValue3, 0, kHighestKey) ? EItemInputFault::kNone
+                                                        : EItemInputFault::kVelocityOutOfRange;
+    }
     if (kind == kInputDelta)
-        return BF_CHECK_RECORD(input.fValue1 != 0);
-    return BF_CHECK_RECORD(IsWithin(input.fValue1, info.fMin, info.fMax));
+        return input.fValue1 != 0 ? EItemInputFault::kNone : EItemInputFault::kDeltaOfZero;
+    return IsWithin(input.fValue1, info.fMin, info.fMax) ? EItemInputFault::kNone
+                                                          : EItemInputFault::kValueOutOfRange;
+}
+
+bool IsItemInputValid(const TItemInput& input, const TItemInfo& info)
+{
+    static const char* const kTests[] = {
+        "",
+        "the kind is one of kInputButton, kInputValue, kInputDelta, kInputKeyboard",
+        "keyboard fValue1 from 0 to 1",
+        "keyboard fValue2 from 0 to 127",
+        "keyboard fValue3 from 0 to 127",
+        "delta fValue1 not 0",
+        "fValue1 from fMin to fMax",
+    };
+    const EItemInputFault fault = FindItemInputFault(input, info);
+    return fault == EItemInputFault::kNone || CheckRecord(false, kTests[static_cast<int>(fault)], __FILE__, __LINE__);
 }
 
 void ClampItemInput(TItemInput& input, const TItemInfo& info)

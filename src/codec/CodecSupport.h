@@ -25,6 +25,21 @@ static_assert(kCodecUnknown == NSKinvarCodec::kCodecUnknownError);
 
 // ---- Record checks ------------------------------------------------------------
 
+// What can be wrong with an input for its item, in the order of the tests.
+enum class EItemInputFault
+{
+    kNone,
+    kItemTakesNoInput,   // the item's input kind is none of the four
+    kKeyStateOutOfRange, // keyboard fValue1 not 0 or 1
+    kKeyOutOfRange,      // keyboard fValue2 outside 0 to 127
+    kVelocityOutOfRange, // keyboard fValue3 outside 0 to 127
+    kDeltaOfZero,        // a delta of 0
+    kValueOutOfRange,    // button or value fValue1 outside fMin to fMax
+};
+
+// The first test that the input fails, without a word. Any thread.
+EItemInputFault FindItemInputFault(const NSKinvarCodec::TItemInput& input, const NSKinvarCodec::TItemInfo& info);
+
 // Whether an input makes sense for its item. Each failed test is a failed
 // assertion that names the test, and the answer is false: the host drops the
 // input. Any thread, MIDI threads included.

@@ -1,5 +1,8 @@
 #include "foundation/LogText.h"
 
+#include "foundation/TextPackage.h"
+#include "foundation/TextResource.h"
+
 #include <mutex>
 
 namespace
@@ -23,6 +26,11 @@ void AddToLog(const TText16& text)
 {
     std::lock_guard lock(PendingLock());
     PendingText() += text;
+}
+
+void AddLineToLog(u32 textId, const std::vector<TText16>& parameters)
+{
+    AddToLog(NSTextPackage::SubstituteParameters(GetProgramText(textId), 0, parameters) + u'\n');
 }
 
 bool FlushPendingLog(const std::function<void(const TText16&)>& deliver)

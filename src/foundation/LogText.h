@@ -7,10 +7,14 @@
 #include "foundation/Types.h"
 
 #include <functional>
+#include <vector>
 
 // Appends text to the pending text under the lock. Callable from any thread,
 // MIDI threads included.
 void AddToLog(const TText16& text);
+// One line: the program's own text of that id (GetProgramText) with its
+// placeholders filled, and a line feed. Any thread.
+void AddLineToLog(u32 textId, const std::vector<TText16>& parameters);
 
 // When text is pending, hands it to deliver and clears it; returns whether
 // there was any. deliver runs under the lock, so that nothing overtakes a

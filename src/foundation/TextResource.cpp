@@ -74,6 +74,13 @@ TText16 GetText(u32 id)
     return gTextTable.Get(id);
 }
 
+TText16 GetProgramText(u32 id)
+{
+    // The first fill wins, so this never replaces what the workbench loaded.
+    LoadTextResource(2000);
+    return GetText(id);
+}
+
 namespace NSVistalUtils
 {
 namespace

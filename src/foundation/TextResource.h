@@ -46,6 +46,9 @@ private:
 void LoadTextResource(u32 resourceNumber);
 // The text of `id` in the program's table; see CTextTable::Get.
 TText16 GetText(u32 id);
+// The text of `id` in the program's own texts ("TXT" 2000), filling the table
+// from them first if nobody has (the tools and the tests have nobody to).
+TText16 GetProgramText(u32 id);
 
 namespace NSVistalUtils
 {

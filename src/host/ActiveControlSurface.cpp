@@ -4,10 +4,14 @@
 #include "foundation/Exceptions.h"
 #include "foundation/Failures.h"
 #include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
+#include "foundation/TextResource.h"
+#include "foundation/Ticks.h"
 #include "host/MIDIEventGetter.h"
 #include "host/TextRule.h"
 #include "midi/MIDIBytes.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -22,7 +26,82 @@ constexpr char16 kInPortText[] =
 constexpr char16 kOutPortText[] =
     u"Could not open MIDI out port! Check if another program is already using it!";
 
+// The program's texts of the failures of a running surface.
+constexpr u32 kFrameFailedText = 45;
+constexpr u32 kMessageFailedText = 46;
+constexpr u32 kInputDroppedText = 47;
+constexpr u32 kBadItemText = 49;
+constexpr u32 kNoInputText = 51;
+constexpr u32 kOutOfRangeText = 52;
+constexpr u32 kStepOfZeroText = 53;
+constexpr u32 kNoSuchItemText = 54;
+constexpr u32 kUnknownInputKindText = 55;
+constexpr u32 kUnknownOutputKindText = 56;
+constexpr u32 kBadRangeText = 57;
+constexpr u32 kNameWithoutEndText = 58;
+constexpr u32 kSlowCodecText = 63;
+constexpr u32 kHandlingMessageText = 64;
+constexpr u32 kOutputFrameText = 65;
+
+thread_local bool tInputLostByHost = false;
+
+// A call into the codec that takes longer holds up its port or the frames.
+constexpr u64 kSlowCallMs = 100;
+
 void LogLine(const char16* text) { AddToLog(TText16(text) + u'\n'); }
+
+TText16 Number(i64 value) { return NSTextPackage::Text16FromUTF8(std::to_string(value)); }
+
+TText16 Fill(u32 textId, const std::vector<TText16>& parameters)
+{
+    return NSTextPackage::SubstituteParameters(GetProgramText(textId), 0, parameters);
+}
+
+// How the log names a surface: its manufacturer and model.
+TText16 SurfaceLabel(const TControlSurfaceInfo& info)
+{
+    return GetRecordText(info.fManufacturer) + u" " + GetRecordText(info.fModel);
+}
+
+// What is wrong with the description of an item; empty when nothing is.
+TText16 FindItemInfoFault(const TItemInfo& info)
+{
+    const u32 input = info.fInputKind;
+    const u32 output = info.fOutputKind;
+    if (input < kInputButton || input > kInputNone)
+        return Fill(kUnknownInputKindText, {Number(input)});
+    if (output < kOutputValue || output > kOutputNone)
+        return Fill(kUnknownOutputKindText, {Number(output)});
+    const bool ranged = input == kInputButton || input == kInputValue || output == kOutputValue;
+    if (ranged && info.fMin > info.fMax)
+        return Fill(kBadRangeText, {Number(info.fMin), Number(info.fMax)});
+    if (std::find(std::begin(info.fName), std::end(info.fName), 0) == std::end(info.fName))
+        return GetProgramText(kNameWithoutEndText);
+    return {};
+}
+
+// The detail of an input that doesn't fit its item.
+TText16 DescribeInputFault(EItemInputFault fault, const TItemInput& input, const TItemInfo& info)
+{
+    const TText16 item = Number(input.fItemIndex);
+    switch (fault)
+    {
+    case EItemInputFault::kNone:
+    case EItemInputFault::kItemTakesNoInput:
+        return Fill(kNoInputText, {item});
+    case EItemInputFault::kKeyStateOutOfRange:
+        return Fill(kOutOfRangeText, {item, Number(input.fValue1), u"0", u"1"});
+    case EItemInputFault::kKeyOutOfRange:
+        return Fill(kOutOfRangeText, {item, Number(input.fValue2), u"0", u"127"});
+    case EItemInputFault::kVelocityOutOfRange:
+        return Fill(kOutOfRangeText, {item, Number(input.fValue3), u"0", u"127"});
+    case EItemInputFault::kDeltaOfZero:
+        return Fill(kStepOfZeroText, {item});
+    case EItemInputFault::kValueOutOfRange:
+        break;
+    }
+    return Fill(kOutOfRangeText, {item, Number(input.fValue1), Number(info.fMin), Number(info.fMax)});
+}
 
 // For the debug channel: 7-bit characters as they are, "?" for the rest.
 std::string Narrow(const TText16& text)
@@ -49,21 +128,35 @@ bool IsFilteredStatus(u8 status)
 }
 } // namespace
 
+void NoteInputLostByHost() noexcept { tInputLostByHost = true; }
+
 CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
                                              const std::vector<CMIDIPortSpec>& inPorts,
                                              const std::vector<CMIDIPortSpec>& outPorts,
-                                             IControlSurfaceInputHandler* handler,
+                                             std::shared_ptr<IControlSurfaceInputHandler> handler,
                                              const TControlSurfaceInfo& info, ISurfacePorts& ports)
-    : fPorts(ports), fInfo(info), fName(GetRecordText(info.fModel))
+    : fOwnHandler(std::move(handler)), fFailures(SurfaceLabel(info)), fPorts(ports), fInfo(info),
+      fName(GetRecordText(info.fModel))
 {
     BF_TRACE("Creating Control Surface: %s %s", Narrow(GetRecordText(fInfo.fManufacturer)).c_str(),
              Narrow(fName).c_str());
     OpenInPorts(inPorts);
     OpenOutPorts(outPorts);
     fTraffic.resize(fOutPorts.size());
-    CreateSurface(codec, handler);
+    CreateSurface(codec, fOwnHandler.get());
     fItemStates.assign(GetItemCount(), TItemState{});
+    CheckItemInfos();
     SendStartupEvents();
+}
+
+CActiveControlSurface::CActiveControlSurface(const TCodecPtr& codec,
+                                             const std::vector<CMIDIPortSpec>& inPorts,
+                                             const std::vector<CMIDIPortSpec>& outPorts,
+                                             IControlSurfaceInputHandler* handler,
+                                             const TControlSurfaceInfo& info, ISurfacePorts& ports)
+    : CActiveControlSurface(codec, inPorts, outPorts,
+                            std::shared_ptr<IControlSurfaceInputHandler>(handler, [](auto*) {}), info, ports)
+{
 }
 
 CActiveControlSurface::~CActiveControlSurface()
@@ -71,13 +164,53 @@ CActiveControlSurface::~CActiveControlSurface()
     {
         std::lock_guard locker(fLock);
         fControlSurface->IControlSurface_SetInputHandler(nullptr);
-        SendShutdownEvents();
+        fEnding = true;
     }
-    // The ports close only now, with fLock released: a delivery thread may be
-    // inside Receive, waiting for fLock while it holds the open port's lock
-    // that closing the port needs. The members go in reverse order, so the
-    // surface is still there for a message on its way in, which finds no
-    // handler, and is destroyed last.
+    // The end messages go out without fLock: metered at wire speed they take
+    // long, and a message on its way in would wait for fLock meanwhile,
+    // holding up its port's delivery. It finds fEnding set instead.
+    SendShutdownEvents();
+    // The ports close only now: the members go in reverse order, so the
+    // surface is still there for a message on its way in, and is destroyed
+    // last.
+}
+
+void CActiveControlSurface::CheckItemInfos()
+{
+    const u32 count = static_cast<u32>(fItemStates.size());
+    fItemInfos.reserve(count);
+    for (u32 item = 0; item < count; ++item)
+    {
+        TText16 fault;
+        try
+        {
+            fItemInfos.push_back(GetItemInfo(item));
+            fault = FindItemInfoFault(fItemInfos.back());
+        }
+        catch (...)
+        {
+            // An item that can't be described takes no input.
+            fItemInfos.resize(item + 1, TItemInfo{});
+            fault = DescribeCurrentException({});
+        }
+        if (!fault.empty())
+            AddLineToLog(kBadItemText, {SurfaceLabel(fInfo), Number(item), fault});
+    }
+}
+
+bool CActiveControlSurface::CheckInput(const TItemInput& input)
+{
+    if (input.fItemIndex >= fItemInfos.size())
+    {
+        fFailures.Report(kInputDroppedText,
+                         Fill(kNoSuchItemText, {Number(input.fItemIndex), Number(i64(fItemInfos.size()))}));
+        return false;
+    }
+    const TItemInfo& info = fItemInfos[input.fItemIndex];
+    const EItemInputFault fault = FindItemInputFault(input, info);
+    if (fault != EItemInputFault::kNone)
+        fFailures.Report(kInputDroppedText, DescribeInputFault(fault, input, info));
+    return fault == EItemInputFault::kNone;
 }
 
 void CActiveControlSurface::OpenInPorts(const std::vector<CMIDIPortSpec>& inPorts)
@@ -203,16 +336,36 @@ void CActiveControlSurface::Receive(const CMIDIPortSpec& port, const u64* time,
     if (data.empty() || IsFilteredStatus(data.front()))
         return;
     std::lock_guard locker(fLock);
-    if (data.size() > kMaxReceivedMessageSize || !fControlSurface)
+    if (data.size() > kMaxReceivedMessageSize || !fControlSurface || fEnding)
         return;
+    HandleMessage(port, time, data);
+}
+
+void CActiveControlSurface::HandleMessage(const CMIDIPortSpec& port, const u64* time,
+                                          const NSMIDIHub::TBinary& data)
+{
     const u32 inPort = FindInPort(port);
     TMIDIEvent event;
     event.fTime = time != nullptr ? *time : 0;
     event.fSize = static_cast<u32>(data.size());
     std::copy(data.begin(), data.end(), event.fData);
     CCodecTextGetter messages;
-    const u32 status = fControlSurface->IControlSurface_HandleMIDIEvent(&event, inPort, messages);
-    ApplyTextRule(messages, status);
+    TText16 failureText;
+    const u64 start = NSThreads::GetTicks64();
+    tInputLostByHost = false;
+    try
+    {
+        const u32 status = fControlSurface->IControlSurface_HandleMIDIEvent(&event, inPort, messages);
+        ApplyTextRule(messages, status, failureText);
+    }
+    catch (...)
+    {
+        if (!tInputLostByHost)
+            fFailures.ReportCurrentException(kMessageFailedText, failureText);
+        throw;
+    }
+    if (NSThreads::GetTicks64() - start > kSlowCallMs)
+        fFailures.Report(kSlowCodecText, GetProgramText(kHandlingMessageText));
 }
 
 // The walk does not pass over unassigned ports: a surface whose first input
@@ -235,20 +388,46 @@ u32 CActiveControlSurface::FindInPort(const CMIDIPortSpec& port) const
 
 void CActiveControlSurface::DriveOutput(u32 maxBytes)
 {
+    TText16 failureText;
+    const u64 start = NSThreads::GetTicks64();
+    try
+    {
+        DriveOutputPorts(maxBytes, failureText);
+    }
+    catch (...)
+    {
+        fFailures.ReportCurrentException(kFrameFailedText, failureText);
+        throw;
+    }
+    if (NSThreads::GetTicks64() - start > kSlowCallMs)
+        fFailures.Report(kSlowCodecText, GetProgramText(kOutputFrameText));
+}
+
+void CActiveControlSurface::DriveOutputPorts(u32 maxBytes, TText16& failureText)
+{
     for (u32 port = 0; port < fOutPorts.size(); ++port)
     {
-        if (!fOutPorts[port])
+        // A vanished port is passed over: what the panel changes meanwhile
+        // goes out when it is back.
+        if (!fOutPorts[port] || !fOutPorts[port]->IsPresent())
             continue;
         CCodecTextGetter stateMessages;
         const u32 stateStatus = fControlSurface->IControlSurface_SetItemStates(
             static_cast<u32>(fItemStates.size()), fItemStates.data(), stateMessages);
-        ApplyTextRule(stateMessages, stateStatus);
+        ApplyTextRule(stateMessages, stateStatus, failureText);
 
         CMIDIEventGetter getter(fOutPorts[port], kThrottleOff);
         CCodecTextGetter messages;
         const u32 status =
             fControlSurface->IControlSurface_GetOutputEvents(maxBytes, port, getter, messages);
-        ApplyTextRule(messages, status);
+        // What the getter met is the better account, whatever the codec made
+        // of the status it got.
+        if (!getter.GetFailure().empty())
+        {
+            failureText = getter.GetFailure();
+            throw std::runtime_error("");
+        }
+        ApplyTextRule(messages, status, failureText);
 
         const u64 now = NSTonewell::MonotonicMicroseconds();
         BF_ASSERT(port < fTraffic.size());

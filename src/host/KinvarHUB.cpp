@@ -3,9 +3,38 @@
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
 #include "foundation/Failures.h"
+#include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
+#include "foundation/Ticks.h"
 #include "host/Vistal.h"
 
 using namespace NSKinvarCodec;
+
+namespace
+{
+constexpr u32 kInputLostText = 48;
+
+TText16 Number(u64 value) { return NSTextPackage::Text16FromUTF8(std::to_string(value)); }
+
+i64 NowMs() { return static_cast<i64>(NSThreads::GetTicks64()); }
+
+// The handler that the hub hands to one surface: it queues the surface's
+// input under the surface's id.
+class CSurfaceInputHandler final : public IControlSurfaceInputHandler
+{
+public:
+    CSurfaceInputHandler(CKinvarHUB& hub, u32 id) : fHub(hub), fId(id) {}
+
+    u32 IControlSurfaceInputHandler_HandleInput(IControlSurface* surface, const TItemInput* input) override
+    {
+        return fHub.QueueInput(fId, surface, input);
+    }
+
+private:
+    CKinvarHUB& fHub;
+    const u32 fId;
+};
+} // namespace
 
 CKinvarHUB::CKinvarHUB(ISurfacePorts& ports) : fPorts(ports) {}
 
@@ -27,7 +56,8 @@ u32 CKinvarHUB::CreateActiveControlSurface(const TCodecPtr& codec, const TContro
 {
     // Counted before anything else: a construction that fails uses up its id.
     const u32 id = ++fNextSurfaceId;
-    auto surface = std::make_shared<CActiveControlSurface>(codec, inPorts, outPorts, this, info, fPorts);
+    auto surface = std::make_shared<CActiveControlSurface>(
+        codec, inPorts, outPorts, std::make_shared<CSurfaceInputHandler>(*this, id), info, fPorts);
     surface->SetName(name);
     BF_ASSERT(id != 0);
     fSurfaces[id] = std::move(surface);
@@ -117,18 +147,44 @@ u32 CKinvarHUB::FindSurfaceId(const IControlSurface* surface) const
 
 void CKinvarHUB::DriveInput()
 {
-    while (fInputQueue.GetSize() != 0)
+    const i64 deadline = NowMs() + kInputDriveBudgetMs;
+    for (u32 count = 1; fInputQueue.GetSize() != 0; ++count)
     {
-        const TQueuedInput element = fInputQueue.Pop();
-        const u32 id = FindSurfaceId(element.fSurface);
-        if (id == 0)
-            continue;
-        for (const auto& [listener, listenerId] : fInputListeners)
+        // Under a flood the queue never runs empty: the rest waits for the
+        // event posted here, and the loop gets to frames and the user first.
+        if (count % 64 == 0 && NowMs() > deadline)
         {
-            BF_ASSERT(listener != nullptr);
-            if (listenerId == id)
-                listener->IInputListener_OnInput(&element.fInput);
+            ThrowVistalResult(GetVistal().IVistal_PostCustomEvent(kInputEvent, 0));
+            return;
         }
+        DeliverInput(fInputQueue.Pop());
+    }
+}
+
+void CKinvarHUB::DeliverInput(const TQueuedInput& element)
+{
+    const u32 id = element.fSurfaceId != 0 ? element.fSurfaceId : FindSurfaceId(element.fSurface);
+    const auto surface = fSurfaces.find(id);
+    if (surface == fSurfaces.end())
+        return;
+    const bool fits = surface->second->CheckInput(element.fInput);
+    std::vector<IInputListener*> listeners;
+    for (const auto& [listener, listenerId] : fInputListeners)
+    {
+        BF_ASSERT(listener != nullptr);
+        if (listenerId == id)
+            listeners.push_back(listener);
+    }
+    for (IInputListener* listener : listeners)
+    {
+        // An earlier listener may have removed this one.
+        const auto found = fInputListeners.find(listener);
+        if (found == fInputListeners.end() || found->second != id)
+            continue;
+        if (fits)
+            listener->IInputListener_OnInput(&element.fInput);
+        else
+            listener->IInputListener_OnDroppedInput(&element.fInput);
     }
 }
 
@@ -137,22 +193,74 @@ void CKinvarHUB::DriveOutput(u32 framesPerSecond)
     BF_ASSERT(framesPerSecond != 0);
     if (framesPerSecond == 0)
         throw std::invalid_argument("");
+    WatchPortsWhenDue();
+    ReportLostInput();
     const u32 maxBytes = kWireBytesPerSecond / framesPerSecond;
-    for (const auto& entry : fSurfaces)
+    // A copy: a surface may end during another's frame (an alert inside a
+    // codec call runs a nested event loop).
+    const std::vector<std::pair<u32, std::shared_ptr<CActiveControlSurface>>> surfaces(fSurfaces.begin(),
+                                                                                        fSurfaces.end());
+    std::exception_ptr failure;
+    for (const auto& [id, surface] : surfaces)
     {
-        const std::shared_ptr<CActiveControlSurface> surface = entry.second;
-        surface->DriveOutput(maxBytes);
+        if (!fSurfaces.contains(id))
+            continue;
+        try
+        {
+            surface->DriveOutput(maxBytes);
+        }
+        catch (...)
+        {
+            // The surface has said so in the log; its frame alone is lost.
+            if (!failure)
+                failure = std::current_exception();
+        }
     }
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void CKinvarHUB::WatchPortsWhenDue()
+{
+    const i64 now = NowMs();
+    if (fSurfaces.empty() || now < fNextPortWatchMs)
+        return;
+    fNextPortWatchMs = now + kPortWatchIntervalMs;
+    fPorts.WatchPorts();
+}
+
+void CKinvarHUB::ReportLostInput()
+{
+    const u64 lost = fLostInputs.load();
+    if (lost == fReportedLostInputs || NowMs() - static_cast<i64>(fLastLossMs.load()) < kLostInputQuietMs)
+        return;
+    AddLineToLog(kInputLostText, {Number(lost - fReportedLostInputs), Number(kInputQueueCapacity)});
+    fReportedLostInputs = lost;
 }
 
 u32 CKinvarHUB::IControlSurfaceInputHandler_HandleInput(IControlSurface* surface,
                                                         const TItemInput* input)
 {
+    return QueueInput(0, surface, input);
+}
+
+u32 CKinvarHUB::QueueInput(u32 id, IControlSurface* surface, const TItemInput* input)
+{
     return GuardEdge(kCodecEdge, [&] {
         std::lock_guard locker(fInputLock);
         if (input == nullptr)
             throw std::invalid_argument("");
-        fInputQueue.Push({surface, *input});
+        try
+        {
+            fInputQueue.Push({surface, *input, id});
+        }
+        catch (const std::overflow_error&)
+        {
+            fLostInputs.fetch_add(1);
+            fLastLossMs.store(static_cast<u64>(NowMs()));
+            NoteInputLostByHost();
+            throw;
+        }
         if (fInputQueue.GetSize() == 1)
             ThrowVistalResult(GetVistal().IVistal_PostCustomEvent(kInputEvent, 0));
     });

@@ -3,6 +3,8 @@
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
 #include "foundation/Failures.h"
+#include "foundation/TextPackage.h"
+#include "foundation/TextResource.h"
 
 #include <chrono>
 #include <thread>
@@ -18,6 +20,14 @@ void SleepMilliseconds(u32 milliseconds)
 
 constexpr u8 kSysexStart = 0xF0;
 constexpr u8 kSysexEnd = 0xF7;
+
+// The program's texts of what went wrong.
+constexpr u32 kEmptyMessageText = 59;
+constexpr u32 kLongMessageText = 60;
+constexpr u32 kNestedSysexText = 61;
+constexpr u32 kRefusedText = 62;
+
+using NSTextPackage::SubstituteParameters;
 } // namespace
 
 CMIDIEventGetter::CMIDIEventGetter(std::shared_ptr<NSMIDIHub::IMIDISender> sender,
@@ -39,42 +49,63 @@ u32 CMIDIEventGetter::IMIDIEventGetter_Take(const TMIDIEvent* events, u32 count)
     return GuardEdge(kCodecEdge, [&] {
         if (count != 0 && events == nullptr)
             throw std::invalid_argument("");
-        NSMIDIHub::TBinary currentSysex;
-        for (u32 i = 0; i < count; ++i)
+        TakeEvents(events, count);
+    });
+}
+
+void CMIDIEventGetter::TakeEvents(const TMIDIEvent* events, u32 count)
+{
+    NSMIDIHub::TBinary currentSysex;
+    for (u32 i = 0; i < count; ++i)
+    {
+        const TMIDIEvent& event = events[i];
+        if (event.fSize == 0 || event.fSize > kMaxMIDIEventSize)
         {
-            const TMIDIEvent& event = events[i];
-            if (event.fSize == 0 || event.fSize > kMaxMIDIEventSize)
+            Fail(event.fSize == 0 ? GetProgramText(kEmptyMessageText)
+                                  : SubstituteParameters(GetProgramText(kLongMessageText), 0,
+                                                         {NSTextPackage::Text16FromUTF8(std::to_string(event.fSize))}));
+            throw std::invalid_argument("");
+        }
+        const u8* data = event.fData;
+        if (data[0] == kSysexStart)
+        {
+            if (!currentSysex.empty())
             {
-                BF_ASSERT(event.fSize != 0);
-                throw std::invalid_argument("");
-            }
-            const u8* data = event.fData;
-            if (data[0] == kSysexStart)
-            {
-                if (!currentSysex.empty())
-                {
-                    BF_ASSERT(currentSysex.empty());
-                    throw XProgrammingError();
-                }
-            }
-            else if (currentSysex.empty())
-            {
-                Send(NSMIDIHub::TBinary(data, data + event.fSize), event.fTime);
-                continue;
-            }
-            currentSysex.insert(currentSysex.end(), data, data + event.fSize);
-            if (currentSysex.back() == kSysexEnd)
-            {
-                Send(currentSysex, event.fTime);
-                currentSysex.clear();
+                Fail(GetProgramText(kNestedSysexText));
+                throw XProgrammingError();
             }
         }
-    });
+        else if (currentSysex.empty())
+        {
+            Send(NSMIDIHub::TBinary(data, data + event.fSize), event.fTime);
+            continue;
+        }
+        currentSysex.insert(currentSysex.end(), data, data + event.fSize);
+        if (currentSysex.back() == kSysexEnd)
+        {
+            Send(currentSysex, event.fTime);
+            currentSysex.clear();
+        }
+    }
+}
+
+void CMIDIEventGetter::Fail(const TText16& failure)
+{
+    if (fFailure.empty())
+        fFailure = failure;
 }
 
 void CMIDIEventGetter::Send(const NSMIDIHub::TBinary& data, u64 time)
 {
-    fSender->Send(&time, data);
+    try
+    {
+        fSender->Send(&time, data);
+    }
+    catch (const std::exception& e)
+    {
+        Fail(SubstituteParameters(GetProgramText(kRefusedText), 0, {NSTextPackage::Text16FromUTF8(e.what())}));
+        throw;
+    }
     Throttle(data.size());
     fByteCount += static_cast<u32>(data.size());
 }

@@ -34,19 +34,26 @@ public:
     CMIDIEventGetter(std::shared_ptr<NSMIDIHub::IMIDISender> sender, u32 throttleMode,
                      TSleeper sleeper);
 
-    // On the thread of the codec's call. An empty record, or a sysex start
-    // while another is being put together, is a failed assertion. No
-    // exception leaves: a failure, the sender's too, becomes the codec
-    // edge's status word, and the records after it are not sent.
+    // On the thread of the codec's call. No exception leaves: a failure
+    // becomes the codec edge's status word, and the records after it are not
+    // sent. A record that is empty or longer than the contract allows, or a
+    // sysex start while another is being put together, is the codec's fault;
+    // a sender that fails, the port's.
     NSKinvarCodec::u32 IMIDIEventGetter_Take(const NSKinvarCodec::TMIDIEvent* events,
                                              NSKinvarCodec::u32 count) override;
 
     // Bytes handed to the sender so far.
     u32 GetByteCount() const { return fByteCount; }
+    // What went wrong first, for the log, whatever the codec made of the
+    // status it got; empty while nothing did.
+    const TText16& GetFailure() const { return fFailure; }
     // Milliseconds of wire time not slept yet (may be negative).
     float GetThrottleDebtMs() const { return fThrottleDebtMs; }
 
 private:
+    void TakeEvents(const NSKinvarCodec::TMIDIEvent* events, NSKinvarCodec::u32 count);
+    // Keeps the first failure.
+    void Fail(const TText16& failure);
     void Send(const NSMIDIHub::TBinary& data, u64 time);
     void Throttle(std::size_t size);
 
@@ -55,4 +62,5 @@ private:
     float fThrottleDebtMs = 0;
     u32 fByteCount = 0;
     TSleeper fSleeper;
+    TText16 fFailure;
 };

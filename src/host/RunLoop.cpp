@@ -59,18 +59,17 @@ bool CRunLoop::WaitForWork(std::chrono::steady_clock::time_point idleTime)
 
 void CRunLoop::DeliverPendingEvents(IVistalRunBehavior& behaviour)
 {
-    for (;;)
+    // Those that wait now: an event that its handling posts again waits for
+    // the next round, after the idle call that may be due.
+    std::deque<std::pair<u32, u32>> events;
     {
-        std::pair<u32, u32> event;
-        {
-            std::lock_guard lock(fLock);
-            if (fEvents.empty())
-                return;
-            event = fEvents.front();
-            fEvents.pop_front();
-        }
+        std::lock_guard lock(fLock);
+        events.swap(fEvents);
+    }
+    for (const auto& [event, data] : events)
+    {
         ++fEventCount;
-        Report(behaviour, behaviour.OnCustomEvent(event.first, event.second));
+        Report(behaviour, behaviour.OnCustomEvent(event, data));
     }
 }
 

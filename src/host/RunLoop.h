@@ -36,8 +36,9 @@ public:
     // 12000. A quit requested before Run ends it after OnStart.
     u32 Run(IVistalRunBehavior& behaviour);
 
-    // Delivers the custom events that wait, on the loop's thread (the
-    // toolkit's Yield inside a long operation).
+    // Delivers the custom events that wait now, on the loop's thread (the
+    // toolkit's Yield inside a long operation); those posted meanwhile wait
+    // for the next call.
     void DeliverPendingEvents(IVistalRunBehavior& behaviour);
 
     // How many idle calls and custom events the loop has made.

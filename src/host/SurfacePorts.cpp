@@ -22,6 +22,8 @@ public:
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     }
+
+    void WatchPorts() override { NSMIDIHub::GetMIDIHub().WatchPorts(); }
 };
 } // namespace
 

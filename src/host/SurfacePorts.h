@@ -24,6 +24,9 @@ public:
     // Holds the calling thread that long: start and end messages are metered
     // at the speed of a MIDI wire.
     virtual void WaitForWire(u32 milliseconds) = 0;
+    // Looks after ports that vanished or came back; called now and then
+    // between frames while surfaces run.
+    virtual void WatchPorts() = 0;
 
 protected:
     ~ISurfacePorts() = default;

@@ -11,11 +11,11 @@ namespace NSTonewell
 {
 namespace
 {
-// The most messages of one channel in one pass, so that a flood on one port
-// doesn't starve the others and Close never waits long.
-constexpr int kMessagesPerPass = 256;
 // Room for the longest message without growing on the delivery thread.
 constexpr std::size_t kInitialMessageRoom = 64 * 1024;
+
+// The delivery that the calling thread belongs to, if any.
+thread_local const CDeliveryThread* tDelivery = nullptr;
 } // namespace
 
 void DeliverMessage(IMIDIInHandler& handler, IMIDIInPort& port, u64 time, const u8* data,
@@ -51,17 +51,17 @@ void NoteLost(const CLibraryDebug& debug, const CInputChannel& channel, const st
                    " messages were lost, since they came faster than they were taken");
 }
 
-CInputChannel::CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler, IMIDIInPort& port,
-                             std::size_t capacity)
-    : fDelivery(delivery), fHandler(handler), fPort(port), fRing(capacity), fClosed(false), fLost(0)
+CInputChannel::CInputChannel(IMIDIInHandler& handler, IMIDIInPort& port, std::size_t capacity)
+    : fHandler(handler), fPort(port), fRing(capacity), fClosed(false), fLost(0), fSignal(0)
 {
+    fMessage.reserve(kInitialMessageRoom);
 }
 
 bool CInputChannel::Post(u64 time, const u8* data, std::size_t size) noexcept
 {
     if (!fRing.TryPush(time, data, size))
         return false;
-    fDelivery.Wake();
+    Wake();
     return true;
 }
 
@@ -80,111 +80,85 @@ std::size_t CInputChannel::GetMaxMessageSize() const noexcept
     return fRing.GetMaxMessageSize();
 }
 
-CDeliveryThread::CDeliveryThread(const std::string& name) : fSignal(0), fStop(false)
-{
-    fMessage.reserve(kInitialMessageRoom);
-    fThread = std::thread([this] { Run(); });
-    pthread_setname_np(fThread.native_handle(), name.substr(0, 15).c_str());
-}
-
-CDeliveryThread::~CDeliveryThread()
-{
-    fStop.store(true, std::memory_order_release);
-    Wake();
-    fThread.join();
-    BF_ASSERT(std::none_of(fChannels.begin(), fChannels.end(),
-                           [](const auto& channel) { return !channel->fClosed.load(); }));
-}
-
-std::shared_ptr<CInputChannel> CDeliveryThread::Open(IMIDIInHandler& handler, IMIDIInPort& port,
-                                                     std::size_t capacity)
-{
-    auto channel = std::make_shared<CInputChannel>(*this, handler, port, capacity);
-    {
-        std::lock_guard lock(fOpenedLock);
-        fOpened.push_back(channel);
-    }
-    Wake();
-    return channel;
-}
-
-void CDeliveryThread::Close(const std::shared_ptr<CInputChannel>& channel) noexcept
-{
-    channel->fClosed.store(true, std::memory_order_release);
-    // On the delivery thread the flag is enough: it is read before each
-    // message. Elsewhere a pass may be inside the handler right now.
-    if (!IsCurrentThread())
-        std::lock_guard lock(fPassLock);
-}
-
-void CDeliveryThread::Wake() noexcept
+void CInputChannel::Wake() noexcept
 {
     fSignal.fetch_add(1, std::memory_order_release);
     fSignal.notify_one();
 }
 
-bool CDeliveryThread::IsCurrentThread() const noexcept
+void CInputChannel::Run(const CDeliveryThread& delivery)
 {
-    return std::this_thread::get_id() == fThread.get_id();
-}
-
-void CDeliveryThread::Run()
-{
+    tDelivery = &delivery;
     for (;;)
     {
-        // The signal is read before the stop flag and before the pass, so
+        // The signal is read before the closed flag and before the ring, so
         // that a wake-up between them makes the wait below return at once.
         const u32 seen = fSignal.load(std::memory_order_acquire);
-        if (fStop.load(std::memory_order_acquire))
-            break;
-        if (DeliverPass())
-            continue;
-        fSignal.wait(seen, std::memory_order_acquire);
-    }
-    std::lock_guard lock(fPassLock);
-    AdoptOpened();
-}
-
-void CDeliveryThread::AdoptOpened()
-{
-    std::lock_guard lock(fOpenedLock);
-    fChannels.insert(fChannels.end(), fOpened.begin(), fOpened.end());
-    fOpened.clear();
-}
-
-bool CDeliveryThread::DeliverPass()
-{
-    std::lock_guard lock(fPassLock);
-    AdoptOpened();
-    bool delivered = false;
-    for (const auto& channel : fChannels)
-    {
-        for (int i = 0; i < kMessagesPerPass; ++i)
-        {
-            if (channel->fClosed.load(std::memory_order_acquire) || channel->fRing.IsEmpty())
-                break;
-            DeliverOne(*channel);
+        bool delivered = false;
+        while (!fClosed.load(std::memory_order_acquire) && DeliverOne())
             delivered = true;
-        }
+        if (fClosed.load(std::memory_order_acquire))
+            return;
+        if (!delivered)
+            fSignal.wait(seen, std::memory_order_acquire);
     }
-    std::erase_if(fChannels, [](const auto& channel)
-                  { return channel->fClosed.load(std::memory_order_acquire); });
-    return delivered;
 }
 
-void CDeliveryThread::DeliverOne(CInputChannel& channel)
+bool CInputChannel::DeliverOne()
 {
     u64 time = 0;
-    if (!channel.fRing.TryPop(time, fMessage))
-        return;
+    if (!fRing.TryPop(time, fMessage))
+        return false;
     try
     {
-        DeliverMessage(channel.fHandler, channel.fPort, time, fMessage.data(), fMessage.size());
+        DeliverMessage(fHandler, fPort, time, fMessage.data(), fMessage.size());
     }
     catch (...)
     {
         // The handlers guard their edge and never throw; should one do so
         // anyway, the message is lost and delivery goes on.
     }
+    return true;
+}
+
+CDeliveryThread::CDeliveryThread(const std::string& name) : fName(name.substr(0, 15)), fOpenCount(0)
+{
+}
+
+CDeliveryThread::~CDeliveryThread()
+{
+    BF_ASSERT(fOpenCount.load() == 0);
+}
+
+std::shared_ptr<CInputChannel> CDeliveryThread::Open(IMIDIInHandler& handler, IMIDIInPort& port,
+                                                     std::size_t capacity)
+{
+    auto channel = std::make_shared<CInputChannel>(handler, port, capacity);
+    // The thread keeps the channel while it runs: a handler that closes its
+    // own port may free the port's hold on it before the callback returns.
+    channel->fThread = std::thread([channel, this] { channel->Run(*this); });
+    pthread_setname_np(channel->fThread.native_handle(), fName.c_str());
+    fOpenCount.fetch_add(1);
+    return channel;
+}
+
+void CDeliveryThread::Close(const std::shared_ptr<CInputChannel>& channel) noexcept
+{
+    if (channel->fClosed.exchange(true, std::memory_order_acq_rel))
+        return;
+    fOpenCount.fetch_sub(1);
+    channel->Wake();
+    // On its own thread the flag is enough: it is read before each message,
+    // and the thread ends once the callback in hand returns. Elsewhere the
+    // thread may be inside the handler right now.
+    if (channel->fThread.get_id() == std::this_thread::get_id())
+        channel->fThread.detach();
+    else
+        channel->fThread.join();
+}
+
+bool CDeliveryThread::IsCurrentThread() const noexcept
+{
+    return tDelivery == this;
 }
 } // namespace NSTonewell

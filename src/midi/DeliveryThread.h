@@ -1,13 +1,19 @@
 #pragma once
-// The delivery thread of a backend and the input channels that feed it.
+// The delivery of a backend's input: the threads that hand messages to the
+// program's handlers, and the input channels that feed them.
 //
 // A backend receives input on threads it doesn't own (RtMidi's, JACK's
 // realtime thread) or on the sender's thread (the loopback cables). None of
 // them may run the program's handlers: a realtime thread must not wait for a
 // lock or run a codec, and a sender must not run the receiver's code. So the
 // producer copies each whole message into its port's channel, and the
-// backend's one delivery thread hands the messages to the port's handler, in
+// channel's delivery thread hands the messages to the port's handler, in
 // order, as the IMIDIInHandler callbacks.
+//
+// Each channel, that is each open input port, has a delivery thread of its
+// own: a handler that takes long (a slow codec, a surface that is ending)
+// holds up its own port and no other, and closing a port waits for the
+// message in hand on that port alone.
 //
 // Closing a channel ends its deliveries: after Close has returned, the
 // handler is not called again, whichever thread Close runs on (a handler may
@@ -18,7 +24,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,8 +35,7 @@ class CDeliveryThread;
 class CInputChannel
 {
 public:
-    CInputChannel(CDeliveryThread& delivery, IMIDIInHandler& handler, IMIDIInPort& port,
-                  std::size_t capacity);
+    CInputChannel(IMIDIInHandler& handler, IMIDIInPort& port, std::size_t capacity);
     CInputChannel(const CInputChannel&) = delete;
     CInputChannel& operator=(const CInputChannel&) = delete;
 
@@ -47,51 +51,44 @@ public:
 private:
     friend class CDeliveryThread;
 
-    CDeliveryThread& fDelivery;
+    void Wake() noexcept;
+    // The channel's thread, until the channel is closed.
+    void Run(const CDeliveryThread& delivery);
+    bool DeliverOne();
+
     IMIDIInHandler& fHandler;
     IMIDIInPort& fPort;
     CMessageRing fRing;
     std::atomic<bool> fClosed;
     std::atomic<u64> fLost;
+    std::atomic<u32> fSignal;
+    // The delivery thread's own.
+    std::vector<u8> fMessage;
+    std::thread fThread;
 };
 
+// The delivery threads of one backend.
 class CDeliveryThread
 {
 public:
-    // Starts the thread, named name in the operating system (15 characters).
+    // The threads are named name in the operating system (15 characters).
     explicit CDeliveryThread(const std::string& name);
     // Every channel must have been closed.
     ~CDeliveryThread();
     CDeliveryThread(const CDeliveryThread&) = delete;
     CDeliveryThread& operator=(const CDeliveryThread&) = delete;
 
-    // Any thread. capacity is the channel's room in bytes.
+    // Any thread. Starts the channel's thread; capacity is its room in bytes.
     std::shared_ptr<CInputChannel> Open(IMIDIInHandler& handler, IMIDIInPort& port,
                                         std::size_t capacity);
     // Any thread; see above.
     void Close(const std::shared_ptr<CInputChannel>& channel) noexcept;
-    // Any thread, realtime-safe.
-    void Wake() noexcept;
+    // Whether the calling thread is one of this backend's delivery threads.
     bool IsCurrentThread() const noexcept;
 
 private:
-    void Run();
-    void AdoptOpened();
-    bool DeliverPass();
-    void DeliverOne(CInputChannel& channel);
-
-    // Channels opened since the last pass.
-    std::mutex fOpenedLock;
-    std::vector<std::shared_ptr<CInputChannel>> fOpened;
-    // Held by the delivery thread for a whole pass; Close takes it to wait
-    // for a pass that may be calling the closing channel's handler.
-    std::mutex fPassLock;
-    // The delivery thread's own.
-    std::vector<std::shared_ptr<CInputChannel>> fChannels;
-    std::vector<u8> fMessage;
-    std::atomic<u32> fSignal;
-    std::atomic<bool> fStop;
-    std::thread fThread;
+    const std::string fName;
+    std::atomic<u32> fOpenCount;
 };
 
 class CLibraryDebug;

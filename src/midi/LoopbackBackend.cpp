@@ -16,12 +16,12 @@ constexpr auto kPatience = std::chrono::milliseconds(250);
 class CLoopbackInPort final : public IMIDIInPort
 {
 public:
-    CLoopbackInPort(CLoopbackBackend::CCable& cable, CDeliveryThread& delivery,
+    CLoopbackInPort(CLoopbackBackend::CCable& cable, u64 plugging, CDeliveryThread& delivery,
                     IMIDIInHandler& handler, const CLibraryDebug& debug)
-        : fDebug(debug), fCable(cable), fDelivery(delivery),
+        : fDebug(debug), fCable(cable), fPlugging(plugging), fDelivery(delivery),
           fChannel(delivery.Open(handler, *this, kChannelCapacity))
     {
-        fCable.Attach(fChannel);
+        fCable.Attach(fChannel, fPlugging);
     }
 
     ~CLoopbackInPort() override
@@ -31,9 +31,15 @@ public:
         NoteLost(fDebug, *fChannel, fCable.GetName());
     }
 
+    u32 IMIDIInPort_IsAlive(u32* alive) override
+    {
+        return GuardEdge(kTonewellEdge, [&] { *alive = fCable.IsPluggedAs(fPlugging) ? 1 : 0; });
+    }
+
 private:
     const CLibraryDebug& fDebug;
     CLoopbackBackend::CCable& fCable;
+    const u64 fPlugging;
     CDeliveryThread& fDelivery;
     std::shared_ptr<CInputChannel> fChannel;
 };
@@ -41,34 +47,39 @@ private:
 class CLoopbackOutPort final : public IMIDISender
 {
 public:
-    explicit CLoopbackOutPort(CLoopbackBackend::CCable& cable) : fCable(cable) {}
+    CLoopbackOutPort(CLoopbackBackend::CCable& cable, u64 plugging) : fCable(cable), fPlugging(plugging)
+    {
+    }
+
+    u32 IMIDISender_IsAlive(u32* alive) override
+    {
+        return GuardEdge(kTonewellEdge, [&] { *alive = fCable.IsPluggedAs(fPlugging) ? 1 : 0; });
+    }
 
     u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
     {
-        return GuardEdge(kTonewellEdge,
-                         [&]
-                         {
-                             const std::size_t size = ShortMessageLength(message->fBytes[0]);
-                             if (size == 0)
-                                 throw std::invalid_argument("");
-                             fCable.Transmit(message->fBytes, size);
-                         });
+        const std::size_t size = ShortMessageLength(message->fBytes[0]);
+        return size == 0 ? kTonewellInvalidArgument : Transmit(message->fBytes, size);
     }
 
     u32 IMIDISender_SendSysex(const u8* bytes, u32 size) override
     {
-        return GuardEdge(kTonewellEdge,
-                         [&]
-                         {
-                             if (size < 2 || bytes[0] != kSysexBegin ||
-                                 bytes[size - 1] != kSysexEnd)
-                                 throw std::invalid_argument("");
-                             fCable.Transmit(bytes, size);
-                         });
+        if (size < 2 || bytes[0] != kSysexBegin || bytes[size - 1] != kSysexEnd)
+            return kTonewellInvalidArgument;
+        return Transmit(bytes, size);
     }
 
 private:
+    u32 Transmit(const u8* bytes, std::size_t size)
+    {
+        bool plugged = true;
+        const u32 status =
+            GuardEdge(kTonewellEdge, [&] { plugged = fCable.Transmit(bytes, size, fPlugging); });
+        return status == kTonewellOK && !plugged ? kTonewellPortGone : status;
+    }
+
     CLoopbackBackend::CCable& fCable;
+    const u64 fPlugging;
 };
 } // namespace
 
@@ -77,10 +88,34 @@ CLoopbackBackend::CCable::CCable(std::string name, CDeliveryThread& delivery)
 {
 }
 
-void CLoopbackBackend::CCable::Attach(const std::shared_ptr<CInputChannel>& channel)
+std::optional<u64> CLoopbackBackend::CCable::GetPlugging()
 {
     std::lock_guard lock(fLock);
-    fChannels.push_back(channel);
+    return fPlugged ? std::optional<u64>(fPlugging) : std::nullopt;
+}
+
+void CLoopbackBackend::CCable::SetPlugged(bool plugged)
+{
+    std::lock_guard lock(fLock);
+    if (plugged == fPlugged)
+        return;
+    fPlugged = plugged;
+    ++fPlugging;
+    // The ports of the plugging that ended hear nothing more.
+    fChannels.clear();
+}
+
+bool CLoopbackBackend::CCable::IsPluggedAs(u64 plugging)
+{
+    std::lock_guard lock(fLock);
+    return fPlugged && fPlugging == plugging;
+}
+
+void CLoopbackBackend::CCable::Attach(const std::shared_ptr<CInputChannel>& channel, u64 plugging)
+{
+    std::lock_guard lock(fLock);
+    if (fPlugged && fPlugging == plugging)
+        fChannels.push_back(channel);
 }
 
 void CLoopbackBackend::CCable::Detach(const std::shared_ptr<CInputChannel>& channel)
@@ -89,14 +124,17 @@ void CLoopbackBackend::CCable::Detach(const std::shared_ptr<CInputChannel>& chan
     std::erase(fChannels, channel);
 }
 
-void CLoopbackBackend::CCable::Transmit(const u8* data, std::size_t size)
+bool CLoopbackBackend::CCable::Transmit(const u8* data, std::size_t size, u64 plugging)
 {
     // The message arrives at the far end of the cable at once.
     const u64 time = MonotonicMicroseconds();
     std::unique_lock lock(fLock);
+    if (!fPlugged || fPlugging != plugging)
+        return false;
     for (std::size_t i = 0; i < fChannels.size(); ++i)
         if (!fChannels[i]->Post(time, data, size))
             PostPatiently(lock, i, time, data, size);
+    return true;
 }
 
 // Waits for room with the cable unlocked, so that a handler answering on
@@ -138,7 +176,19 @@ CLoopbackBackend::~CLoopbackBackend() = default;
 
 std::vector<std::string> CLoopbackBackend::ListPorts(EDirection)
 {
-    return {kLoopbackCableNames[0], kLoopbackCableNames[1]};
+    std::vector<std::string> names;
+    for (CCable& cable : fCables)
+        if (cable.GetPlugging())
+            names.push_back(cable.GetName());
+    return names;
+}
+
+bool CLoopbackBackend::SetCablePlugged(const std::string& name, bool plugged)
+{
+    CCable* cable = FindCable(name);
+    if (cable != nullptr)
+        cable->SetPlugged(plugged);
+    return cable != nullptr;
 }
 
 CLoopbackBackend::CCable* CLoopbackBackend::FindCable(const std::string& name)
@@ -149,28 +199,28 @@ CLoopbackBackend::CCable* CLoopbackBackend::FindCable(const std::string& name)
     return nullptr;
 }
 
+std::optional<u64> CLoopbackBackend::FindPlugging(const CPortAddress& address, CCable*& cable)
+{
+    cable = FindCable(address.GetIdentityName());
+    if (cable == nullptr || address.GetOccurrence() != 0)
+        return std::nullopt;
+    return cable->GetPlugging();
+}
+
 std::unique_ptr<IMIDIInPort> CLoopbackBackend::OpenIn(IMIDIInHandler& handler,
                                                       const CPortAddress& address, u32& status)
 {
-    CCable* cable = FindCable(address.GetIdentityName());
-    if (cable == nullptr || address.GetOccurrence() != 0)
-    {
-        status = kTonewellPortGone;
-        return nullptr;
-    }
-    status = kTonewellOK;
-    return std::make_unique<CLoopbackInPort>(*cable, fDelivery, handler, fDebug);
+    CCable* cable = nullptr;
+    const std::optional<u64> plugging = FindPlugging(address, cable);
+    status = plugging ? kTonewellOK : kTonewellPortGone;
+    return plugging ? std::make_unique<CLoopbackInPort>(*cable, *plugging, fDelivery, handler, fDebug) : nullptr;
 }
 
 std::unique_ptr<IMIDISender> CLoopbackBackend::OpenOut(const CPortAddress& address, u32& status)
 {
-    CCable* cable = FindCable(address.GetIdentityName());
-    if (cable == nullptr || address.GetOccurrence() != 0)
-    {
-        status = kTonewellPortGone;
-        return nullptr;
-    }
-    status = kTonewellOK;
-    return std::make_unique<CLoopbackOutPort>(*cable);
+    CCable* cable = nullptr;
+    const std::optional<u64> plugging = FindPlugging(address, cable);
+    status = plugging ? kTonewellOK : kTonewellPortGone;
+    return plugging ? std::make_unique<CLoopbackOutPort>(*cable, *plugging) : nullptr;
 }
 } // namespace NSTonewell

@@ -3,15 +3,68 @@
 #include "foundation/Assert.h"
 #include "foundation/Exceptions.h"
 #include "foundation/Failures.h"
+#include "foundation/LogText.h"
+#include "foundation/TextPackage.h"
 #include "midi/MIDIBytes.h"
 #include "midi/TonewellSupport.h"
 
 #include <algorithm>
+#include <exception>
+#include <optional>
 #include <utility>
 
 namespace NSMIDIHub
 {
 using namespace NSTonewell;
+
+namespace
+{
+// The program's texts of the log lines about ports that come and go.
+constexpr u32 kInPortVanishedText = 40;
+constexpr u32 kOutPortVanishedText = 41;
+constexpr u32 kInPortBackText = 42;
+constexpr u32 kOutPortBackText = 43;
+constexpr u32 kOutPortBackLostText = 44;
+
+// What the library's IsAlive of a port answers.
+template <class TPort, class TAsk> bool AskAlive(TPort& port, TAsk ask)
+{
+    u32 alive = 1;
+    ThrowTonewellResult((port.*ask)(&alive));
+    return alive != 0;
+}
+
+// Each open port of ports that no longer reaches its device vanishes; each
+// vanished one that listing holds opens anew. listing is read at most once.
+template <class TOpenPort, class TList>
+void WatchOpenPorts(const std::vector<std::shared_ptr<TOpenPort>>& ports, TList list)
+{
+    std::optional<std::vector<CMIDIPortSpec>> listing;
+    // A copy, so that the walk stays safe whatever a port's change sets off.
+    const std::vector<std::shared_ptr<TOpenPort>> open = ports;
+    for (const auto& port : open)
+    {
+        if (port->IsPresent())
+        {
+            if (port->IsAlive())
+                continue;
+            port->Vanish();
+        }
+        if (!listing)
+            listing = list();
+        if (std::find(listing->begin(), listing->end(), port->GetSpec()) != listing->end())
+            port->Reopen();
+    }
+}
+
+// A new user of a vanished port has it opened anew, or fails as a first
+// opening fails.
+template <class TOpenPort> void ReopenForNewUser(TOpenPort& open)
+{
+    if (!open.IsPresent() && !open.Reopen())
+        ThrowTonewellResult(kTonewellPortGone);
+}
+} // namespace
 
 // ---- CMIDIPortSpec
 
@@ -137,10 +190,55 @@ void COpenInPort::RemoveReceiver(IMIDIReceiver* receiver)
         fHub->RemoveOpenInPort(this);
 }
 
+bool COpenInPort::IsAlive() const
+{
+    return AskAlive(*fPort, &NSTonewell::IMIDIInPort::IMIDIInPort_IsAlive);
+}
+
+void COpenInPort::Vanish()
+{
+    {
+        // As in the destructor: a callback that comes meanwhile finds the
+        // lock busy.
+        std::lock_guard lock(fLock);
+        fPort.reset();
+    }
+    AddLineToLog(kInPortVanishedText, {fSpec.GetDisplayName()});
+}
+
+bool COpenInPort::Reopen()
+{
+    u32 status = kTonewellOK;
+    {
+        std::lock_guard lock(fLock);
+        fPort = fHub->GetLibrary().ITonewell_OpenInPort(this, fSpec.GetLibraryAddress(), &status);
+        if (status != kTonewellOK)
+            fPort.reset();
+    }
+    if (fPort)
+        AddLineToLog(kInPortBackText, {fSpec.GetDisplayName()});
+    return fPort != nullptr;
+}
+
 void COpenInPort::Deliver(const u64* time, const TBinary& data)
 {
+    // A receiver's failure is its own: the others get the message all the
+    // same, and the first failure goes to the edge afterwards.
+    std::exception_ptr failure;
     for (IMIDIReceiver* receiver : fReceivers)
-        receiver->Receive(fSpec, time, data);
+    {
+        try
+        {
+            receiver->Receive(fSpec, time, data);
+        }
+        catch (...)
+        {
+            if (!failure)
+                failure = std::current_exception();
+        }
+    }
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 u32 COpenInPort::IMIDIInHandler_OnShortMessage(IMIDIInPort* port,
@@ -267,6 +365,63 @@ void COpenOutPort::RemoveSender(IMIDISender* sender)
         fHub->RemoveOpenOutPort(this);
 }
 
+void COpenOutPort::Send(const u64* time, const TBinary& data)
+{
+    if (!fPort)
+    {
+        ++fLostSends;
+        ThrowTonewellResult(kTonewellPortGone);
+    }
+    u32 status = kTonewellOK;
+    if (data.front() == kSysexBegin)
+    {
+        BF_ASSERT(data.back() == kSysexEnd);
+        status = fPort->IMIDISender_SendSysex(data.data(), static_cast<u32>(data.size()));
+    }
+    else
+    {
+        TTonewellShortMessage message{};
+        message.fTime = time != nullptr ? *time : 0;
+        for (std::size_t i = 0; i < 3; ++i)
+            message.fBytes[i] = i < data.size() ? data[i] : 0;
+        status = fPort->IMIDISender_SendShort(&message);
+    }
+    if (status == kTonewellPortGone)
+    {
+        Vanish();
+        ++fLostSends;
+    }
+    ThrowTonewellResult(status);
+}
+
+bool COpenOutPort::IsAlive() const
+{
+    return AskAlive(*fPort, &NSTonewell::IMIDISender::IMIDISender_IsAlive);
+}
+
+void COpenOutPort::Vanish()
+{
+    fPort.reset();
+    AddLineToLog(kOutPortVanishedText, {fSpec.GetDisplayName()});
+}
+
+bool COpenOutPort::Reopen()
+{
+    u32 status = kTonewellOK;
+    fPort = fHub->GetLibrary().ITonewell_OpenOutPort(this, fSpec.GetLibraryAddress(), &status);
+    if (status != kTonewellOK)
+        fPort.reset();
+    if (!fPort)
+        return false;
+    if (fLostSends == 0)
+        AddLineToLog(kOutPortBackText, {fSpec.GetDisplayName()});
+    else
+        AddLineToLog(kOutPortBackLostText,
+                     {fSpec.GetDisplayName(), NSTextPackage::Text16FromUTF8(std::to_string(fLostSends))});
+    fLostSends = 0;
+    return true;
+}
+
 u32 COpenOutPort::IMIDIOutHandler_OnNotification(u32)
 {
     return kTonewellOK;
@@ -286,20 +441,8 @@ CSender::~CSender()
 
 void CSender::Send(const u64* time, const TBinary& data)
 {
-    if (data.empty())
-        return;
-    NSTonewell::IMIDISender& port = fOpenPort->GetLibraryPort();
-    if (data.front() == kSysexBegin)
-    {
-        BF_ASSERT(data.back() == kSysexEnd);
-        ThrowTonewellResult(port.IMIDISender_SendSysex(data.data(), static_cast<u32>(data.size())));
-        return;
-    }
-    TTonewellShortMessage message{};
-    message.fTime = time != nullptr ? *time : 0;
-    for (std::size_t i = 0; i < 3; ++i)
-        message.fBytes[i] = i < data.size() ? data[i] : 0;
-    ThrowTonewellResult(port.IMIDISender_SendShort(&message));
+    if (!data.empty())
+        fOpenPort->Send(time, data);
 }
 
 // ---- CMIDIHub
@@ -353,10 +496,30 @@ std::shared_ptr<IMIDISender> CMIDIHub::GetSender(const CMIDIPortSpec& port)
 {
     for (const auto& open : fOpenOutPorts)
         if (open->GetSpec() == port)
+        {
+            ReopenForNewUser(*open);
             return open->NewSender();
+        }
     auto open = std::make_shared<COpenOutPort>(*this, port);
     fOpenOutPorts.push_back(open);
     return open->NewSender();
+}
+
+void CMIDIHub::WatchPorts() noexcept
+{
+    try
+    {
+        WatchOpenPorts(fOpenInPorts, [this] { return GetInPorts(); });
+        WatchOpenPorts(fOpenOutPorts, [this] { return GetOutPorts(); });
+    }
+    catch (const std::exception& e)
+    {
+        BF_TRACE("CMIDIHub::WatchPorts: %s", e.what());
+    }
+    catch (...)
+    {
+        BF_TRACE("CMIDIHub::WatchPorts: unknown exception");
+    }
 }
 
 void CMIDIHub::Listen(IMIDIReceiver* receiver, const CMIDIInPort& port)
@@ -366,6 +529,7 @@ void CMIDIHub::Listen(IMIDIReceiver* receiver, const CMIDIInPort& port)
         const std::shared_ptr<COpenInPort> open = fOpenInPorts[i];
         if (open->GetSpec() == port.GetSpec())
         {
+            ReopenForNewUser(*open);
             open->AddReceiver(receiver);
             return;
         }

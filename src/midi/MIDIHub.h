@@ -6,6 +6,13 @@
 // first use, shares it, fans incoming messages out to every receiver, and
 // closes the port when its last user has gone.
 //
+// A device that goes away takes its ports with it. WatchPorts, which the
+// program calls now and then, notices an open port that no longer reaches
+// its device, closes it in the library and keeps it as vanished, with all its
+// users; when the port is listed again (same backend and name) it is opened
+// anew for all of them. Both are said in the log. Sends on a vanished port
+// fail at once and are counted.
+//
 // A user holds a CMIDIInPort for input (its constructor subscribes an
 // IMIDIReceiver, its destructor ends that) and a shared pointer to
 // IMIDISender for output (GetSender), and never sees the library.
@@ -15,7 +22,8 @@
 // delivery thread of the library (a MIDI thread). Delivery only tries the
 // port's lock: while the user interface thread adds or removes a receiver of
 // that port, a message that arrives is lost, and neither side ever waits for
-// the other. Receivers take their own locks inside it. A receiver must not
+// the other. A receiver that fails doesn't keep the message from the others.
+// Receivers take their own locks inside it. A receiver must not
 // open or close ports from inside Receive, and a CMIDIInPort must not be
 // destroyed while its owner holds a lock that its Receive takes.
 
@@ -76,6 +84,8 @@ class IMIDISender
 public:
     virtual ~IMIDISender() = default;
     virtual void Send(const u64* time, const TBinary& data) = 0;
+    // False while the port has vanished: a send fails at once then.
+    virtual bool IsPresent() const { return true; }
 };
 
 // Told when the system's ports may have changed.
@@ -131,6 +141,15 @@ public:
     // The last receiver's going closes the port.
     void RemoveReceiver(IMIDIReceiver* receiver);
 
+    // Whether the library's port is open; false while the port has vanished.
+    bool IsPresent() const { return fPort != nullptr; }
+    // Whether the open library port still reaches its device.
+    bool IsAlive() const;
+    // Closes the library's port and keeps the receivers; says so in the log.
+    void Vanish();
+    // Opens the library's port anew; false when it can't be had yet.
+    bool Reopen();
+
     // The library's callbacks, on its delivery thread.
     u32 IMIDIInHandler_OnShortMessage(NSTonewell::IMIDIInPort* port,
                                       const NSTonewell::TTonewellShortMessage* message) override;
@@ -165,10 +184,17 @@ public:
     COpenOutPort& operator=(const COpenOutPort&) = delete;
 
     const CMIDIPortSpec& GetSpec() const { return fSpec; }
-    NSTonewell::IMIDISender& GetLibraryPort() const { return *fPort; }
     std::shared_ptr<IMIDISender> NewSender();
     // The last sender's going closes the port.
     void RemoveSender(IMIDISender* sender);
+    // See IMIDISender::Send. A port that the library finds gone vanishes.
+    void Send(const u64* time, const TBinary& data);
+
+    // As COpenInPort's; a port that is back says how many sends it lost.
+    bool IsPresent() const { return fPort != nullptr; }
+    bool IsAlive() const;
+    void Vanish();
+    bool Reopen();
 
     u32 IMIDIOutHandler_OnNotification(u32 word) override;
 
@@ -177,6 +203,8 @@ private:
     CMIDIHub* fHub;
     std::shared_ptr<NSTonewell::IMIDISender> fPort;
     std::vector<IMIDISender*> fSenders;
+    // Sends that failed since the port vanished.
+    u64 fLostSends = 0;
 };
 
 class CSender final : public IMIDISender
@@ -188,6 +216,7 @@ public:
     CSender& operator=(const CSender&) = delete;
 
     void Send(const u64* time, const TBinary& data) override;
+    bool IsPresent() const override { return fOpenPort->IsPresent(); }
 
 private:
     COpenOutPort* fOpenPort;
@@ -208,6 +237,12 @@ public:
     std::vector<CMIDIPortSpec> GetOutPorts();
     // A sender on that port, opening it unless it is open already.
     std::shared_ptr<IMIDISender> GetSender(const CMIDIPortSpec& port);
+
+    // Looks at every open port once: a port that no longer reaches its
+    // device vanishes, a vanished one that is listed again opens anew (see
+    // above). A failure of the library is traced, and the next call tries
+    // again.
+    void WatchPorts() noexcept;
 
     // For CMIDIInPort.
     void Listen(IMIDIReceiver* receiver, const CMIDIInPort& port);

@@ -96,11 +96,13 @@ bool WaitForConnection(const CJackWatch& watch, const std::string& ownName,
     return watch.WaitForCycles(kJackSettlingCycles, kJackConnectionTimeout);
 }
 
-// What opening a port came to: a status, and the reason of a failure.
+// What opening a port came to: a status, the reason of a failure, and the
+// name under which the port was listed when it opened.
 struct TOpening
 {
     u32 fStatus = kTonewellOK;
     std::string fError;
+    std::string fListedName;
 };
 
 // Makes the RtMidi object of a port and opens the port of address on it. The
@@ -117,7 +119,7 @@ TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, 
     }
     catch (const RtMidiError& e)
     {
-        return {kTonewellOpenFailed, e.getMessage()};
+        return {kTonewellOpenFailed, e.getMessage(), {}};
     }
     midi->setErrorCallback(&CRtMidiErrors::Record, &errors);
     std::vector<std::string> names;
@@ -127,22 +129,24 @@ TOpening OpenOnNewClient(std::unique_ptr<TRtMidi>& midi, CRtMidiErrors& errors, 
     errors.Take();
     const std::optional<u32> index = FindPort(address, names);
     if (!index)
-        return {kTonewellPortGone, "the port is no longer listed"};
+        return {kTonewellPortGone, "the port is no longer listed", {}};
     prepare(*midi);
     midi->openPort(*index, ownName);
     std::string error = errors.Take();
     if (error.empty() && !midi->isPortOpen())
         error = "the port did not open";
-    return {error.empty() ? kTonewellOK : kTonewellOpenFailed, error};
+    return {error.empty() ? kTonewellOK : kTonewellOpenFailed, error, names[*index]};
 }
 
 class CRtMidiInPort final : public IMIDIInPort
 {
 public:
-    CRtMidiInPort(CDeliveryThread& delivery, IMIDIInHandler& handler, const CLibraryDebug& debug,
-                  const CPortAddress& address)
+    CRtMidiInPort(CRtMidiBackend& backend, CDeliveryThread& delivery, IMIDIInHandler& handler,
+                  const CLibraryDebug& debug, const CPortAddress& address,
+                  std::shared_ptr<CJackWatch> watch)
         : fDebug(debug), fName(address.GetDisplayName()), fDelivery(delivery),
-          fChannel(delivery.Open(handler, *this, kChannelCapacity))
+          fChannel(delivery.Open(handler, *this, kChannelCapacity)),
+          fPresence(backend, address, std::move(watch))
     {
     }
 
@@ -157,13 +161,20 @@ public:
 
     TOpening Open(EBackend kind, const CPortAddress& address, const std::string& ownName)
     {
-        return OpenOnNewClient(fMidi, fErrors, kind, address, ownName,
-                               [this](RtMidiIn& midi)
-                               {
-                                   // Sysex, clock and active sensing too: the hub filters.
-                                   midi.ignoreTypes(false, false, false);
-                                   midi.setCallback(&CRtMidiInPort::OnInput, this);
-                               });
+        TOpening opening = OpenOnNewClient(fMidi, fErrors, kind, address, ownName,
+                                           [this](RtMidiIn& midi)
+                                           {
+                                               // Sysex, clock and active sensing too: the hub filters.
+                                               midi.ignoreTypes(false, false, false);
+                                               midi.setCallback(&CRtMidiInPort::OnInput, this);
+                                           });
+        fPresence.Opened(opening.fListedName, ownName);
+        return opening;
+    }
+
+    u32 IMIDIInPort_IsAlive(u32* alive) override
+    {
+        return GuardEdge(kTonewellEdge, [&] { *alive = fPresence.IsStillThere() ? 1 : 0; });
     }
 
 private:
@@ -181,6 +192,7 @@ private:
     const std::string fName;
     CDeliveryThread& fDelivery;
     std::shared_ptr<CInputChannel> fChannel;
+    CPortPresence fPresence;
     CRtMidiErrors fErrors;
     std::unique_ptr<RtMidiIn> fMidi;
 };
@@ -247,14 +259,10 @@ class CRtMidiOutPort final : public IMIDISender
 public:
     CRtMidiOutPort(CRtMidiBackend& backend, const CPortAddress& address,
                    std::shared_ptr<CJackWatch> watch)
-        : fBackend(backend), fSpec(address), fWatch(std::move(watch)), fSeen(0), fGone(false),
-          fSent(false)
+        : fWatch(watch), fPresence(backend, address, std::move(watch)), fGone(false), fSent(false)
     {
         if (fWatch)
-        {
-            fSeen = fWatch->GetGeneration();
             fRing.emplace(*fWatch);
-        }
     }
 
     ~CRtMidiOutPort() override
@@ -268,7 +276,14 @@ public:
 
     TOpening Open(EBackend kind, const CPortAddress& address, const std::string& ownName)
     {
-        return OpenOnNewClient(fMidi, fErrors, kind, address, ownName, [](RtMidiOut&) {});
+        TOpening opening = OpenOnNewClient(fMidi, fErrors, kind, address, ownName, [](RtMidiOut&) {});
+        fPresence.Opened(opening.fListedName, ownName);
+        return opening;
+    }
+
+    u32 IMIDISender_IsAlive(u32* alive) override
+    {
+        return GuardEdge(kTonewellEdge, [&] { *alive = !fGone && fPresence.IsStillThere() ? 1 : 0; });
     }
 
     u32 IMIDISender_SendShort(const TTonewellShortMessage* message) override
@@ -290,7 +305,7 @@ private:
     {
         if (size == 0)
             return kTonewellInvalidArgument;
-        if (!fGone && !fBackend.IsStillThere(fSpec, fWatch, fSeen))
+        if (!fGone && !fPresence.IsStillThere())
             fGone = true;
         if (fGone)
             return kTonewellPortGone;
@@ -303,10 +318,8 @@ private:
         return status;
     }
 
-    CRtMidiBackend& fBackend;
-    const CPortAddress fSpec;
     const std::shared_ptr<CJackWatch> fWatch;
-    u64 fSeen;
+    CPortPresence fPresence;
     bool fGone;
     bool fSent;
     std::optional<CJackRingGuard> fRing;
@@ -423,7 +436,7 @@ std::unique_ptr<TPort> KeepIfOpen(std::unique_ptr<TPort> port, TOpening opening,
 {
     if (opening.fStatus == kTonewellOK && kind == EBackend::kJACK &&
         !WaitForConnection(*watch, ownName, address.GetListedName()))
-        opening = {kTonewellOpenFailed, "no connection was made"};
+        opening = {kTonewellOpenFailed, "no connection was made", {}};
     status = opening.fStatus;
     if (status == kTonewellOK)
         return port;
@@ -442,7 +455,7 @@ std::unique_ptr<IMIDIInPort> CRtMidiBackend::OpenIn(IMIDIInHandler& handler, con
         return nullptr;
     }
     const std::string ownName = NextOwnPortName("in");
-    auto port = std::make_unique<CRtMidiInPort>(*fDelivery, handler, fDebug, address);
+    auto port = std::make_unique<CRtMidiInPort>(*this, *fDelivery, handler, fDebug, address, fWatch);
     TOpening opening = port->Open(fKind, address, ownName);
     return KeepIfOpen(std::move(port), std::move(opening), fKind, fWatch.get(), fDebug, address,
                       ownName, status);
@@ -462,25 +475,48 @@ std::unique_ptr<IMIDISender> CRtMidiBackend::OpenOut(const CPortAddress& address
                       ownName, status);
 }
 
-bool CRtMidiBackend::IsStillThere(const CPortAddress& address, const std::shared_ptr<CJackWatch>& watch,
-                                  u64& seen)
+CPortPresence::CPortPresence(CRtMidiBackend& backend, const CPortAddress& address,
+                             std::shared_ptr<CJackWatch> watch)
+    : fBackend(backend), fAddress(address), fWatch(std::move(watch)), fSeen(0)
+{
+}
+
+void CPortPresence::Opened(const std::string& listedName, const std::string& ownName)
+{
+    fListedName = listedName;
+    fOwnName = ownName;
+    fSeen = fWatch ? fWatch->GetGeneration() : 0;
+}
+
+bool CPortPresence::IsStillThere()
+{
+    return fBackend.IsStillThere(*this);
+}
+
+bool CRtMidiBackend::IsStillThere(CPortPresence& port)
 {
     if (fKind == EBackend::kJACK)
     {
+        const std::shared_ptr<CJackWatch>& watch = port.fWatch;
         if (!watch || !watch->IsAlive())
             return false;
         const u64 generation = watch->GetGeneration();
-        if (generation == seen)
+        if (generation == port.fSeen)
             return true;
-        seen = generation;
-        return watch->HasPort(address.GetListedName());
+        port.fSeen = generation;
+        // The other end may have come back under the same name meanwhile; our
+        // connection to it didn't.
+        return watch->IsConnected(port.fOwnName, port.fListedName);
     }
     const u64 generation =
         static_cast<u64>(std::chrono::steady_clock::now().time_since_epoch() / kALSACheckInterval);
-    if (generation == seen)
+    if (generation == port.fSeen)
         return true;
-    seen = generation;
+    port.fSeen = generation;
+    // A device that came back has new client numbers, and so a new listed name.
     std::lock_guard lock(fListLock);
-    return FindPort(address, ListLocked(EDirection::kOut)).has_value();
+    const std::vector<std::string> names = ListLocked(port.fAddress.GetDirection());
+    const std::optional<u32> index = FindPort(port.fAddress, names);
+    return index && names[*index] == port.fListedName;
 }
 } // namespace NSTonewell

@@ -30,6 +30,31 @@ class RtMidiOut;
 
 namespace NSTonewell
 {
+class CRtMidiBackend;
+
+// Whether an open port still reaches the port it was opened on: its
+// address, the name under which that was listed, our own port's name, and
+// the record of the last check, so that most calls cost one comparison. The
+// thread that uses the port.
+class CPortPresence
+{
+public:
+    CPortPresence(CRtMidiBackend& backend, const CPortAddress& address,
+                  std::shared_ptr<CJackWatch> watch);
+    void Opened(const std::string& listedName, const std::string& ownName);
+    bool IsStillThere();
+
+private:
+    friend class CRtMidiBackend;
+
+    CRtMidiBackend& fBackend;
+    const CPortAddress fAddress;
+    const std::shared_ptr<CJackWatch> fWatch;
+    std::string fListedName;
+    std::string fOwnName;
+    u64 fSeen;
+};
+
 class CRtMidiBackend final : public CBackend
 {
 public:
@@ -43,10 +68,11 @@ public:
                                         u32& status) override;
     std::unique_ptr<IMIDISender> OpenOut(const CPortAddress& address, u32& status) override;
 
-    // Whether an open output port's destination is still listed. seen is
-    // the port's own record of the last check, so that most calls cost one
-    // comparison. The sender's thread.
-    bool IsStillThere(const CPortAddress& address, const std::shared_ptr<CJackWatch>& watch, u64& seen);
+    // Whether an open port still reaches the port it was opened on: for
+    // JACK, whether our port is still connected to it; for ALSA, whether it
+    // is still listed under the same name (a device that comes back gets new
+    // numbers). Checked again when the JACK graph changed, or every 200 ms.
+    bool IsStillThere(CPortPresence& port);
 
 private:
     bool Start();

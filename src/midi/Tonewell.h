@@ -106,6 +106,16 @@ class IMIDIInPort
 {
 public:
     virtual ~IMIDIInPort() = default;
+    // alive 0 once the port no longer reaches its source: the device went
+    // away, or came back as a new one, which an open port doesn't follow. A
+    // port that is not alive delivers nothing more; the program opens the
+    // port anew when it is listed again. A backend that can't tell answers 1.
+    // The thread that opens ports.
+    virtual u32 IMIDIInPort_IsAlive(u32* alive)
+    {
+        *alive = 1;
+        return kTonewellOK;
+    }
 };
 
 // An open output port. Messages go out in the order of the calls. A port
@@ -115,6 +125,12 @@ class IMIDISender
 {
 public:
     virtual ~IMIDISender() = default;
+    // As IMIDIInPort_IsAlive, for the port's destination.
+    virtual u32 IMIDISender_IsAlive(u32* alive)
+    {
+        *alive = 1;
+        return kTonewellOK;
+    }
     virtual u32 IMIDISender_SendShort(const TTonewellShortMessage* message) = 0;
     // A whole system exclusive message, F0 to F7.
     virtual u32 IMIDISender_SendSysex(const u8* bytes, u32 size) = 0;

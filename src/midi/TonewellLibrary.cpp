@@ -110,15 +110,26 @@ std::unique_ptr<IMIDIPortList> CTonewellLibrary::ITonewell_GetOutPorts(u32* stat
     return GetPorts(EDirection::kOut, status);
 }
 
+CBackend* CTonewellLibrary::GetBackend(EBackend kind) const
+{
+    for (const auto& backend : fBackends)
+        if (backend->GetKind() == kind)
+            return backend.get();
+    return nullptr;
+}
+
+bool SetLoopbackCablePlugged(ITonewell& library, const std::string& cable, bool plugged)
+{
+    auto* ours = dynamic_cast<CTonewellLibrary*>(&library);
+    auto* loopback =
+        ours != nullptr ? dynamic_cast<CLoopbackBackend*>(ours->GetBackend(EBackend::kLoopback)) : nullptr;
+    return loopback != nullptr && loopback->SetCablePlugged(cable, plugged);
+}
+
 CBackend* CTonewellLibrary::FindBackend(const IMIDIPortSpec* port, const CPortAddress*& address)
 {
     address = dynamic_cast<const CPortAddress*>(port);
-    if (address == nullptr)
-        return nullptr;
-    for (const auto& backend : fBackends)
-        if (backend->GetKind() == address->GetBackend())
-            return backend.get();
-    return nullptr;
+    return address != nullptr ? GetBackend(address->GetBackend()) : nullptr;
 }
 
 std::unique_ptr<IMIDIInPort> CTonewellLibrary::ITonewell_OpenInPort(IMIDIInHandler* handler,

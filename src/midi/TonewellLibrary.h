@@ -35,6 +35,9 @@ public:
                                                        const IMIDIPortSpec* port,
                                                        u32* status) override;
 
+    // The backend of that kind, or null when the library runs without it.
+    CBackend* GetBackend(EBackend kind) const;
+
 private:
     std::unique_ptr<IMIDIPortList> GetPorts(EDirection direction, u32* status);
     CBackend* FindBackend(const IMIDIPortSpec* port, const CPortAddress*& address);
@@ -44,4 +47,8 @@ private:
     IMIDINotificationHandler* fNotificationHandler;
     std::vector<std::unique_ptr<CBackend>> fBackends;
 };
+// Unplugs the loopback cable of that name, or plugs it in again, as a device
+// would go and come (see CLoopbackBackend). False when library has no
+// loopback backend or no such cable. The thread that opens ports.
+bool SetLoopbackCablePlugged(ITonewell& library, const std::string& cable, bool plugged);
 } // namespace NSTonewell

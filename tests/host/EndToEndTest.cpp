@@ -78,9 +78,11 @@ TEST_F(EndToEndTest, InputReachesTheListenerOnTheMainThread)
     } listener(fVistal);
     const u32 id = fHub.CreateActiveControlSurface(fGeneric, fAcmeBox, u"Name", {InPort(u"Loopback A")}, {});
     fHub.AddInputListener(id, &listener);
-    std::thread sender([] {
+    // Ports are opened and closed on the loop's thread alone.
+    const auto port = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"));
+    std::thread sender([&port] {
         std::this_thread::sleep_for(20ms);
-        NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback A"))->Send(nullptr, {0xB0, 0x07, 0x40});
+        port->Send(nullptr, {0xB0, 0x07, 0x40});
     });
     Run();
     sender.join();

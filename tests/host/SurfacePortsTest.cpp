@@ -31,6 +31,7 @@ public:
         return std::shared_ptr<NSMIDIHub::IMIDISender>(this, [](NSMIDIHub::IMIDISender*) {});
     }
     void WaitForWire(u32 milliseconds) override { fWaited += milliseconds; }
+    void WatchPorts() override {}
     void Send(const u64*, const TBinary& data) override { fSent.push_back(data); }
 
     NSMIDIHub::IMIDIReceiver* fReceiver = nullptr;

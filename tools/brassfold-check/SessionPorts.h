@@ -39,6 +39,8 @@ public:
     std::shared_ptr<void> Listen(const NSMIDIHub::CMIDIPortSpec& port, NSMIDIHub::IMIDIReceiver* receiver) override;
     std::shared_ptr<NSMIDIHub::IMIDISender> GetSender(const NSMIDIHub::CMIDIPortSpec& port) override;
     void WaitForWire(u32 milliseconds) override;
+    // A session's ports never vanish.
+    void WatchPorts() override {}
 
 private:
     class CCapture;

@@ -119,6 +119,9 @@ public:
                   "the host drops such an input");
     }
 
+    // The hub drops such an input before the listeners; the session says it all the same.
+    void IInputListener_OnDroppedInput(const TItemInput* input) override { IInputListener_OnInput(input); }
+
 private:
     void Perform(const TSessionCommand& command)
     {

@@ -3,16 +3,20 @@
 // models, a line "fail" refuses it; SetLuaCodecsDir is kept; may stay loaded).
 // NO_FACTORY exports no factory; FAILING_FACTORY's factory reports a bad
 // format. STATES has no script binding, may not stay loaded, and offers
-// "Brassfold Tests" "State Box" (CStateSurface) alone. Like any module it
-// shares nothing with the host but the contract header.
+// "Brassfold Tests" "State Box" (CStateSurface) alone. FAULTY is STATES whose
+// further models fail as their names say (EFault). Like any module it shares
+// nothing with the host but the contract header.
 
 #include "codec/KinvarCodec.h"
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <mutex>
 #include <new>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace NSKinvarCodec;
@@ -46,6 +50,12 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
     return event;
 }
 
+// FAULTY's models, EFault in their order: messages and frames fail with a status and no word, throw, or take 300 ms;
+// a message gives the fader 500 and item 9 an input; item 1 has input kind 99, item 3 runs from 2 to 0, and frames
+// hand over an empty record.
+enum class EFault { kNone, kBadStatus, kThrows, kOutOfRange, kSleeps, kBadRecords };
+const char* const kModels[] = {"State Box", "Bad Status", "Thrower", "Out Of Range", "Sleeper", "Bad Records"};
+
 // Items: 0 "Fader" (in and out, 0 to 127), 1 "Lamp" (0 to 1), 2 "Display" (text), 3 "Mode" (three states).
 // Start on port p: F0 7D 01 p F7, in two records; end: F0 7D 02 p F7. A frame sends B0 item value for every
 // enabled item whose state changed since the last frame on that port; a Display text "fail" fails it with
@@ -54,7 +64,7 @@ TMIDIEvent Event(std::initializer_list<u8> bytes)
 class CStateSurface final : public IControlSurface
 {
 public:
-    explicit CStateSurface(const TControlSurfaceInfo& info) : fInfo(info) {}
+    CStateSurface(const TControlSurfaceInfo& info, EFault fault) : fInfo(info), fFault(fault) {}
     virtual ~CStateSurface() = default;
 
     u32 IControlSurface_CheckInvariant() override { return 1; }
@@ -84,6 +94,10 @@ public:
         info->fOutputKind = item == 2 ? kOutputText : kOutputValue;
         info->fMax = item == 0 ? 127 : item == 3 ? 2 : 1;
         info->fStateCount = item == 3 ? 3 : 0;
+        if (fFault == EFault::kBadRecords && item == 1)
+            info->fInputKind = 99;
+        if (fFault == EFault::kBadRecords && item == 3)
+            info->fMin = 2, info->fMax = 0;
         return kCodecOK;
     }
     u32 IControlSurface_GetItemStateName(u32 item, u32 state, char16* name) override
@@ -107,6 +121,8 @@ public:
     }
     u32 IControlSurface_HandleMIDIEvent(const TMIDIEvent* event, u32, ITextGetter& messages) override
     {
+        if (const u32 status = Misbehave(kCodecInvalidArgument); status != kCodecOK)
+            return status;
         const u8* data = event->fData;
         if (event->fSize == 4 && data[0] == 0xF0 && data[1] == 0x7D && data[2] == 0x7F)
         {
@@ -119,7 +135,15 @@ public:
         input.fValue1 = fader ? data[2] + (data[0] == 0xB1 ? 128 : 0) : 0;
         input.fValue2 = fader ? 0 : event->fSize;
         std::lock_guard lock(fHandlerLock);
-        return fHandler != nullptr ? fHandler->IControlSurfaceInputHandler_HandleInput(this, &input) : kCodecOK;
+        if (fHandler == nullptr)
+            return kCodecOK;
+        if (fFault == EFault::kOutOfRange)
+        {
+            input.fValue1 = 500;
+            fHandler->IControlSurfaceInputHandler_HandleInput(this, &input);
+            input.fItemIndex = 9;
+        }
+        return fHandler->IControlSurfaceInputHandler_HandleInput(this, &input);
     }
     // Frames come on one thread; only the handler is shared with input.
     u32 IControlSurface_SetItemStates(u32 count, const TItemState* states, ITextGetter&) override
@@ -131,6 +155,13 @@ public:
     }
     u32 IControlSurface_GetOutputEvents(u32, u32 port, IMIDIEventGetter& getter, ITextGetter& messages) override
     {
+        if (const u32 status = Misbehave(kCodecIllegalCallSequence); status != kCodecOK)
+            return status;
+        if (fFault == EFault::kBadRecords)
+        {
+            const TMIDIEvent empty{};
+            return getter.IMIDIEventGetter_Take(&empty, 1);
+        }
         if (port >= kMaxPortCount || fStates.size() != kItemCount)
             return kCodecInvalidArgument;
         if (TextOf(fStates[2].fValueText, kMaxValueTextLength + 1) == "fail")
@@ -165,7 +196,18 @@ public:
 private:
     static constexpr u32 kItemCount = 4;
 
+    // The faults that messages and frames share: status for a bad status, kCodecOK for none.
+    u32 Misbehave(u32 status) const
+    {
+        if (fFault == EFault::kThrows)
+            throw std::runtime_error("thrown by the codec");
+        if (fFault == EFault::kSleeps)
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return fFault == EFault::kBadStatus ? status : kCodecOK;
+    }
+
     TControlSurfaceInfo fInfo;
+    const EFault fFault;
     std::mutex fHandlerLock;
     IControlSurfaceInputHandler* fHandler = nullptr;
     std::vector<TItemState> fStates;
@@ -207,9 +249,15 @@ public:
     }
     IControlSurface* ICodec2_CreateControlSurface(const TControlSurfaceInfo& info, u32* status) override
     {
-        const bool known = TextOf(info.fModel, kMaxSurfaceNameLength + 1) == "State Box";
-        *status = known ? kCodecOK : kCodecBadFormat;
-        return known ? new (std::nothrow) CStateSurface(info) : nullptr;
+        const std::string model = TextOf(info.fModel, kMaxSurfaceNameLength + 1);
+        for (std::size_t i = 0; i < kModelCount; ++i)
+            if (model == kModels[i])
+            {
+                *status = kCodecOK;
+                return new (std::nothrow) CStateSurface(info, EFault(i));
+            }
+        *status = kCodecBadFormat;
+        return nullptr;
     }
     IControlSurface* ICodec2_CreateControlSurfaceByName(const char*, u32* status) override
     {
@@ -260,12 +308,24 @@ public:
     void SetCodecsFolder(const std::string& folder) { fCodecsFolder = folder; }
 
 private:
-#ifdef BRASSFOLD_TEST_CODEC_STATES
+#if defined(BRASSFOLD_TEST_CODEC_STATES) || defined(BRASSFOLD_TEST_CODEC_FAULTY)
     static constexpr bool kStates = true;
 #else
     static constexpr bool kStates = false;
 #endif
-    std::vector<std::pair<std::string, std::string>> fModels{{"Brassfold Tests", kStates ? "State Box" : "Plain Box"}};
+#ifdef BRASSFOLD_TEST_CODEC_FAULTY
+    static constexpr std::size_t kModelCount = std::size(kModels);
+#else
+    static constexpr std::size_t kModelCount = 1;
+#endif
+    static std::vector<std::pair<std::string, std::string>> Models()
+    {
+        std::vector<std::pair<std::string, std::string>> models;
+        for (std::size_t i = 0; i < kModelCount; ++i)
+            models.emplace_back("Brassfold Tests", kStates ? kModels[i] : "Plain Box");
+        return models;
+    }
+    std::vector<std::pair<std::string, std::string>> fModels = Models();
     std::string fScriptURL;
     std::string fCodecsFolder;
 };

@@ -5,6 +5,7 @@
 // A responder answers every message on its input port "bf-responder:in"
 // with the same message on its output port "bf-responder:out".
 
+#include "foundation/LogText.h"
 #include "midi/Backend.h"
 #include "midi/MIDIHub.h"
 #include "midi/TonewellLibrary.h"
@@ -408,6 +409,64 @@ TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
     sender.reset();
     EXPECT_THROW(CMIDIInPort(*fHub, fRig.fFromResponder, &receiver), std::exception);
     EXPECT_EQ(0u, fHub->GetOpenInPortCount());
+}
+} // namespace
+
+namespace
+{
+// The responder's client ends and comes back under its name, as a device that is unplugged and plugged in again:
+// the watch closes our ports, says so, opens them anew when they are listed again, and the round trip works again.
+TEST_F(JackTransportTest, APortThatComesBackIsOpenedAgain)
+{
+    CRecordingReceiver receiver;
+    auto [port, sender] = OpenRoundTrip(receiver);
+    ASSERT_TRUE(receiver.WaitForCount(1));
+    TakePendingLog();
+    std::u16string log;
+    const auto watchUntil = [&](const std::u16string& line) {
+        return WaitUntil([&] {
+            fHub->WatchPorts();
+            log += TakePendingLog();
+            return log.find(line) != std::u16string::npos;
+        });
+    };
+    fRig.fResponder.reset();
+    EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" has vanished"));
+    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" has vanished"));
+    fRig.fResponder = std::make_unique<CResponder>();
+    EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" is back."));
+    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" is back."));
+    sender->Send(nullptr, {0x90, 0x41, 0x7F});
+    ASSERT_TRUE(receiver.WaitForCount(2));
+    EXPECT_EQ((TBinary{0x90, 0x41, 0x7F}), receiver.Messages().back());
+}
+
+// A receiver that takes long holds up its own JACK port and no other, nor the closing of another.
+TEST_F(JackTransportTest, ASlowReceiverHoldsUpNoOtherPort)
+{
+    struct TSlowReceiver final : public IMIDIReceiver
+    {
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
+        {
+            for (fEntered = true; !fRelease;)
+                std::this_thread::sleep_for(1ms);
+        }
+        std::atomic<bool> fEntered{false};
+        std::atomic<bool> fRelease{false};
+    } slow;
+    CResponder other("bf-responder-2");
+    CMIDIPortSpec fromOther;
+    CMIDIPortSpec toOther;
+    ASSERT_TRUE(FindResponder(*fHub, u"bf-responder-2", fromOther, toOther));
+    CRecordingReceiver quick;
+    CMIDIInPort slowPort(*fHub, fRig.fFromResponder, &slow);
+    auto quickPort = std::make_unique<CMIDIInPort>(*fHub, fromOther, &quick);
+    fHub->GetSender(fRig.fToResponder)->Send(nullptr, {0x90, 0x40, 0x7F});
+    EXPECT_TRUE(WaitUntil([&] { return slow.fEntered.load(); }));
+    fHub->GetSender(toOther)->Send(nullptr, {0x90, 0x41, 0x7F});
+    EXPECT_TRUE(quick.WaitForCount(1));
+    quickPort.reset();
+    slow.fRelease = true;
 }
 } // namespace
 
