@@ -17,10 +17,9 @@
 #include "host/CodecModules.h"
 #include "host/MyAppBehavior.h"
 #include "midi/MIDIBytes.h"
+#include "BenchSupport.h"
 
 #include <QApplication>
-
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -33,6 +32,7 @@
 
 using namespace NSKinvarCodec;
 using namespace std::chrono_literals;
+using namespace NSBench;
 using NSMIDIHub::CMIDIPortSpec;
 
 namespace
@@ -40,17 +40,6 @@ namespace
 constexpr int kWarmUp = 200;
 constexpr int kRounds = 2000;
 constexpr auto kFramePhase = 10s;
-
-const char* const kDefinition = "Universal MIDI Codec Control Surface Definition File\n"
-                                "File Format Version\t1.0.0\n"
-                                "Control Surface Manufacturer\tBrassfold Bench\n"
-                                "Control Surface Model\tFader Box\n"
-                                "Codec Version\t1.0.0\n"
-                                "Setup\tF0 7D 00 F7\n"
-                                "Item Header\tName\tType\tMin\tMax\n"
-                                "Item\tFader\tvalue\t0\t127\n"
-                                "Map Header\tPattern\tName\tValue1\tValue2\tValue3\n"
-                                "Map\tB0 07 xx\tFader\tx\t\t\t\n";
 
 u64 Now()
 {
@@ -104,37 +93,13 @@ public:
     std::atomic<int> fHeard{0};
 };
 
-template <class T> T Percentile(std::vector<T> values, double share)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? T()
-                          : values[std::min(values.size() - 1, std::size_t(share * values.size()))];
-}
-
-double CPUSeconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec +
-           (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
-}
-
-CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    std::fprintf(stderr, "no loopback port\n");
-    std::exit(2);
-}
-
 // The codec and its model; the codec reads its file at each listing.
 std::pair<TCodecPtr, TControlSurfaceInfo> MakeCodec()
 {
     const std::filesystem::path definition =
         std::filesystem::temp_directory_path() /
         ("brassfold-bench-" + std::to_string(getpid()) + ".midicodec");
-    std::ofstream(definition) << kDefinition;
+    std::ofstream(definition) << NSBench::kFaderBoxDefinition;
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}),
                           codec_deleter());
     const TControlSurfaceInfo model = GetControlSurfacesForCodec(codec).at(0);

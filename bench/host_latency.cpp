@@ -21,8 +21,7 @@
 #include "host/HeadlessVistal.h"
 #include "host/MyAppBehavior.h"
 #include "midi/MIDIBytes.h"
-
-#include <sys/resource.h>
+#include "BenchSupport.h"
 
 #include <algorithm>
 #include <array>
@@ -38,6 +37,7 @@
 
 using namespace NSKinvarCodec;
 using namespace std::chrono_literals;
+using namespace NSBench;
 using NSMIDIHub::CMIDIPortSpec;
 using NSMIDIHub::TBinary;
 
@@ -46,17 +46,6 @@ namespace
 constexpr int kWarmUp = 200;
 constexpr int kRounds = 2000;
 constexpr auto kFramePhase = 10s;
-
-const char* const kDefinition = "Universal MIDI Codec Control Surface Definition File\n"
-                                "File Format Version\t1.0.0\n"
-                                "Control Surface Manufacturer\tBrassfold Bench\n"
-                                "Control Surface Model\tFader Box\n"
-                                "Codec Version\t1.0.0\n"
-                                "Setup\tF0 7D 00 F7\n"
-                                "Item Header\tName\tType\tMin\tMax\n"
-                                "Item\tFader\tvalue\t0\t127\n"
-                                "Map Header\tPattern\tName\tValue1\tValue2\tValue3\n"
-                                "Map\tB0 07 xx\tFader\tx\t\t\t\n";
 
 u64 Now() { return NSTonewell::MonotonicMicroseconds(); }
 
@@ -117,28 +106,6 @@ public:
     std::atomic<int> fHeard{0};
 };
 
-u64 Percentile(std::vector<u64> values, double share)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[std::min(values.size() - 1, static_cast<std::size_t>(share * values.size()))];
-}
-
-double CPUSeconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
-}
-
-CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    std::fprintf(stderr, "no loopback port\n");
-    std::exit(2);
-}
-
 struct TFrameRecord
 {
     std::vector<u64> fTimes; // microseconds; written on the main thread only
@@ -152,7 +119,7 @@ int main()
     setenv("BRASSFOLD_MIDI", "loopback", 1);
     const std::filesystem::path definition =
         std::filesystem::temp_directory_path() / ("brassfold-bench-" + std::to_string(getpid()) + ".midicodec");
-    std::ofstream(definition) << kDefinition;
+    std::ofstream(definition) << NSBench::kFaderBoxDefinition;
     const TCodecPtr codec(NSGenericMidiCodec::CreateGenericMidiCodec({{}, {definition}}), codec_deleter());
     const TControlSurfaceInfo model = GetControlSurfacesForCodec(codec).at(0);
     std::filesystem::remove(definition);

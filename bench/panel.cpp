@@ -19,6 +19,7 @@
 #include "host/CodecModules.h"
 #include "host/MyAppBehavior.h"
 #include "host/OutputFrameClock.h"
+#include "BenchSupport.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -38,6 +39,7 @@
 
 using namespace NSKinvarCodec;
 using namespace std::chrono_literals;
+using namespace NSBench;
 using NSMIDIHub::CMIDIPortSpec;
 
 namespace
@@ -68,15 +70,6 @@ std::string Definition()
     return text;
 }
 
-CMIDIPortSpec FindPort(const std::vector<CMIDIPortSpec>& ports, const char16_t* name)
-{
-    for (const CMIDIPortSpec& port : ports)
-        if (port.GetDisplayName() == name)
-            return port;
-    std::fprintf(stderr, "no loopback port\n");
-    std::exit(2);
-}
-
 // Counts what reaches the panel's surface, beside the panel.
 class CCounter final : public IInputListener
 {
@@ -84,12 +77,6 @@ public:
     void IInputListener_OnInput(const TItemInput*) override { ++fHeard; }
     u64 fHeard = 0;
 };
-
-double Percentile(std::vector<double> values, double share)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[std::min(values.size() - 1, static_cast<std::size_t>(share * values.size()))];
-}
 
 struct TRun
 {
