@@ -31,6 +31,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -139,7 +140,18 @@ int main()
     CHeadlessVistal vistal(clock);
     CVistalInstallation installation(vistal);
     CBenchWindows windows;
-    CMyAppBehavior behaviour(windows, hub, clock);
+    // The end of the run stops every surface: its traffic is read just before.
+    class CBenchBehaviour final : public CMyAppBehavior
+    {
+    public:
+        using CMyAppBehavior::CMyAppBehavior;
+        u32 OnEnd() override
+        {
+            fBeforeEnd();
+            return CMyAppBehavior::OnEnd();
+        }
+        std::function<void()> fBeforeEnd;
+    } behaviour(windows, hub, clock);
 
     CDeliveryStamp stamps;
     NSMIDIHub::CMIDIInPort ahead(inA, &stamps);
@@ -171,11 +183,12 @@ int main()
         wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - wallStart).count();
         vistal.IVistal_RequestQuit();
     });
+    behaviour.fBeforeEnd = [&] {
+        traffic = hub.GetOutputTraffic(id, 0, 1000);
+        hub.RemoveInputListener(id, &listener);
+    };
     vistal.Run(behaviour);
     controller.join();
-    traffic = hub.GetOutputTraffic(id, 0, 1000);
-    hub.RemoveInputListener(id, &listener);
-    hub.DeleteActiveControlSurface(id);
 
     if (listener.fAdded.size() < static_cast<std::size_t>(kWarmUp + kRounds))
     {
