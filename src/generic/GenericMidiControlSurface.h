@@ -68,9 +68,6 @@ public:
 
     virtual ~CGenericMidiControlSurface();
 
-    // How many messages wait on that port for a rule to complete.
-    std::size_t GetBufferedCount(u32 inPort) const { return fDispatcher.GetBufferedCount(inPort); }
-
 private:
     template <class Body> NSKinvarCodec::u32 Guarded(Body&& body);
     void HandleMessage(const NSKinvarCodec::TMIDIEvent& event, u32 inPort);

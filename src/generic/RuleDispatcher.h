@@ -37,9 +37,6 @@ public:
     // Any thread, MIDI threads included.
     bool Dispatch(const NSKinvarCodec::TMIDIEvent& event, u32 inPort, TRuleMatch& match);
 
-    // How many messages wait on that port for a rule to complete.
-    std::size_t GetBufferedCount(u32 inPort) const { return fInputBuffers.at(inPort).size(); }
-
 private:
     CRuleIndex fRuleIndex;
     // Newest at the front; what completed no rule yet.

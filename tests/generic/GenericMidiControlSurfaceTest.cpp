@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <memory>
+#include <string>
 
 using namespace NSGenericMidiCodec;
 using namespace NSGenericTesting;
@@ -36,110 +38,95 @@ TSurface MakeSurface(const std::vector<std::string>& middle, const std::vector<s
     return TSurface(new CGenericMidiControlSurface(ReadConfig(DefinitionText("Acme", "Box", middle, items, rules))));
 }
 
-class GenericSurfaceInput : public testing::Test
+using TInputs = std::vector<std::pair<u32, i64>>; // item, value1
+
+// Sends the messages on their ports, setting a handler before message `connectAt`; answers the inputs it got.
+TInputs Feed(const TSurface& surface, const std::vector<std::pair<u32, TBytes>>& messages, std::size_t connectAt = 0)
 {
-protected:
-    u32 Send(const TBytes& bytes, u32 inPort = 0, u64 time = 0)
+    CRecordingInputHandler handler;
+    CCodecTextGetter texts;
+    for (std::size_t m = 0; m < messages.size(); ++m)
     {
-        const TMIDIEvent event = MakeEvent(bytes, time);
-        CCodecTextGetter messages;
-        return fSurface->IControlSurface_HandleMIDIEvent(&event, inPort, messages);
+        if (m == connectAt)
+        {
+            EXPECT_EQ(surface->IControlSurface_SetInputHandler(&handler), kCodecOK);
+        }
+        const TMIDIEvent event = MakeEvent(messages[m].second);
+        EXPECT_EQ(surface->IControlSurface_HandleMIDIEvent(&event, messages[m].first, texts), kCodecOK);
     }
+    TInputs inputs;
+    for (const TItemInput& input : handler.fInputs)
+        inputs.emplace_back(input.fItemIndex, input.fValue1);
+    return inputs;
+}
 
-    void Connect() { ASSERT_EQ(fSurface->IControlSurface_SetInputHandler(&fHandler), kCodecOK); }
-
-    TSurface fSurface;
-    CRecordingInputHandler fHandler;
-};
-
-// Without a handler a message is dropped unbuffered and can't combine with a
-// later one; with one, the second message completes the rule.
-TEST_F(GenericSurfaceInput, CompletesARuleWithTheSecondMessageOnlyWhileHandled)
+// A rule may span up to three messages of one port, which come one by one; a message that completes nothing waits,
+// but only while a handler is set, and a match starts the port's messages afresh.
+TEST(GenericSurfaceInput, RulesSpanUpToThreeMessagesOfOnePort)
 {
-    for (const bool handled : {false, true})
+    struct TCase
     {
-        fSurface = MakeSurface({}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
-        if (handled)
-            Connect();
-        EXPECT_EQ(Send({0xB0, 0x01, 0x02}), kCodecOK);
-        EXPECT_EQ(fSurface->GetBufferedCount(0), handled ? 1u : 0u);
-        Connect();
-        EXPECT_EQ(Send({0xB0, 0x03, 0x04}), kCodecOK);
-        EXPECT_EQ(fHandler.fInputs.size(), handled ? 1u : 0u);
+        std::vector<std::string> fPatterns; // one item each, whose value1 is x
+        std::vector<std::pair<u32, TBytes>> fMessages; // port, bytes
+        TInputs fInputs;
+        std::size_t fConnectAt = 0; // the handler is set before this message
+    };
+    const TCase cases[] = {
+        {{"B0 01 02 B0 03 xx"}, {{0, {0xB0, 0x01, 0x02}}, {0, {0xB0, 0x03, 0x04}}, {0, {0xB0, 0x03, 0x05}}}, {{0, 4}}},
+        {{"B0 01 02 B0 03 xx"}, {{0, {0xB0, 0x01, 0x02}}, {0, {0xB0, 0x03, 0x04}}}, {}, 1},
+        {{"B0 01 02 B0 03 xx"}, {{0, {0xB0, 0x01, 0x02}}, {1, {0xB0, 0x03, 0x09}}, {0, {0xB0, 0x03, 0x05}}}, {{0, 5}}},
+        {{"C0 01 C0 02 C0 03 C0 xx", "C0 02 C0 03 C0 xx"},
+         {{0, {0xC0, 0x01}}, {0, {0xC0, 0x02}}, {0, {0xC0, 0x03}}, {0, {0xC0, 0x04}}},
+         {{1, 4}}},
+    };
+    for (const TCase& c : cases)
+    {
+        std::vector<std::string> items, rules;
+        for (std::size_t i = 0; i < c.fPatterns.size(); ++i)
+        {
+            std::string item = "I";
+            item += std::to_string(i);
+            items.push_back(item + "\tvalue\t0\t127");
+            rules.push_back(c.fPatterns[i] + "\t" + item + "\tx\t\t\t");
+        }
+        const TInputs inputs = Feed(MakeSurface({"MIDI Input Ports\t2"}, items, rules), c.fMessages, c.fConnectAt);
+        EXPECT_EQ(inputs, c.fInputs) << c.fPatterns[0];
     }
-    ASSERT_EQ(fHandler.fInputs.size(), 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, 4);
-    EXPECT_EQ(fSurface->GetBufferedCount(0), 0u);
 }
 
-TEST_F(GenericSurfaceInput, KeepsAtMostTheLatestTwoWhenTheNextMessageComes)
+// Where rules overlap, the earlier item wins, then the earlier row; a one-byte rule matches a longer message.
+TEST(GenericSurfaceInput, SettlesOverlapByItemOrderThenRuleOrder)
 {
-    fSurface = MakeSurface({}, {"Four\tvalue\t0\t127", "Late\tvalue\t0\t127"},
-                           {"C0 01 C0 02 C0 03 C0 xx\tFour\tx\t\t\t", "C0 02 C0 03 C0 xx\tLate\tx\t\t\t"});
-    Connect();
-    for (const TBytes& message : {TBytes{0xC0, 0x01}, TBytes{0xC0, 0x02}, TBytes{0xC0, 0x03}})
-        Send(message);
-    EXPECT_EQ(fSurface->GetBufferedCount(0), 3u) << "three that matched nothing all wait";
-    ASSERT_EQ(fHandler.fInputs.size(), 0u) << "a rule never spans more than three messages";
-    Send({0xC0, 0x04});
-    ASSERT_EQ(fHandler.fInputs.size(), 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, 4);
+    const TSurface surface =
+        MakeSurface({}, {"Clock\tbutton\t0\t1", "First\tvalue\t0\t127", "Second\tvalue\t0\t127"},
+                    {"90 xx yy\tSecond\ty\t\t\t", "90 10 xx\tFirst\tx\t\t\t", "F8\tClock\t1\t\t\t", "90 xx ??\tFirst\t0\t\t\t"});
+    EXPECT_EQ(Feed(surface, {{0, {0xF8, 0x00, 0x00}}, {0, {0x90, 0x10, 0x22}}, {0, {0x90, 0x11, 0x22}}}),
+              (TInputs{{0, 1}, {1, 0x22}, {1, 0}}));
 }
 
-TEST_F(GenericSurfaceInput, KeepsEachPortsMessagesApart)
-{
-    fSurface = MakeSurface({"MIDI Input Ports\t2"}, {"Deep\tvalue\t0\t127"}, {"B0 01 02 B0 03 xx\tDeep\tx\t\t\t"});
-    Connect();
-    Send({0xB0, 0x01, 0x02}, 0);
-    Send({0xB0, 0x03, 0x09}, 1);
-    EXPECT_TRUE(fHandler.fInputs.empty());
-    Send({0xB0, 0x03, 0x05}, 0);
-    ASSERT_EQ(fHandler.fInputs.size(), 1u);
-    EXPECT_EQ(fHandler.fInputs[0].fValue1, 5);
-}
-
-TEST_F(GenericSurfaceInput, SettlesOverlapByItemOrderThenRuleOrder)
-{
-    fSurface = MakeSurface({}, {"Clock\tbutton\t0\t1", "First\tvalue\t0\t127", "Second\tvalue\t0\t127"},
-                           {"90 xx yy\tSecond\ty\t\t\t", "90 10 xx\tFirst\tx\t\t\t", "F8\tClock\t1\t\t\t",
-                            "90 xx ??\tFirst\t0\t\t\t"});
-    Connect();
-    for (const TBytes& message : {TBytes{0xF8, 0x00, 0x00}, TBytes{0x90, 0x10, 0x22}, TBytes{0x90, 0x11, 0x22}})
-        Send(message);
-    ASSERT_EQ(fHandler.fInputs.size(), 3u);
-    EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 0u) << "a one-byte rule matches a longer message";
-    EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 1u);
-    EXPECT_EQ(fHandler.fInputs[1].fValue1, 0x22);
-    EXPECT_EQ(fHandler.fInputs[2].fItemIndex, 1u) << "the earlier item wins over an earlier row";
-    EXPECT_EQ(fHandler.fInputs[2].fValue1, 0);
-}
-
-TEST_F(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
+// The rule index narrows by status; the first matching row still wins among many of one status.
+TEST(GenericSurfaceInput, FindsTheFirstMatchAmongManyRulesOfOneStatus)
 {
     std::vector<std::string> items, rules;
-    for (int i = 0; i <= 40; ++i)
+    for (int i = 0; i < 40; ++i)
     {
         char row[64];
-        std::snprintf(row, sizeof row, i < 40 ? "I%d\tvalue\t0\t127" : "Catch\tvalue\t0\t127", i);
+        std::snprintf(row, sizeof row, "I%d\tvalue\t0\t127", i);
         items.emplace_back(row);
-        std::snprintf(row, sizeof row, i < 40 ? "B0 %02X xx\tI%d\tx\t\t\t" : "B? ?? xx\tCatch\tx\t\t\t", i, i);
+        std::snprintf(row, sizeof row, "B0 %02X xx\tI%d\tx\t\t\t", i, i);
         rules.emplace_back(row);
     }
-    fSurface = MakeSurface({}, items, rules);
-    Connect();
-    for (const TBytes& message : {TBytes{0xB0, 0x27, 0x11}, TBytes{0xB0, 0x28, 0x12}, TBytes{0xB1, 0x01, 0x13}})
-        Send(message);
-    ASSERT_EQ(fHandler.fInputs.size(), 3u);
-    EXPECT_EQ(fHandler.fInputs[0].fItemIndex, 39u);
-    EXPECT_EQ(fHandler.fInputs[1].fItemIndex, 40u);
-    EXPECT_EQ(fHandler.fInputs[2].fItemIndex, 40u);
+    items.emplace_back("Catch\tvalue\t0\t127");
+    rules.emplace_back("B? ?? xx\tCatch\tx\t\t\t");
+    EXPECT_EQ(Feed(MakeSurface({}, items, rules), {{0, {0xB0, 0x27, 0x11}}, {0, {0xB0, 0x28, 0x12}}, {0, {0xB1, 0x01, 0x13}}}),
+              (TInputs{{39, 0x11}, {40, 0x12}, {40, 0x13}}));
 }
 
-TEST(GenericSurface, DescribesItsModelAndItems)
+TEST(GenericSurface, DescribesItsModelAndItemsAndSendsItsSetupRows)
 {
-    TSurface surface = MakeSurface({"MIDI Input Ports\t3", "Setup Info Text\tPlug in", "Setup\tB0 00 00"},
-                                   {"Keys\tkeyboard\t0\t127", "Wheel\tdelta\t-1\t1"}, {});
+    TSurface surface =
+        MakeSurface({"MIDI Input Ports\t3", "Setup Info Text\tPlug in", "Setup\tF0 00 01 F7", "Setup\tb0 7f 00"},
+                    {"Keys\tkeyboard\t0\t127", "Wheel\tdelta\t-1\t1"}, {});
     TControlSurfaceInfo info;
     ASSERT_EQ(surface->IControlSurface_GetInfo(&info), kCodecOK);
     EXPECT_EQ(GetRecordText(info.fManufacturer), u"Acme");
@@ -171,50 +158,16 @@ TEST(GenericSurface, DescribesItsModelAndItems)
     char unique[kUniqueNameBufferSize];
     ASSERT_EQ(surface->IControlSurface_GetUniqueName(unique), kCodecOK);
     EXPECT_STREQ(unique, "GenericMIDICodec/Acme/Box");
-}
 
-TEST(GenericSurface, NeedsAnOutputPortOnlyForWhatItSends)
-{
-    TControlSurfaceInfo info;
+    // The setup rows go out at start, in their order, in one call.
+    CCodecTextGetter messages;
+    CRecordingEventGetter startup;
+    EXPECT_EQ(surface->IControlSurface_GetStartupEvents(startup, 0, messages), kCodecOK);
+    EXPECT_EQ(startup.fCalls, (std::vector<std::vector<TBytes>>{{{0xF0, 0x00, 0x01, 0xF7}, {0xB0, 0x7F, 0x00}}}));
+    // Without setup rows or an identity request, a surface sends nothing and needs no output port.
     ASSERT_EQ(MakeSurface({}, {}, {})->IControlSurface_GetInfo(&info), kCodecOK);
     EXPECT_EQ(info.fOutPortCount, 0u);
     EXPECT_EQ(GetRecordText(info.fInPortNames[0]), u"MIDI Input");
-    ASSERT_EQ(MakeSurface({"Identity Request\tF0 7E 7F 06 01 F7", "Identity Response\tF0 7E"}, {}, {})
-                  ->IControlSurface_GetInfo(&info),
-              kCodecOK);
-    EXPECT_EQ(info.fOutPortCount, 1u);
-
-    // Sixteen input ports pass the reader but not the record.
-    NSTesting::CExpectAssertions expect;
-    EXPECT_EQ(MakeSurface({"MIDI Input Ports\t16"}, {}, {})->IControlSurface_GetInfo(&info), kCodecOK);
-    EXPECT_EQ(expect.Count(), 1u);
-    EXPECT_EQ(GetRecordText(info.fInPortNames[15]), u"MIDI Input 16");
-}
-
-TEST(GenericSurface, SendsTheSetupRowsAtStartAndNothingLater)
-{
-    CCodecTextGetter messages;
-    CRecordingEventGetter quiet;
-    TSurface plain = MakeSurface({}, {}, {});
-    EXPECT_EQ(plain->IControlSurface_GetStartupEvents(quiet, 0, messages), kCodecOK);
-    EXPECT_TRUE(quiet.fCalls.empty()) << "no Setup rows: the getter is never called";
-
-    TSurface surface = MakeSurface({"Setup\tF0 00 01 F7", "Setup\tb0 7f 00"}, {}, {});
-    CRecordingEventGetter startup;
-    EXPECT_EQ(surface->IControlSurface_GetStartupEvents(startup, 0, messages), kCodecOK);
-    ASSERT_EQ(startup.fCalls.size(), 1u);
-    EXPECT_EQ(startup.fCalls[0], (std::vector<TBytes>{{0xF0, 0x00, 0x01, 0xF7}, {0xB0, 0x7F, 0x00}}));
-
-    CRecordingEventGetter frame;
-    TItemState state{};
-    EXPECT_EQ(surface->IControlSurface_SetItemStates(1, &state, messages), kCodecOK);
-    EXPECT_EQ(surface->IControlSurface_GetOutputEvents(100, 0, frame, messages), kCodecOK);
-    EXPECT_TRUE(frame.fCalls.empty());
-
-    CRecordingEventGetter shutdown;
-    EXPECT_EQ(surface->IControlSurface_GetShutdownEvents(shutdown, 0, messages), kCodecOK);
-    ASSERT_EQ(shutdown.fCalls.size(), 1u);
-    EXPECT_TRUE(shutdown.fCalls[0].empty());
 }
 
 } // namespace

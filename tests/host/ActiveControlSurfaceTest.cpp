@@ -41,34 +41,6 @@ protected:
     const std::size_t fOpenOut = fPorts.GetOpenOutPortCount();
 };
 
-// A sysex that the codec splits arrives whole; the end messages go before the ports close.
-TEST_F(ActiveControlSurfaceTest, StartFramesAndEndOnTheAssignedPorts)
-{
-    CRecordingReceiver wire;
-    {
-        NSMIDIHub::CMIDIInPort watch(InPort(u"Loopback B"), &wire);
-        auto surface = Start(StateBox({false}, {false, true}), {InPort(u"Loopback A")}, {OutPort(u"Loopback B"), {}});
-        EXPECT_EQ(u"State Box", surface->GetName());
-        EXPECT_EQ(4u, surface->GetItemCount());
-        EXPECT_EQ(u"Fast", surface->GetItemStateName(3, 2));
-        TItemState state{};
-        state.fEnabled = 1;
-        state.fValue = 100;
-        surface->SetItemState(0, state);
-        EXPECT_EQ(100, surface->GetItemState(0).fValue);
-        surface->DriveOutput(104);
-        surface->DriveOutput(104);
-        EXPECT_EQ(std::make_pair(2u, 3u), surface->GetOutputTraffic(0, 1000));
-        EXPECT_EQ(std::make_pair(0u, 0u), surface->GetOutputTraffic(1, 1000));
-        surface.reset();
-        EXPECT_EQ(fOpenIn + 1, fPorts.GetOpenInPortCount()); // the watch's alone
-        ASSERT_TRUE(wire.WaitForCount(3));
-    }
-    EXPECT_EQ((std::vector<TBinary>{{0xF0, 0x7D, 0x01, 0x00, 0xF7}, {0xB0, 0x00, 100}, {0xF0, 0x7D, 0x02, 0x00, 0xF7}}),
-              wire.Messages());
-    EXPECT_EQ(fOpenOut, fPorts.GetOpenOutPortCount());
-}
-
 // A refusal leaves no surface and no port open, with its line in the log.
 TEST_F(ActiveControlSurfaceTest, RefusalsCloseWhatWasOpenedAndSayWhy)
 {

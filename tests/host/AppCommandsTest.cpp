@@ -9,12 +9,10 @@
 #include "foundation/FileHandling.h"
 #include "foundation/TextResource.h"
 #include "host/CodecModules.h"
-#include "host/KinvarHUB.h"
 #include "host/MyAppBehavior.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -74,7 +72,6 @@ TEST_F(AppCommandsTest, ChoosingAScriptAppendsItsModelsEachTime)
     ASSERT_EQ(1u, request.fFileTypes.size());
     EXPECT_EQ(u".luacodec", request.fFileTypes[0].fDescription);
     EXPECT_EQ(u".luacodec", request.fFileTypes[0].fExtension);
-    EXPECT_EQ(0x54455854u, request.fFileTypes[0].fTypeCode);
     EXPECT_EQ(123u, request.fDialogId);
 
     fVistal.fFilesToChoose = {fFolder.Write("two.luacodec", "Acme\tOne\nAcme\tTwo\n")};
@@ -89,37 +86,6 @@ TEST_F(AppCommandsTest, ChoosingAScriptAppendsItsModelsEachTime)
     EXPECT_EQ(1u, expect.Count());
     EXPECT_EQ(4u, gCodecSurfaces.size());
     EXPECT_EQ(u"Failed to load codec: " + (fFolder.Path() / "LuaHost.kinvarcodec").u16string() + u".", fLog.Text());
-}
-
-// A surface simulated on "Loopback A" answers on "Loopback B": detection opens its panel there.
-TEST_F(AppCommandsTest, AutoDetectionOpensAPanelForEachSurfaceFound)
-{
-    class CResponder final : public NSMIDIHub::IMIDIReceiver
-    {
-    public:
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary& data) override
-        {
-            if (data == TBinary{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7})
-                fAnswer->Send(nullptr, {0xF0, 0x7E, 0x10, 0x06, 0x02, 0x7D, 0x42, 0x46, 0x01, 0xF7});
-        }
-        std::shared_ptr<NSMIDIHub::IMIDISender> fAnswer = NSMIDIHub::GetMIDIHub().GetSender(OutPort(u"Loopback B"));
-        NSMIDIHub::CMIDIInPort fPort{InPort(u"Loopback A"), this};
-    } responder;
-    AutoDetect(fWindows); // no models: the dialog alone
-    EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 0", "ProgressEnd", "CloseProgress"}),
-              fWindows.fCalls);
-    fWindows.fCalls.clear();
-    LoadDefinition("midi/Probe Box.midicodec");
-    EXPECT_EQ(std::vector<std::u16string>{u"Brassfold Tests/Probe Box"}, LoadedModels());
-    u32 handled = 0;
-    ASSERT_EQ(kVistalOK, fBehavior.OnMenuCommand({kTestMenu, kAutoDetectCommand}, &handled));
-    EXPECT_EQ((std::vector<std::string>{"OpenProgress", "ProgressBegin", "Models 1", "ProgressEnd",
-                                        "OpenHardwarePanel out Loopback A in Loopback B", "CloseProgress"}),
-              fWindows.fCalls);
-    ASSERT_EQ(1u, fWindows.fPanelSurfaces.size());
-    TControlSurfaceInfo running{};
-    GetKinvarHUB().GetControlSurfaceInfo(&running, fWindows.fPanelSurfaces[0]);
-    EXPECT_EQ(0, std::memcmp(&gCodecSurfaces[0].second, &running, sizeof running));
 }
 
 TEST_F(AppCommandsTest, ValidatingAMapFileShowsTheOutcome)
