@@ -345,10 +345,21 @@ std::unique_ptr<CJackServer> JackTransportTest::gServer;
 std::string JackTransportTest::gWhy;
 bool JackTransportTest::gJackdInstalled = false;
 
-// Our output port is a source like any other to JACK. It isn't listed, and a
-// port that came after it is still found where it is.
-TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
+// Our output port is a source like any other to JACK: it isn't listed, and a
+// client that comes after it is still found where it is. A receiver that takes
+// long holds up its own JACK port and no other, nor the closing of another.
+TEST_F(JackTransportTest, ALaterClientIsFoundAndASlowReceiverHoldsUpNoOtherPort)
 {
+    struct TSlowReceiver final : public IMIDIReceiver
+    {
+        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
+        {
+            for (fEntered = true; !fRelease;)
+                std::this_thread::sleep_for(1ms);
+        }
+        std::atomic<bool> fEntered{false};
+        std::atomic<bool> fRelease{false};
+    } slow;
     auto sender = fHub->GetSender(fRig.fToResponder);
     CResponder later("bf-responder-2");
     CMIDIPortSpec fromLater;
@@ -357,11 +368,15 @@ TEST_F(JackTransportTest, OurOwnPortsStayOutOfTheWay)
     for (const auto& address : fHub->GetInPorts())
         EXPECT_EQ(std::u16string::npos, address.GetDisplayName().find(u":bf"))
             << address.GetDisplayName().size();
-    CRecordingReceiver receiver;
-    CMIDIInPort port(*fHub, fromLater, &receiver);
-    fHub->GetSender(toLater)->Send(nullptr, {0x90, 0x40, 0x7F});
-    ASSERT_TRUE(receiver.WaitForCount(1));
-    EXPECT_TRUE(receiver.At(0).fPort == fromLater);
+    CRecordingReceiver quick;
+    CMIDIInPort slowPort(*fHub, fRig.fFromResponder, &slow);
+    auto quickPort = std::make_unique<CMIDIInPort>(*fHub, fromLater, &quick);
+    sender->Send(nullptr, {0x90, 0x40, 0x7F});
+    EXPECT_TRUE(WaitUntil([&] { return slow.fEntered.load(); }));
+    fHub->GetSender(toLater)->Send(nullptr, {0x90, 0x41, 0x7F});
+    EXPECT_TRUE(quick.WaitForCount(1) && quick.At(0).fPort == fromLater);
+    quickPort.reset();
+    slow.fRelease = true;
 }
 
 // Two users of one port share one JACK port, also when the second comes with
@@ -394,84 +409,43 @@ TEST_F(JackTransportTest, TwoUsersShareOneJackPortAndGetAllThatComesBack)
     EXPECT_TRUE(WaitUntil([&] { return gServer->Ports(pattern).empty(); }));
 }
 
-// The responder's client ends while our ports are open: sends fail, the
-// lists no longer show its ports, and our ports close without trouble.
-TEST_F(JackTransportTest, APortThatVanishesFailsItsSends)
-{
-    CRecordingReceiver receiver;
-    auto [port, sender] = OpenRoundTrip(receiver);
-    ASSERT_TRUE(receiver.WaitForCount(1));
-    fRig.fResponder.reset();
-    EXPECT_TRUE(WaitUntil([&sender = sender] { return SendFails(*sender, {0x90, 0x40, 0x00}); }));
-    EXPECT_TRUE(FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out").IsEmpty());
-    EXPECT_TRUE(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in").IsEmpty());
-    port.reset();
-    sender.reset();
-    EXPECT_THROW(CMIDIInPort(*fHub, fRig.fFromResponder, &receiver), std::exception);
-    EXPECT_EQ(0u, fHub->GetOpenInPortCount());
-}
-} // namespace
-
-namespace
-{
-// The responder's client ends and comes back under its name, as a device that is unplugged and plugged in again:
-// the watch closes our ports, says so, opens them anew when they are listed again, and the round trip works again.
-TEST_F(JackTransportTest, APortThatComesBackIsOpenedAgain)
+// The responder's client ends while our ports are open, as a device that is
+// unplugged: sends fail, the lists no longer show its ports, a new user can't
+// open them, and the watch says they have gone. When the client comes back
+// under its name, the watch opens our ports anew and the round trip works again.
+TEST_F(JackTransportTest, APortThatVanishesFailsAndIsOpenedAgainWhenItComesBack)
 {
     CRecordingReceiver receiver;
     auto [port, sender] = OpenRoundTrip(receiver);
     ASSERT_TRUE(receiver.WaitForCount(1));
     TakePendingLog();
     std::u16string log;
-    const auto watchUntil = [&](const std::u16string& line) {
-        return WaitUntil([&] {
-            fHub->WatchPorts();
-            log += TakePendingLog();
-            return log.find(line) != std::u16string::npos;
-        });
+    const auto watchUntil = [&](const std::u16string& line)
+    {
+        return WaitUntil(
+            [&]
+            {
+                fHub->WatchPorts();
+                log += TakePendingLog();
+                return log.find(line) != std::u16string::npos;
+            });
     };
     fRig.fResponder.reset();
+    EXPECT_TRUE(WaitUntil([&sender = sender] { return SendFails(*sender, {0x90, 0x40, 0x00}); }));
+    EXPECT_TRUE(FindPortNamed(fHub->GetInPorts(), u"JACK: bf-responder:out").IsEmpty());
+    EXPECT_TRUE(FindPortNamed(fHub->GetOutPorts(), u"JACK: bf-responder:in").IsEmpty());
     EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" has vanished"));
     EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" has vanished"));
+    CRecordingReceiver newUser;
+    EXPECT_THROW(CMIDIInPort(*fHub, fRig.fFromResponder, &newUser), std::exception);
     fRig.fResponder = std::make_unique<CResponder>();
     EXPECT_TRUE(watchUntil(u"MIDI in port \"JACK: bf-responder:out\" is back."));
-    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" is back."));
+    EXPECT_TRUE(watchUntil(u"MIDI out port \"JACK: bf-responder:in\" is back"));
     sender->Send(nullptr, {0x90, 0x41, 0x7F});
     ASSERT_TRUE(receiver.WaitForCount(2));
     EXPECT_EQ((TBinary{0x90, 0x41, 0x7F}), receiver.Messages().back());
 }
 
-// A receiver that takes long holds up its own JACK port and no other, nor the closing of another.
-TEST_F(JackTransportTest, ASlowReceiverHoldsUpNoOtherPort)
-{
-    struct TSlowReceiver final : public IMIDIReceiver
-    {
-        void Receive(const CMIDIPortSpec&, const u64*, const TBinary&) override
-        {
-            for (fEntered = true; !fRelease;)
-                std::this_thread::sleep_for(1ms);
-        }
-        std::atomic<bool> fEntered{false};
-        std::atomic<bool> fRelease{false};
-    } slow;
-    CResponder other("bf-responder-2");
-    CMIDIPortSpec fromOther;
-    CMIDIPortSpec toOther;
-    ASSERT_TRUE(FindResponder(*fHub, u"bf-responder-2", fromOther, toOther));
-    CRecordingReceiver quick;
-    CMIDIInPort slowPort(*fHub, fRig.fFromResponder, &slow);
-    auto quickPort = std::make_unique<CMIDIInPort>(*fHub, fromOther, &quick);
-    fHub->GetSender(fRig.fToResponder)->Send(nullptr, {0x90, 0x40, 0x7F});
-    EXPECT_TRUE(WaitUntil([&] { return slow.fEntered.load(); }));
-    fHub->GetSender(toOther)->Send(nullptr, {0x90, 0x41, 0x7F});
-    EXPECT_TRUE(quick.WaitForCount(1));
-    quickPort.reset();
-    slow.fRelease = true;
-}
-} // namespace
-
-namespace
-{
 // A suite of its own, last in the file, with a server of its own: after a
 // server has ended under clients of this process, the JACK library crashes
 // on closing a client of a new server.
