@@ -38,9 +38,8 @@ class CFakeTonewell final : public NSTonewell::ITonewell
 {
 public:
     u32 ITonewell_SetDebugger(NSTonewell::IDebugger*) override { return kTonewellOK; }
-    u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler* handler) override
+    u32 ITonewell_SetNotificationHandler(NSTonewell::IMIDINotificationHandler*) override
     {
-        fNotificationHandler = handler;
         return kTonewellOK;
     }
     std::unique_ptr<NSTonewell::IMIDIPortList> ITonewell_GetInPorts(u32* status) override
@@ -69,7 +68,6 @@ public:
         return std::make_unique<CFakeOutPort>(fOutCloses);
     }
 
-    NSTonewell::IMIDINotificationHandler* fNotificationHandler = nullptr;
     NSTonewell::IMIDIInHandler* fHandler = nullptr;
     NSTonewell::IMIDIInPort* fPort = nullptr;
     int fInOpens = 0;

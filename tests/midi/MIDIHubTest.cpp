@@ -47,15 +47,12 @@ protected:
     std::vector<CMIDIPortSpec> fOuts = fHub.GetOutPorts();
 };
 
-TEST_F(MIDIHubTest, ListsAndComparesThePortsOfTheLibrary)
+// Two users of one port share the library's port: one open, and one close
+// after both have gone. Another port is a port of its own. An empty address
+// equals only another empty one.
+TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
 {
-    EXPECT_EQ(&fHub, fLibrary.fNotificationHandler);
-    ASSERT_EQ(2u, fIns.size());
-    EXPECT_EQ(u"JACK: x:A", fIns[0].GetDisplayName());
-    EXPECT_EQ(u"JACK: x:B", fOuts[1].GetDisplayName());
-
     const CMIDIPortSpec empty;
-    EXPECT_TRUE(empty.IsEmpty());
     EXPECT_TRUE(empty == CMIDIPortSpec());
     EXPECT_FALSE(empty == fIns[0]);
     EXPECT_FALSE(fIns[0] == empty);
@@ -63,12 +60,6 @@ TEST_F(MIDIHubTest, ListsAndComparesThePortsOfTheLibrary)
     CMIDIPortSpec copy = fIns[0];
     copy = empty;
     EXPECT_TRUE(copy.IsEmpty());
-}
-
-// Two users of one port share the library's port: one open, and one close
-// after both have gone. Another port is a port of its own.
-TEST_F(MIDIHubTest, UsersOfOnePortShareIt)
-{
     CRecordingReceiver first;
     CRecordingReceiver second;
     {
