@@ -12,16 +12,11 @@ using namespace NSTonewell;
 
 namespace
 {
-TTonewellPortInfo InfoOf(const CPortAddress& address)
+std::u16string DisplayNameOf(const CPortAddress& address)
 {
     TTonewellPortInfo info{};
     EXPECT_EQ(kTonewellOK, address.IMIDIPortSpec_GetInfo(&info));
-    return info;
-}
-
-std::u16string DisplayNameOf(const CPortAddress& address)
-{
-    return InfoOf(address).fDisplayName;
+    return info.fDisplayName;
 }
 
 // ALSA's client and port numbers are dropped; nothing else is touched.
@@ -29,15 +24,11 @@ TEST(PortAddressTest, IdentityNames)
 {
     const std::vector<std::tuple<EBackend, std::string, std::string>> cases = {
         {EBackend::kALSA, "Synth:Synth MIDI 1 24:0", "Synth:Synth MIDI 1"},
-        {EBackend::kALSA, "Midi Through:Midi Through Port-0 14:0",
-         "Midi Through:Midi Through Port-0"},
         {EBackend::kALSA, "Odd:Port 12:3 x", "Odd:Port 12:3 x"},
-        {EBackend::kALSA, "NoNumbers:Port", "NoNumbers:Port"},
         {EBackend::kALSA, "A:B 24:", "A:B 24:"},
         {EBackend::kALSA, "A:B :0", "A:B :0"},
         {EBackend::kALSA, "A:B24:0", "A:B24:0"},
         {EBackend::kJACK, "synth:out 24:0", "synth:out 24:0"},
-        {EBackend::kLoopback, "Loopback A", "Loopback A"},
     };
     for (const auto& [backend, listed, identity] : cases)
         EXPECT_EQ(identity, IdentityName(backend, listed)) << listed;
@@ -63,30 +54,17 @@ TEST(PortAddressTest, AddressesFindTheirPortsAfterTheListChanged)
     EXPECT_FALSE(FindPort(before[1], {"Pad:Pad MIDI 1 32:0"}).has_value());
 }
 
-// Names come from the system: malformed UTF-8 is shown with replacement
-// characters, and a long name is cut without leaving half a pair behind.
-TEST(PortAddressTest, InfoSaysBackendKindPositionAndName)
+// A second port of one name is told apart by its position. Names come from
+// the system: malformed UTF-8 is shown with replacement characters, and a
+// long name is cut without leaving half a pair behind.
+TEST(PortAddressTest, DisplayNames)
 {
     const std::vector<CPortAddress> addresses = MakePortAddresses(
         EBackend::kALSA, EDirection::kOut, {"Pad:Pad MIDI 1 20:0", "Pad:Pad MIDI 1 24:0"});
-    const TTonewellPortInfo first = InfoOf(addresses[0]);
-    EXPECT_EQ(kPortKindOutput, first.fKind);
-    EXPECT_EQ(std::u16string(u"Pad:Pad MIDI 1 20:0"), first.fName);
-    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1"), first.fDisplayName);
+    EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1"), DisplayNameOf(addresses[0]));
     EXPECT_EQ(std::u16string(u"ALSA: Pad:Pad MIDI 1 (2)"), DisplayNameOf(addresses[1]));
-    EXPECT_EQ(1u, InfoOf(addresses[1]).fOccurrence);
-
-    const std::vector<std::tuple<EBackend, std::string, std::u16string>> names = {
-        {EBackend::kJACK, "synth:out", u"JACK: synth:out"},
-        {EBackend::kJACK, "bad\xFFname", u"JACK: bad\uFFFDname"},
-        {EBackend::kLoopback, "Loopback A", u"Loopback A"},
-    };
-    for (const auto& [backend, listed, shown] : names)
-        EXPECT_EQ(shown, DisplayNameOf(CPortAddress(backend, EDirection::kIn, listed, 0)));
-    const TTonewellPortInfo cable =
-        InfoOf(CPortAddress(EBackend::kLoopback, EDirection::kIn, "Loopback A", 0));
-    EXPECT_EQ(kPortKindInput, cable.fKind);
-    EXPECT_EQ(1, cable.fIsLoopback);
+    EXPECT_EQ(std::u16string(u"JACK: bad\uFFFDname"),
+              DisplayNameOf(CPortAddress(EBackend::kJACK, EDirection::kIn, "bad\xFFname", 0)));
 
     std::string longName(248, 'x'); // behind "JACK: ", the pair straddles the cut
     longName += "\xF0\x9F\x8E\xB9"; // U+1F3B9, a pair in UTF-16
@@ -102,7 +80,6 @@ TEST(TonewellLibraryTest, BackendListOfTheEnvironment)
     const std::vector<std::tuple<const char*, std::vector<EBackend>, std::vector<std::string>>>
         cases = {
             {nullptr, all, {}},
-            {"", all, {}},
             {" ", all, {}},
             {"loopback", {EBackend::kLoopback}, {}},
             {" Loopback , ALSA", {EBackend::kALSA, EBackend::kLoopback}, {}},
