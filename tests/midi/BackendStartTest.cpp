@@ -81,7 +81,21 @@ TEST(BackendStartTest, PortsOfAnotherLibraryAreRefused)
     const CPortAddress jack(EBackend::kJACK, EDirection::kIn, "x:y", 0);
     const CPortAddress cableOut(EBackend::kLoopback, EDirection::kOut, "Loopback A", 0);
     const CPortAddress noCable(EBackend::kLoopback, EDirection::kIn, "Loopback Z", 0);
-    NSMIDITesting::CCallbackLog handler;
+    class CNoHandler final : public IMIDIInHandler
+    {
+        u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
+        {
+            return kTonewellOK;
+        }
+        u32 IMIDIInHandler_OnSysexBegin(IMIDIInPort*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnSysexData(IMIDIInPort*, const u64*, const u8*, u32) override
+        {
+            return kTonewellOK;
+        }
+        u32 IMIDIInHandler_OnSysexEnd(IMIDIInPort*, const u64*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnSysexAbort(IMIDIInPort*) override { return kTonewellOK; }
+        u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
+    } handler; // never called: each opening is refused
     const std::vector<std::pair<const IMIDIPortSpec*, u32>> cases = {
         {nullptr, kTonewellInvalidArgument},
         {&cableOut, kTonewellInvalidArgument},

@@ -1,6 +1,7 @@
 #include "midi/DeliveryThread.h"
 #include "midi/MessageRing.h"
 
+#include "FakeTonewell.h"
 #include "MIDITestSupport.h"
 
 #include <gtest/gtest.h>
@@ -34,60 +35,66 @@ TEST(MessageRingTest, MessagesWrapWholeAndWhatDoesNotFitIsRefused)
     EXPECT_TRUE(small.TryPush(99, three.data(), three.size()));
 }
 
-class CNoPort final : public IMIDIInPort
+class DeliveryTest : public testing::Test
 {
+protected:
+    CFakeTonewell fLibrary;
+    NSMIDIHub::CMIDIHub fHub{fLibrary};
+    NSMIDIHub::CMIDIPortSpec fIn = fHub.GetInPorts().at(0);
 };
 
-TEST(DeliveryTest, WholeMessagesBecomeCallbacks)
+// What the delivery thread hands over reaches the hub's receivers as whole
+// messages with their time; what is no MIDI message for a codec never does.
+TEST_F(DeliveryTest, WholeMessagesReachTheReceivers)
 {
-    const std::vector<std::pair<std::vector<u8>, std::string>> cases = {
-        {{0x90, 0x40, 0x7F}, "short 90 40 7f;"},
-        {{0xC0, 0x05}, "short c0 5 0;"},
-        {{0xF8}, "short f8 0 0;"},
-        {{0xF0, 0xF7}, "begin;end;"},
-        {{0xF0, 0x7E, 0x01, 0xF7}, "begin;data 7e 1;end;"},
-        {{0xF0, 0x7E, 0x01}, "begin;data 7e 1;abort;"},
-        {{0x90, 0x40, 0x7F, 0x00}, ""}, // no MIDI message is four bytes long
-        {{0x40}, ""},
-        {{0xF7}, ""},
+    CRecordingReceiver receiver;
+    NSMIDIHub::CMIDIInPort port(fHub, fIn, &receiver);
+    const std::vector<std::pair<TBinary, TBinary>> cases = {
+        {{0x90, 0x40, 0x7F}, {0x90, 0x40, 0x7F}},
+        {{0xC0, 0x05}, {0xC0, 0x05, 0x00}},
+        {{0xF8}, {0xF8, 0x00, 0x00}},
+        {{0xFE}, {}},             // active sensing
+        {{0xF0, 0x7E, 0x01}, {}}, // a sysex that broke off
+        {{0xF0, 0xF7}, {0xF0, 0xF7}},
+        {{0xF0, 0x7E, 0x01, 0xF7}, {0xF0, 0x7E, 0x01, 0xF7}},
+        {{0x90, 0x40, 0x7F, 0x00}, {}}, // no MIDI message is four bytes long
+        {{0x40}, {}},
+        {{0xF7}, {}},
     };
     for (const auto& [bytes, expected] : cases)
     {
-        CCallbackLog log;
-        CNoPort port;
-        DeliverMessage(log, port, 5, bytes.data(), bytes.size());
-        EXPECT_EQ(expected, log.fText) << expected;
+        const std::size_t before = receiver.Count();
+        DeliverMessage(*fLibrary.fHandler, *fLibrary.fPort, 5, bytes.data(), bytes.size());
+        EXPECT_EQ(expected, receiver.Count() > before ? receiver.Messages().back() : TBinary())
+            << testing::PrintToString(bytes);
     }
+    for (std::size_t i = 0; i < receiver.Count(); ++i)
+        EXPECT_TRUE(receiver.At(i).fTime == 5 && receiver.At(i).fPort == fIn);
 }
 
 // A handler may close its own channel from inside a callback: nothing more
 // is delivered to it, and nothing waits.
-TEST(DeliveryTest, AHandlerMayCloseItsOwnChannel)
+TEST_F(DeliveryTest, AHandlerMayCloseItsOwnChannel)
 {
-    class CClosingHandler final : public CCallbackLog
+    struct TClosingReceiver final : public NSMIDIHub::IMIDIReceiver
     {
-    public:
-        u32 IMIDIInHandler_OnShortMessage(IMIDIInPort*, const TTonewellShortMessage*) override
+        void Receive(const NSMIDIHub::CMIDIPortSpec&, const u64*, const TBinary&) override
         {
             if (++fCalls == 1)
                 fDelivery->Close(fChannel);
-            return kTonewellOK;
         }
-
         CDeliveryThread* fDelivery = nullptr;
         std::shared_ptr<CInputChannel> fChannel;
         std::atomic<int> fCalls{0};
-    };
-
+    } receiver;
+    NSMIDIHub::CMIDIInPort port(fHub, fIn, &receiver);
     CDeliveryThread delivery("bf-test");
-    CClosingHandler handler;
-    CNoPort port;
-    handler.fDelivery = &delivery;
-    handler.fChannel = delivery.Open(handler, port, 4096);
+    receiver.fDelivery = &delivery;
+    receiver.fChannel = delivery.Open(*fLibrary.fHandler, *fLibrary.fPort, 4096);
     const u8 clock[1] = {0xF8};
     for (int i = 0; i < 10; ++i)
-        ASSERT_TRUE(handler.fChannel->Post(0, clock, 1));
+        ASSERT_TRUE(receiver.fChannel->Post(0, clock, 1));
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(1, handler.fCalls.load());
+    EXPECT_EQ(1, receiver.fCalls.load());
 }
 } // namespace

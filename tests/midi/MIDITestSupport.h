@@ -9,7 +9,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -83,43 +82,6 @@ inline NSMIDIHub::CMIDIPortSpec FindPortNamed(const std::vector<NSMIDIHub::CMIDI
             return port;
     return {};
 }
-
-// An input handler that writes each callback as a line of text; tests
-// override what they watch.
-class CCallbackLog : public NSTonewell::IMIDIInHandler
-{
-public:
-    u32 IMIDIInHandler_OnShortMessage(NSTonewell::IMIDIInPort*,
-                                      const NSTonewell::TTonewellShortMessage* message) override
-    {
-        return Write("short", message->fBytes, 3);
-    }
-    u32 IMIDIInHandler_OnSysexBegin(NSTonewell::IMIDIInPort*) override { return Write("begin"); }
-    u32 IMIDIInHandler_OnSysexData(NSTonewell::IMIDIInPort*, const u64*, const u8* bytes,
-                                   u32 size) override
-    {
-        return Write("data", bytes, size);
-    }
-    u32 IMIDIInHandler_OnSysexEnd(NSTonewell::IMIDIInPort*, const u64*) override
-    {
-        return Write("end");
-    }
-    u32 IMIDIInHandler_OnSysexAbort(NSTonewell::IMIDIInPort*) override { return Write("abort"); }
-    u32 IMIDIInHandler_OnNotification(u32) override { return kTonewellOK; }
-
-    std::string fText;
-
-private:
-    u32 Write(const char* what, const u8* bytes = nullptr, std::size_t size = 0)
-    {
-        std::ostringstream line;
-        line << what << std::hex;
-        for (std::size_t i = 0; i < size; ++i)
-            line << ' ' << int(bytes[i]);
-        fText += line.str() + ";";
-        return kTonewellOK;
-    }
-};
 
 // A system exclusive message of size bytes whose inner bytes count up.
 inline TBinary MakeSysex(std::size_t size)
