@@ -8,8 +8,13 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <random>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace NSBench
@@ -54,5 +59,34 @@ inline NSMIDIHub::CMIDIPortSpec FindPort(const std::vector<NSMIDIHub::CMIDIPortS
             return port;
     std::fprintf(stderr, "no port named as the loopback cables are\n");
     std::exit(2);
+}
+// The input phase of a latency run: one controller message after a random
+// pause of 1 to 3 ms, so that it meets the loop at any point of its idle
+// wait, and each waited for (a second at most) until the listener heard it.
+inline void SendOneByOne(NSMIDIHub::IMIDISender& sender, int rounds, const std::atomic<int>& heard)
+{
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> pause(1000, 3000);
+    for (int round = 0; round < rounds; ++round)
+    {
+        std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
+        sender.Send(nullptr, {0xB0, 0x07, static_cast<unsigned char>(round & 0x7F)});
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        while (heard.load(std::memory_order_acquire) <= round && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+}
+
+// The frame phase: frames are recorded while `recording` is set, for that
+// span. Answers the process's CPU seconds and the wall seconds it took.
+inline std::pair<double, double> RecordFrames(std::atomic<bool>& recording, std::chrono::seconds span)
+{
+    recording.store(true, std::memory_order_release);
+    const double cpuStart = CPUSeconds();
+    const auto wallStart = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(span);
+    recording.store(false, std::memory_order_release);
+    return {CPUSeconds() - cpuStart,
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - wallStart).count()};
 }
 } // namespace NSBench

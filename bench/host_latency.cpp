@@ -32,8 +32,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <random>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace NSKinvarCodec;
@@ -163,24 +163,8 @@ int main()
     double wallSeconds = 0;
     std::pair<u32, u32> traffic{0, 0};
     std::thread controller([&] {
-        const auto sender = ports.GetSender(outA);
-        std::mt19937 random(7);
-        std::uniform_int_distribution<int> pause(1000, 3000);
-        for (int round = 0; round < kWarmUp + kRounds; ++round)
-        {
-            std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
-            sender->Send(nullptr, {0xB0, 0x07, static_cast<u8>(round & 0x7F)});
-            const auto deadline = std::chrono::steady_clock::now() + 1s;
-            while (listener.fHeard.load(std::memory_order_acquire) <= round && std::chrono::steady_clock::now() < deadline)
-                std::this_thread::sleep_for(50us);
-        }
-        frames.fRecording.store(true, std::memory_order_release);
-        const double cpuStart = CPUSeconds();
-        const auto wallStart = std::chrono::steady_clock::now();
-        std::this_thread::sleep_for(kFramePhase);
-        frames.fRecording.store(false, std::memory_order_release);
-        cpuSeconds = CPUSeconds() - cpuStart;
-        wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - wallStart).count();
+        SendOneByOne(*ports.GetSender(outA), kWarmUp + kRounds, listener.fHeard);
+        std::tie(cpuSeconds, wallSeconds) = RecordFrames(frames.fRecording, kFramePhase);
         vistal.IVistal_RequestQuit();
     });
     behaviour.fBeforeEnd = [&] {

@@ -24,6 +24,8 @@ QLabel* MakeText(const QString& caption, const char* viewName, QRect place, QWid
     auto* label = new QLabel(caption, parent);
     label->setObjectName(QLatin1String(viewName));
     ApplyTextStyle(*label, kDialogTextStyle);
+    // A port's own name may be longer than its 120 pixels: it takes a second line.
+    label->setWordWrap(true);
     label->setGeometry(place);
     return label;
 }
@@ -113,6 +115,8 @@ void CSelectionDialog::ShowSurface(int row)
         const QString outLabel = ToQString(fModel.GetOutLabels()[i]);
         fInLabels[i]->setText(inLabel);
         fOutLabels[i]->setText(outLabel);
+        fInLabels[i]->setToolTip(inLabel);
+        fOutLabels[i]->setToolTip(outLabel);
         fInPopups[i]->setAccessibleName(inLabel);
         fOutPopups[i]->setAccessibleName(outLabel);
         fInPopups[i]->setVisible(i < fModel.GetShownInCount());

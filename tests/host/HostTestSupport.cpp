@@ -2,17 +2,13 @@
 
 #include "foundation/Debugger.h"
 #include "foundation/LogText.h"
-#include "foundation/TextPackage.h"
 #include "host/CodecInstance.h"
 #include "host/CodecModules.h"
-#include "host/KinvarHUB.h"
 #include "midi/PortAddress.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <random>
 #include <stdexcept>
 
 using namespace NSKinvarCodec;
@@ -109,29 +105,11 @@ public:
 };
 } // namespace
 
-CFakeWindows::~CFakeWindows()
-{
-    for (const u32 id : fPanelSurfaces)
-        GetKinvarHUB().DeleteActiveControlSurface(id);
-}
-
 void CFakeWindows::Call(const std::string& name)
 {
     fCalls.push_back(name);
     if (name == fThrowIn)
         throw std::runtime_error(name);
-}
-
-void CFakeWindows::IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, const TControlSurfaceInfo& info,
-                                                       const std::vector<CMIDIPortSpec>& inPorts,
-                                                       const std::vector<CMIDIPortSpec>& outPorts)
-{
-    std::string ports;
-    for (const auto* list : {&outPorts, &inPorts})
-        for (const CMIDIPortSpec& port : *list)
-            ports += (list == &outPorts ? " out " : " in ") + NSTextPackage::UTF8FromText16(port.GetDisplayName());
-    Call("OpenHardwarePanel" + ports);
-    fPanelSurfaces.push_back(GetKinvarHUB().CreateActiveControlSurface(codec, info, u"Name", inPorts, outPorts));
 }
 
 std::unique_ptr<IAutoDetectProgressDialog> CFakeWindows::IWorkbenchWindows_OpenAutoDetectProgress()

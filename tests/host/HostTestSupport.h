@@ -95,13 +95,10 @@ public:
     std::vector<std::filesystem::path> fFilesToChoose;
 };
 
-// Records the calls in order (a panel with its ports); the one named in fThrowIn throws. A panel's surface is started through the
-// process's hub, as the GUI does, and deleted with this object.
+// Records the calls in order; the one named in fThrowIn throws. (A panel's road is the widget tests'.)
 class CFakeWindows final : public IWorkbenchWindows
 {
 public:
-    ~CFakeWindows() override;
-
     void IWorkbenchWindows_FlushLog() override { Call("FlushLog"); }
     void IWorkbenchWindows_IdlePanels() override { Call("IdlePanels"); }
     void IWorkbenchWindows_IdleMIDITestWindow() override { Call("IdleMIDITestWindow"); }
@@ -111,14 +108,16 @@ public:
     }
     void IWorkbenchWindows_OpenMIDITestWindow() override { Call("OpenMIDITestWindow"); }
     void IWorkbenchWindows_OpenLogWindow() override { Call("OpenLogWindow"); }
-    void IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr& codec, const NSKinvarCodec::TControlSurfaceInfo& info,
-                                             const std::vector<CMIDIPortSpec>& inPorts,
-                                             const std::vector<CMIDIPortSpec>& outPorts) override;
+    void IWorkbenchWindows_OpenHardwarePanel(const TCodecPtr&, const NSKinvarCodec::TControlSurfaceInfo&,
+                                             const std::vector<CMIDIPortSpec>&,
+                                             const std::vector<CMIDIPortSpec>&) override
+    {
+        Call("OpenHardwarePanel");
+    }
     std::unique_ptr<IAutoDetectProgressDialog> IWorkbenchWindows_OpenAutoDetectProgress() override;
 
     std::vector<std::string> fCalls;
     std::string fThrowIn;
-    std::vector<u32> fPanelSurfaces;
 
 private:
     void Call(const std::string& name);
